@@ -1,0 +1,43 @@
+# Compile settings that every target shares: language, warnings, floating point, instrumentation.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release)
+endif()
+
+find_program(MORVEX_CCACHE ccache)
+if(MORVEX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_C_COMPILER_LAUNCHER ${MORVEX_CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${MORVEX_CCACHE})
+endif()
+
+add_library(morvex_options INTERFACE)
+target_include_directories(morvex_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+# No path may fuse or reorder the dequantisation; numbers in dataset paths never follow a locale.
+target_compile_options(morvex_options INTERFACE
+  -fvisibility=hidden $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>
+  -ffp-contract=off -fno-fast-math)
+target_compile_definitions(morvex_options INTERFACE
+  BOOST_LEXICAL_CAST_ASSUME_C_LOCALE)
+
+add_library(morvex_warnings INTERFACE)
+target_compile_options(morvex_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow
+  $<$<COMPILE_LANGUAGE:CXX>:-Wconversion;-Wnon-virtual-dtor;-Wold-style-cast>
+  $<$<BOOL:${MORVEX_WERROR}>:-Werror>)
+target_link_libraries(morvex_options INTERFACE morvex_warnings)
+
+if(MORVEX_SANITIZE)
+  target_compile_options(morvex_options INTERFACE
+    -fsanitize=${MORVEX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(morvex_options INTERFACE -fsanitize=${MORVEX_SANITIZE})
+endif()
+if(MORVEX_COVERAGE)
+  target_compile_options(morvex_options INTERFACE --coverage)
+  target_link_options(morvex_options INTERFACE --coverage)
+endif()

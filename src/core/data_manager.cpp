@@ -1,0 +1,69 @@
+#include "core/data_manager.hpp"
+
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+#include "core/data_container.hpp"
+#include "core/error.hpp"
+
+namespace Kelbor {
+namespace {
+
+void internalAllocate(DataContainer* container, std::uint64_t size) {
+  if (!container) raise<std::invalid_argument>("NULL DataContainer!");
+  if (container->isConstant) {
+    raise<std::invalid_argument>("Cannot allocate a constant container!");
+  }
+  if (container->size != 0) {
+    raise<std::invalid_argument>("Cannot allocate an allocated container!");
+  }
+  void* block = std::malloc(size);
+  if (!block) raise<std::runtime_error>("Allocation of " + std::to_string(size) + " bytes failed!");
+  container->size = size;
+  container->isValid = true;
+  container->isConstant = false;
+  container->data = static_cast<std::byte*>(block);
+}
+
+}  // namespace
+
+DataManager::DataManager([[maybe_unused]] std::uint64_t totalPhysicalMemory) {
+  getLogger().warning() << "Using lightweight data manager!" << std::endl;
+}
+
+bool DataManager::allocate(DataContainer* container, std::uint64_t size) noexcept {
+  try {
+    internalAllocate(container, size);
+    return true;
+  } catch (const std::exception& failure) {
+    getLogger().warning() << "internalAllocate failed: " << failure.what() << std::endl;
+    return false;
+  }
+}
+
+bool DataManager::reallocate(DataContainer& container, std::uint64_t size) noexcept {
+  // One byte at least: realloc may free the block and answer null for a size of 0.
+  void* block = std::realloc(container.data, size == 0 ? 1 : size);
+  if (!block) {
+    std::free(container.data);
+    container.data = nullptr;
+    container.isValid = false;
+    container.size = 0;
+    return false;
+  }
+  container.data = static_cast<std::byte*>(block);
+  container.size = size;
+  container.isValid = true;
+  return true;
+}
+
+bool DataManager::deallocate(DataContainer& container) noexcept {
+  if (!container.isConstant) std::free(container.data);
+  container.isValid = false;
+  container.data = nullptr;
+  container.size = 0;
+  return true;
+}
+
+}  // namespace Kelbor

@@ -1,0 +1,115 @@
+#include "core/scoped_access.hpp"
+
+#include <mutex>
+#include <stdexcept>
+#include <string>
+
+#include "core/error.hpp"
+
+namespace Kelbor {
+namespace Detail {
+
+void requireType(const DataProvider& provider, DataType expected) {
+  const DataType actual = provider.getDataDimension().getDataType();
+  if (actual == expected) return;
+  raise<TypeMismatchException>(std::string("DataProvider possesses the wrong data type: '") +
+                               actual.getName() + "' (Expecting '" + expected.getName() + "')");
+}
+
+void requireProvider(const Provider* provider, const char* message) {
+  if (!provider) raise<std::runtime_error>(message);
+}
+
+const std::byte* openRead(DataProvider& provider, const char* tooSmall) {
+  const std::lock_guard guard(provider.lock);
+  if (!provider.hasContainer()) provider.ensureContent();
+  // Content that was just made is tested as well: nothing may be read past the end of its block.
+  const DataContainer* container = provider.getContainer();
+  if (container && provider.getDataDimension().getByteSize() > container->size) {
+    raise<Exception>(tooSmall);
+  }
+  return provider.getReadData();
+}
+
+void closeRead(DataProvider& provider) noexcept {
+  if (!provider.hasContainer()) return;
+  provider.releaseRead();
+  if (provider.isFreeable()) provider.clearContent();
+}
+
+void growContainer(DataProvider& provider) {
+  DataContainer* container = provider.getContainer();
+  if (container->size >= provider.getDataDimension().getByteSize()) return;
+  if (!provider.isFreeable() || !container->reallocate(provider)) {
+    raise<MemoryAllocationException>("Could not reallocate container \"on the fly\"!");
+  }
+}
+
+std::byte* openWrite(DataProvider& provider) {
+  if (provider.hasContainer()) {
+    growContainer(provider);
+  } else {
+    provider.allocateContainer();
+  }
+  return provider.getWriteData();
+}
+
+}  // namespace Detail
+
+ScopedConstDataAny::ScopedConstDataAny(DataProvider* provider) : provider_(provider) {
+  Detail::requireProvider(provider, "ScopedConstDataAny without provider!");
+  data_ = Detail::openRead(*provider, "Output container is too small for ScopedConstDataAny!");
+  size_ = provider->getDataDimension().getNumberOfElements();
+}
+
+std::span<const std::byte> ScopedConstDataAny::bytes() const {
+  return {data_, static_cast<std::size_t>(provider_->getDataDimension().getByteSize())};
+}
+
+InsituAccess::InsituAccess(DataProvider* input, DataType inputType, DataProvider* output,
+                           DataType outputType)
+    : input_(input), output_(output) {
+  Detail::requireProvider(input, "ScopedDataInsitu without inputProvider!");
+  Detail::requireProvider(output, "ScopedDataInsitu without outputProvider!");
+  Detail::requireType(*input, inputType);
+  Detail::requireType(*output, outputType);
+
+  std::unique_lock guard(input->lock);
+  if (!input->hasContainer()) input->ensureContent();
+  if (input->getDataDimension().getByteSize() > input->getContainer()->size) {
+    raise<Exception>("Output container is too small for ScopedConstData!");
+  }
+  if (Producer* producer = output->getProducer()) {
+    producer->updateOutputDimensionsFromProcessedInput();
+  } else if (inputType != outputType) {
+    raise<TypeMismatchException>(
+        "Input and Output Provider Type Mismatch - No Procedure available");
+  } else if (!output->setDataDimension(input->getDataDimension())) {
+    raise<Exception>("setDataDimension() failed!");
+  }
+
+  inputSize_ = static_cast<std::size_t>(input->getDataDimension().getNumberOfElements());
+  if (!output->hasContainer() && input->getContainer()->migrate(*output)) {
+    guard.unlock();
+    outputData_ = output->getWriteData();
+    inputData_ = outputData_;
+  } else {
+    inputData_ = input->getReadData();
+    readsInput_ = true;
+    guard.unlock();
+    try {
+      outputData_ = Detail::openWrite(*output);
+    } catch (...) {
+      Detail::closeRead(*input);
+      throw;
+    }
+  }
+  outputSize_ = static_cast<std::size_t>(output->getDataDimension().getNumberOfElements());
+}
+
+InsituAccess::~InsituAccess() {
+  if (readsInput_) Detail::closeRead(*input_);
+  output_->releaseWrite();
+}
+
+}  // namespace Kelbor
