@@ -43,7 +43,7 @@ class HierarchicalFileInterface {
   virtual int writeDatasets(const std::string& groupPath, const std::string& name,
                             std::span<DataProvider* const> sources, std::uint64_t* storedSize) = 0;
   /// Append the names of the group's children in their order; nothing for an unknown group.
-  /// Always 0.
+  /// Always 0. The file is opened if the pool has closed it.
   virtual int listGroups(const std::string& groupPath, std::vector<std::string>& names) = 0;
   virtual int listDatasets(const std::string& groupPath, std::vector<std::string>& names) = 0;
   virtual int listEntries(const std::string& groupPath, std::vector<std::string>& groups,
@@ -56,7 +56,8 @@ class HierarchicalFileInterface {
   virtual bool closeHandle() = 0;
 
   /// Opens the file if it is closed and registers it with the process-wide pool of open files.
-  /// std::runtime_error "Failed to open file".
+  /// std::runtime_error "Failed to open file". Called by the operations above, under their lock;
+  /// from outside only while no other thread uses the file.
   void ensureOpen();
   /// Closes the stream if it is open, and takes the file off the pool if asked to.
   bool closeIfOpen(bool unregister);
@@ -70,6 +71,9 @@ class HierarchicalFileInterface {
   tbb::spin_rw_mutex lock_;
 
  private:
+  /// Locks a file while it closes it.
+  friend class HierarchicalFilePool;
+
   DataManager* context_;
   std::string fileName_;
   bool writable_;

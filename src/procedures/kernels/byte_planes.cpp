@@ -156,8 +156,7 @@ void composePlanesZigzag(std::span<const std::byte> planes, std::span<U> values)
 }
 
 template <class U>
-U composePlanesZigzagSum(std::span<const std::byte> planes, std::span<U> values,
-                         U carry) noexcept {
+U composePlanesZigzagSum(std::span<const std::byte> planes, std::span<U> values, U carry) noexcept {
   return functions<U>().zigzagSum(bytesOf(planes), values.data(), values.size(), carry);
 }
 

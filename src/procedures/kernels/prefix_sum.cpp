@@ -18,8 +18,9 @@ namespace Kelbor::MathModule::Kernels {
 template <class U>
 using PrefixSumFunction = U (*)(const U* in, U* out, std::size_t count, U carry);
 
-using PrefixSumTable = std::tuple<PrefixSumFunction<std::uint8_t>, PrefixSumFunction<std::uint16_t>,
-                                  PrefixSumFunction<std::uint32_t>, PrefixSumFunction<std::uint64_t>>;
+using PrefixSumTable =
+    std::tuple<PrefixSumFunction<std::uint8_t>, PrefixSumFunction<std::uint16_t>,
+               PrefixSumFunction<std::uint32_t>, PrefixSumFunction<std::uint64_t>>;
 
 }  // namespace Kelbor::MathModule::Kernels
 #endif

@@ -24,8 +24,12 @@ std::vector<SimdTarget> simdTargets() {
   return targets;
 }
 
-void useSimdTarget(const SimdTarget& target) { pin(target.bit); }
+void useSimdTarget(const SimdTarget& target) {
+  pin(target.bit);
+}
 
-void useBestSimdTarget() { pin(0); }
+void useBestSimdTarget() {
+  pin(0);
+}
 
 }  // namespace Kelbor::MathModule::Kernels

@@ -1,0 +1,16 @@
+# What a consumer finds: the library, its header, a CMake package and a pkg-config file.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS morvex-ensg EXPORT morvex-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY include/morvex DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT morvex-targets NAMESPACE morvex:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/morvex)
+
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/morvex-config-version.cmake
+                                 COMPATIBILITY SameMajorVersion)
+configure_file(cmake/morvex-config.cmake.in ${PROJECT_BINARY_DIR}/morvex-config.cmake @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/morvex-config.cmake
+              ${PROJECT_BINARY_DIR}/morvex-config-version.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/morvex)
+
+configure_file(cmake/morvex-ensg.pc.in ${PROJECT_BINARY_DIR}/morvex-ensg.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/morvex-ensg.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

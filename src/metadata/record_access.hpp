@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "core/scoped_access.hpp"
+#include "sdf/hierarchical_file.hpp"
+
+namespace morvex {
+
+/// The bytes of a dataset, held open for as long as the object lives. The file must outlive it.
+class RecordBytes {
+ public:
+  /// All of the dataset from `offset` on, or `count` bytes of it where that is not 0. Without such a
+  /// dataset the record is absent, which is no error here. Throws what a failed read throws.
+  RecordBytes(Kelbor::MathModule::HierarchicalFileInterface& file, const std::string& group,
+              const std::string& name, std::uint64_t count = 0, std::uint64_t offset = 0)
+      : provider_(file.getDataProvider(group, name, count, offset)) {
+    if (provider_) access_.emplace(provider_.get());
+  }
+
+  [[nodiscard]] explicit operator bool() const noexcept { return access_.has_value(); }
+  /// Only for a record that is there.
+  [[nodiscard]] std::span<const std::byte> bytes() const { return std::as_bytes(access_->view()); }
+
+ private:
+  std::unique_ptr<Kelbor::DataProvider> provider_;
+  std::optional<Kelbor::ScopedConstData<std::uint8_t>> access_;
+};
+
+}  // namespace morvex

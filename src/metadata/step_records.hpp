@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "metadata/geometry_records.hpp"
+
+namespace morvex {
+
+/// How time differences were laid over the steps of the case.
+struct CompressTimeDiffsMetaData {
+  std::uint32_t blockSize = 0;  ///< Steps in one block: a power of two, at least 2.
+  std::uint32_t maxDepth = 0;   ///< Blocks between forced key steps; no forcing at 0.
+};
+
+/// Reads the record "metadatapertimestep" and puts box i into `states[i].boundingBox`; states
+/// without a box keep theirs. Boxes beyond the states are read over with one line at WARNING.
+/// UsageException for a version above 0.0.0, InternalError for bytes that can't be read.
+void readMetaPerTimeStep(std::span<const std::byte> bytes, std::span<GeometryMetadata> states);
+
+/// Reads the record "timediffsmd", with the same failures.
+[[nodiscard]] CompressTimeDiffsMetaData readCompressTimeDiffsMetaData(
+    std::span<const std::byte> bytes);
+
+}  // namespace morvex

@@ -1,0 +1,193 @@
+#include "procedures/kernels/inflate_stream.hpp"
+
+#include <zlib.h>
+
+#include <algorithm>
+
+#include "platform/zlib_stream.hpp"
+#include "procedures/kernels/byte_planes.hpp"
+
+namespace Kelbor::MathModule::Kernels {
+namespace {
+
+// What one call of inflate may see of input and output, so that zlib's 32-bit counters hold it.
+constexpr std::uint64_t kLargestInputStep = 536870912;
+constexpr std::uint64_t kLargestOutputStep = 2147483647;
+
+uInt stepOf(std::uint64_t remaining, std::uint64_t bound) noexcept {
+  return static_cast<uInt>(std::min(remaining, bound));
+}
+
+/// An open zlib stream over one input block.
+class BlockInflater {
+ public:
+  explicit BlockInflater(std::span<const std::byte> input) noexcept : unread_(input.size()) {
+    // zlib reads through this pointer only, its type has lost the const for old compilers.
+    stream_.get().next_in = reinterpret_cast<Bytef*>(const_cast<std::byte*>(input.data()));
+    stream_.get().avail_in = 0;
+  }
+
+  [[nodiscard]] bool isReady() const noexcept { return stream_.isReady(); }
+  /// Input that no call has used, offered or not.
+  [[nodiscard]] std::uint64_t unread() const noexcept { return unread_; }
+  [[nodiscard]] bool offerIsUsedUp() noexcept { return stream_.get().avail_in == 0; }
+  [[nodiscard]] bool grantIsUsedUp() noexcept { return stream_.get().avail_out == 0; }
+
+  void offerInput(std::uint64_t bound) noexcept { stream_.get().avail_in = stepOf(unread_, bound); }
+
+  /// One call of inflate into the front of `target`; adds the bytes that came to `produced`.
+  /// Answers as zlib does, but a wish for a dictionary is an error like any other.
+  int run(std::span<std::byte> target, std::uint64_t& produced) noexcept {
+    z_stream& stream = stream_.get();
+    // zlib refuses a null target even where nothing is to be written.
+    Bytef none = 0;
+    stream.next_out = target.empty() ? &none : reinterpret_cast<Bytef*>(target.data());
+    const uInt granted = stepOf(target.size(), kLargestOutputStep);
+    const uInt offered = stream.avail_in;
+    stream.avail_out = granted;
+    const int result = ::inflate(&stream, Z_NO_FLUSH);
+    unread_ -= offered - stream.avail_in;
+    produced += granted - stream.avail_out;
+    return result;
+  }
+
+  [[nodiscard]] bool end() noexcept { return stream_.end() == Z_OK; }
+
+ private:
+  Platform::InflateStream stream_;
+  std::uint64_t unread_;
+};
+
+bool isFailure(int result) noexcept {
+  return result < 0 || result == Z_NEED_DICT;
+}
+
+/// Inflates all windows into `swap`; true if the stream reached its end.
+bool inflateWindows(BlockInflater& inflater, std::span<std::byte> swap,
+                    std::uint32_t windowSizeInBytes, std::uint64_t& decoded) noexcept {
+  for (;;) {
+    inflater.offerInput(windowSizeInBytes);
+    if (inflater.offerIsUsedUp()) return false;
+    do {
+      const int result = inflater.run(swap.subspan(static_cast<std::size_t>(decoded)), decoded);
+      if (isFailure(result)) return false;
+      if (result == Z_STREAM_END) return true;
+    } while (!inflater.offerIsUsedUp());
+  }
+}
+
+}  // namespace
+
+PlaneChunkGeometry PlaneChunkGeometry::of(std::uint32_t chunkSizeInBytes, std::size_t width,
+                                          std::uint64_t valueCount) noexcept {
+  // Room for a chunk that deflate could not make smaller, and the stream's own bytes; both numbers
+  // belong to the format.
+  constexpr double kGrowth = 1.002;
+  constexpr std::uint64_t kStreamBytes = 12;
+
+  PlaneChunkGeometry g;
+  g.valuesPerChunk = std::max<std::uint64_t>(chunkSizeInBytes / width, 1);
+  g.chunkBytes = g.valuesPerChunk * width;
+  g.inputBound =
+      static_cast<std::uint64_t>(static_cast<double>(g.chunkBytes) * kGrowth) + kStreamBytes;
+  g.remainder = valueCount % g.valuesPerChunk;
+  g.chunkCount = valueCount / g.valuesPerChunk + (g.remainder != 0 ? 1 : 0);
+  g.swapBytes = g.remainder != 0 && g.chunkCount == 1 ? g.remainder * width : g.chunkBytes;
+  return g;
+}
+
+template <class U>
+InflateResult decodePlaneChunks(std::span<const std::byte> input, std::span<U> output,
+                                std::span<std::byte> swap, const PlaneChunkGeometry& geometry,
+                                PlaneMode mode) noexcept {
+  InflateResult result;
+  BlockInflater inflater(input);
+  if (!inflater.isReady()) return result;
+  result.streamReady = true;
+  result.ok = true;
+  U running = 0;
+  for (std::uint64_t chunk = 0; chunk < geometry.chunkCount; ++chunk) {
+    const bool isShort = geometry.remainder != 0 && chunk + 1 == geometry.chunkCount;
+    const auto count =
+        static_cast<std::size_t>(isShort ? geometry.remainder : geometry.valuesPerChunk);
+    const std::span<std::byte> planes = swap.first(count * sizeof(U));
+    inflater.offerInput(geometry.inputBound);
+    const int code = inflater.run(planes, result.decodedBytes);
+    // After a failure no later call yields anything, so the remaining chunks are left alone.
+    if (isFailure(code)) {
+      result.ok = false;
+      break;
+    }
+    const std::span<U> values = output.first(count);
+    output = output.subspan(count);
+    if (mode == PlaneMode::RunningSum) {
+      running = composePlanesZigzagSum<U>(planes, values, running);
+    } else {
+      composePlanesZigzag<U>(planes, values);
+    }
+    // All values of later chunks would lie behind the decoded bytes.
+    if (code == Z_STREAM_END) break;
+  }
+  if (!inflater.end()) result.ok = false;
+  return result;
+}
+
+template <class U>
+InflateResult decodeWindowedPlanes(std::span<const std::byte> input, std::span<U> output,
+                                   std::span<std::byte> swap,
+                                   std::uint32_t windowSizeInBytes) noexcept {
+  if (input.empty()) return {.streamReady = true, .ok = true, .decodedBytes = 0};
+  InflateResult result;
+  BlockInflater inflater(input);
+  if (!inflater.isReady()) return result;
+  result.streamReady = true;
+  swap = swap.first(output.size() * sizeof(U));
+  result.ok = inflateWindows(inflater, swap, windowSizeInBytes, result.decodedBytes);
+  if (result.ok) {
+    const auto count = static_cast<std::size_t>(result.decodedBytes / sizeof(U));
+    static_cast<void>(
+        composePlanesZigzagSum<U>(swap.first(count * sizeof(U)), output.first(count), U{0}));
+  }
+  if (!inflater.end()) result.ok = false;
+  return result;
+}
+
+bool PlainInflateResult::ok() const noexcept {
+  return streamReady && code == Z_STREAM_END;
+}
+
+PlainInflateResult inflatePlain(std::span<const std::byte> input,
+                                std::span<std::byte> output) noexcept {
+  if (input.empty()) return {.streamReady = true, .code = Z_STREAM_END, .decodedBytes = 0};
+  PlainInflateResult result;
+  BlockInflater inflater(input);
+  if (!inflater.isReady()) return result;
+  result.streamReady = true;
+  // A call that can move neither side answers with an error, so both loops end.
+  for (;;) {
+    inflater.offerInput(kLargestInputStep);
+    do {
+      result.code = inflater.run(output.subspan(static_cast<std::size_t>(result.decodedBytes)),
+                                 result.decodedBytes);
+      if (isFailure(result.code) || result.code == Z_STREAM_END) return result;
+    } while (inflater.grantIsUsedUp());
+  }
+}
+
+template InflateResult decodePlaneChunks(std::span<const std::byte>, std::span<std::uint16_t>,
+                                         std::span<std::byte>, const PlaneChunkGeometry&,
+                                         PlaneMode) noexcept;
+template InflateResult decodePlaneChunks(std::span<const std::byte>, std::span<std::uint32_t>,
+                                         std::span<std::byte>, const PlaneChunkGeometry&,
+                                         PlaneMode) noexcept;
+template InflateResult decodePlaneChunks(std::span<const std::byte>, std::span<std::uint64_t>,
+                                         std::span<std::byte>, const PlaneChunkGeometry&,
+                                         PlaneMode) noexcept;
+template InflateResult decodeWindowedPlanes(std::span<const std::byte>, std::span<std::uint16_t>,
+                                            std::span<std::byte>, std::uint32_t) noexcept;
+template InflateResult decodeWindowedPlanes(std::span<const std::byte>, std::span<std::uint32_t>,
+                                            std::span<std::byte>, std::uint32_t) noexcept;
+template InflateResult decodeWindowedPlanes(std::span<const std::byte>, std::span<std::uint64_t>,
+                                            std::span<std::byte>, std::uint32_t) noexcept;
+
+}  // namespace Kelbor::MathModule::Kernels

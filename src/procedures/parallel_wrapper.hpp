@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "core/procedure.hpp"
+#include "recipes/procedure_factory.hpp"
+
+namespace Kelbor::MathModule {
+
+/// Runs copies of an inner procedure on the chunks of its inputs, many at once, each writing its
+/// slice of the output. The inner procedure is a template and never runs itself; nothing is copied
+/// on the way in or out.
+///
+/// An input is either one chunk or begins with a chunk table:
+///
+///   offset     0  u64       C, number of chunks, the same for all inputs
+///              8  u64 x C   stored size of each chunk, in elements of the input
+///        8 + 8 C  u64 x C   values that each chunk yields
+///       8 + 16 C  the chunks, one after the other
+///
+/// Inputs and output: UInt8, Int16, Int32, UInt32, Int64, UInt64, Float.
+class OmpDecompressionWrapper final : public DataProcedure {
+ public:
+  /// The marker that says that inputs begin with a chunk table.
+  static constexpr std::uint32_t kChunkTableMarker = 0xFFFFFFFF;
+
+  /// std::invalid_argument for an inner procedure that is missing or has more than one output, and
+  /// for a target without dimensions.
+  OmpDecompressionWrapper(std::unique_ptr<DataProcedure> inner,
+                          std::span<const std::uint64_t> targetDimensions,
+                          std::uint32_t singleChunkMarker);
+
+  void connectInput(std::size_t slot, Provider* provider) override;
+  /// False if a chunk failed; why is in the error log. std::runtime_error for tables that
+  /// contradict each other or the target, KelborDataException for one that exceeds its input.
+  bool process(std::int32_t outputIndex) override;
+
+ private:
+  struct ChunkedInput;
+
+  /// A chunk's slice of the output.
+  struct Slice {
+    std::byte* target;
+    std::uint64_t valueCount;
+    std::size_t sizeInBytes;
+  };
+
+  [[nodiscard]] ChunkedInput readChunks(std::size_t slot, std::uint64_t outputValues);
+  template <class Out>
+  [[nodiscard]] bool runChunks(std::vector<ChunkedInput>& inputs, DataProvider& output);
+  template <class Out>
+  [[nodiscard]] bool runChunk(std::vector<ChunkedInput>& inputs, std::size_t chunk,
+                              const Slice& slice) const;
+
+  std::unique_ptr<DataProcedure> inner_;
+  std::vector<std::uint64_t> targetDimensions_;
+  /// Known once the first input has been read.
+  std::optional<std::uint64_t> numberOfChunks_;
+  /// Values of each chunk, by the table of the last input read.
+  std::vector<std::uint64_t> chunkSizes_;
+  std::uint32_t singleChunkMarker_;
+};
+
+/// Creator for tag 1002. Takes the inner class block off the class stream: u64 byte count and bytes.
+/// Parameters: u32 marker, then those of the inner procedure.
+[[nodiscard]] std::unique_ptr<morvex::ProcedureFactory> createParallelWrapperFactory(
+    morvex::Deserializer& classStream);
+
+}  // namespace Kelbor::MathModule

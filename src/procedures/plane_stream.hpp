@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <variant>
+#include <vector>
+
+#include "core/procedure.hpp"
+
+namespace Kelbor::MathModule {
+
+/// Memory for the output of a plane stream; values of a width decode alike, signed or not.
+using PlaneTarget =
+    std::variant<std::span<std::uint16_t>, std::span<std::uint32_t>, std::span<std::uint64_t>>;
+
+/// What came out of a stream. Where `ok` is false the target is partly written.
+struct StreamOutcome {
+  bool ok = false;
+  /// Bytes of values; nothing where the output keeps the shape it had.
+  std::optional<std::uint64_t> decodedBytes;
+};
+
+/// Frame of the procedures that turn one zlib stream of byte planes (input 0, UInt8) into integers
+/// (output 0: Int16, Int32, UInt32, Int64 or UInt64): connection, output shape, dispatch. After a
+/// run the output has one dimension, of the values that the stream really held.
+class PlaneStreamProcedure : public DataProcedure {
+ public:
+  void connectInput(std::size_t slot, Provider* provider) override;
+  /// False if the stream is damaged. KelborDataException for an output type without a decoder.
+  bool process(std::int32_t outputIndex) override;
+  void updateOutputDimensionsFromProcessedInput() override {}
+  /// Knows kTotalNumberUncompressedElements: the values of the output.
+  bool setParameter(std::string_view key, std::uint64_t value) override;
+
+ protected:
+  /// Exception `tooLarge` for a `limitInBytes` of 2^31 or more, or ": targetDimensions==NULL".
+  PlaneStreamProcedure(DataManager* context, std::span<const std::uint64_t> targetDimensions,
+                       DataType targetDataType, std::uint32_t limitInBytes, const char* tooLarge);
+
+  [[nodiscard]] std::span<const std::uint64_t> targetDimensions() const noexcept {
+    return targetDimensions_;
+  }
+  [[nodiscard]] DataType targetDataType() const noexcept { return targetDataType_; }
+
+  /// Decodes a whole stream.
+  virtual StreamOutcome decode(std::span<const std::byte> stream, PlaneTarget target) = 0;
+
+ private:
+  StreamOutcome decodeInto(DataProvider& input, DataProvider& output);
+
+  std::vector<std::uint64_t> targetDimensions_;
+  DataType targetDataType_;
+};
+
+/// Working memory of a stream, from the session's data manager, not zeroed.
+class SwapBuffer {
+ public:
+  /// Exception ": Failed to allocate swap buffer!".
+  SwapBuffer(DataManager* context, std::uint64_t sizeInBytes);
+  [[nodiscard]] std::span<std::byte> bytes() noexcept;
+
+ private:
+  DataProvider block_;
+};
+
+/// Exception ": Failed to initialize stream!".
+[[noreturn]] void raiseStreamNotReady();
+
+}  // namespace Kelbor::MathModule

@@ -1,0 +1,56 @@
+#include "reader/workflow_log.hpp"
+
+#include <cstring>
+
+#include "core/log.hpp"
+
+namespace morvex {
+
+using Kelbor::getLogger;
+
+namespace {
+
+constexpr std::size_t kLongestPath = 255;
+
+constexpr const char* kRule = "#---------------------------------------------------------------\n";
+constexpr const char* kShortRule = "#--------------------------------------------------------\n\n";
+
+}  // namespace
+
+WorkflowLog::WorkflowLog(const char* path) {
+  if (!path) return;
+  if (std::strlen(path) > kLongestPath) {
+    getLogger().warning() << "MORVEX_WORKFLOW_LOG is longer than " << kLongestPath
+                          << " bytes and is ignored" << std::endl;
+    return;
+  }
+  path_ = path;
+  enabled_ = true;
+}
+
+void WorkflowLog::begin(const char* inputFile) {
+  if (!enabled_) return;
+  file_.reset(std::fopen(path_.c_str(), "w"));
+  if (!file_) {
+    getLogger().error() << "Failed to create file " << path_
+                        << "for MORVEX log output. Benchmarking data output will be disabled!"
+                        << std::endl;
+    enabled_ = false;
+    return;
+  }
+  getLogger().notice() << "MORVEX benchmarking is enabled!" << std::endl;
+  write("%s", kRule);
+  write("%s\n", kRule);
+  write("%s", "#MORVEX-EnSight-API Workflow\n");
+  write("#Input-File : %s\n", inputFile);
+  write("\n%s", kRule);
+  write("%s\n", kRule);
+}
+
+void WorkflowLog::end() {
+  write("%s", "[MX_exit]\n");
+  write("%s", kShortRule);
+  file_.reset();
+}
+
+}  // namespace morvex

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace morvex {
+
+/// The optional record of the calls of each session, in a file that the environment variable
+/// MORVEX_WORKFLOW_LOG names. While switched off a call costs one test.
+class WorkflowLog {
+ public:
+  /// Switched on where `path` is not null; a path of 256 bytes or more is refused with a WARNING.
+  explicit WorkflowLog(const char* path);
+
+  /// Starts a new log over the file and writes the header. A file that can't be made switches the
+  /// log off, with an ERROR.
+  void begin(const char* inputFile);
+  /// Writes the footer and closes the file.
+  void end();
+
+  /// Writes a line of printf's format, if a log is open.
+  template <class... Arguments>
+  void write(const char* format, Arguments... arguments) {
+    if (!enabled_ || !file_) return;
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-vararg): the format of the log is printf's
+    std::fprintf(file_.get(), format, arguments...);
+  }
+
+ private:
+  struct Closer {
+    void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+  };
+
+  bool enabled_ = false;
+  std::string path_;
+  std::unique_ptr<std::FILE, Closer> file_;
+};
+
+}  // namespace morvex

@@ -1,0 +1,183 @@
+#include "sdf/sdf_file.hpp"
+
+#include <array>
+#include <stdexcept>
+#include <utility>
+
+#include "core/error.hpp"
+#include "sdf/sdf_format.hpp"
+#include "sdf/sdf_provider.hpp"
+
+namespace Kelbor::MathModule {
+namespace {
+
+using WriteLock = tbb::spin_rw_mutex::scoped_lock;
+
+}  // namespace
+
+SdfFile::SdfFile(DataManager* context, std::string fileName, bool writable,
+                 const std::string& flavour, bool compress)
+    : HierarchicalFileInterface(context, std::move(fileName), writable),
+      flavour_(flavourOf(flavour)),
+      compress_(compress) {}
+
+SdfFile::~SdfFile() {
+  const WriteLock guard(lock_, /*write=*/true);
+  if (isWritable() && rootGroup_) {
+    try {
+      finish();
+    } catch (...) {  // an exception has been logged where it was raised
+      getLogger().error() << "Failed to finish file: " << getFileName() << std::endl;
+    }
+  }
+  closeIfOpen(/*unregister=*/true);
+}
+
+bool SdfFile::hasDataset(const std::string& groupPath, const std::string& name) {
+  const WriteLock guard(lock_, /*write=*/true);
+  ensureOpen();
+  Group* group = rootGroup_->getGroupByPath(groupPath);
+  Entry* entry = group ? group->getEntry(name) : nullptr;
+  if (entry && entry->isGroup()) entry = static_cast<Group*>(entry)->getEntry(kOwnDataset);
+  return entry && entry->isDataset();
+}
+
+std::uint64_t SdfFile::getDatasetSize(const std::string& groupPath, const std::string& name) {
+  const auto fields = findDataset(groupPath, name);
+  return fields ? fields->field1 : 0;
+}
+
+std::unique_ptr<DataProvider> SdfFile::getDataProvider(const std::string& groupPath,
+                                                       const std::string& name, std::uint64_t count,
+                                                       std::uint64_t offset) {
+  const auto fields = findDataset(groupPath, name);
+  if (!fields) return nullptr;
+  const std::uint64_t available = fields->field1 > offset ? fields->field1 - offset : 0;
+  if (count == 0 || count > available) count = available;
+  return std::make_unique<SdfDataProvider>(*fields, count, *this, offset);
+}
+
+std::optional<DatasetInfo> SdfFile::getDatasetInfo(const std::string& groupPath,
+                                                   const std::string& name) {
+  const auto fields = findDataset(groupPath, name);
+  if (!fields) return std::nullopt;
+  DatasetInfo info{.logicalSize = fields->field1};
+  if (fields->field1 > kMaxInlineSize) {
+    const bool plain = fields->field3 == 0;
+    info.storage = plain ? DatasetInfo::Storage::plain : DatasetInfo::Storage::deflated;
+    info.storedSize = plain ? fields->field1 : fields->field3;
+  }
+  return info;
+}
+
+int SdfFile::listGroups(const std::string& groupPath, std::vector<std::string>& names) {
+  std::vector<std::string> datasets;
+  return listEntries(groupPath, names, datasets);
+}
+
+int SdfFile::listDatasets(const std::string& groupPath, std::vector<std::string>& names) {
+  std::vector<std::string> groups;
+  return listEntries(groupPath, groups, names);
+}
+
+int SdfFile::listEntries(const std::string& groupPath, std::vector<std::string>& groups,
+                         std::vector<std::string>& datasets) {
+  const WriteLock guard(lock_, /*write=*/true);
+  ensureOpen();
+  Group* group = rootGroup_->getGroupByPath(groupPath);
+  if (!group) return 0;
+  for (const auto& [name, entry] : group->getEntries()) {
+    if (entry->isGroup()) groups.push_back(name);
+    if (entry->isDataset()) datasets.push_back(name);
+  }
+  return 0;
+}
+
+bool SdfFile::openHandle() {
+  const bool opened = openStream() && (rootGroup_ || readTables());
+  if (opened) return true;
+  stream_.close();
+  return false;
+}
+
+bool SdfFile::closeHandle() {
+  // The tree of a writable file holds what the disk does not; it refers to the table region.
+  if (!isWritable()) {
+    rootGroup_.reset();
+    tableRegion_ = ByteBlock();
+  }
+  return stream_.close();
+}
+
+bool SdfFile::hasStoredBytes(std::uint64_t position, std::uint64_t count) {
+  const WriteLock guard(lock_, /*write=*/true);
+  return tryToOpen() && position <= fileSize_ && count <= fileSize_ - position;
+}
+
+bool SdfFile::readStoredBytes(std::uint64_t position, std::span<std::byte> target) {
+  const WriteLock guard(lock_, /*write=*/true);
+  return tryToOpen() && stream_.seek(position) && stream_.read(target) == target.size();
+}
+
+std::optional<EntryFields> SdfFile::findDataset(const std::string& groupPath,
+                                                const std::string& name) {
+  const WriteLock guard(lock_, /*write=*/true);
+  ensureOpen();
+  Group* group = rootGroup_->getGroupByPath(groupPath);
+  const Entry* entry = group ? group->getEntry(name) : nullptr;
+  if (!entry || !entry->isDataset()) return std::nullopt;
+  return fieldsOf(*entry);
+}
+
+bool SdfFile::tryToOpen() {
+  try {
+    ensureOpen();
+    return true;
+  } catch (const std::runtime_error&) {
+    return false;
+  }
+}
+
+bool SdfFile::openStream() {
+  stream_ = Platform::FileStream::open(getFileName(), isWritable() ? "rb+" : "rb");
+  // A file whose tree is in memory is never started anew: its payloads would be gone.
+  if (!stream_.isOpen() && isWritable() && !rootGroup_) {
+    stream_ = Platform::FileStream::open(getFileName(), "wb+");
+  }
+  return stream_.isOpen();
+}
+
+bool SdfFile::readTables() {
+  fileSize_ = stream_.size();
+  if (fileSize_ < kSmallestFile) return isWritable() && startNewFile();
+
+  std::array<std::byte, kHeaderSize> headerBytes;
+  if (!stream_.seek(0) || stream_.read(headerBytes) != headerBytes.size()) return false;
+  ContainerCursor headerCursor(headerBytes);
+  const FileHeader header = readFileHeader(headerCursor);
+  if (header.magic != kMagic) {
+    getLogger().error() << "File is no Sdf-File!" << std::endl;
+    return false;
+  }
+  if (header.version > kVersion) {
+    getLogger().warning() << "SDF versions do not match!" << std::endl;
+  } else if (flavour_ != 0 && header.version >= kFirstVersionWithFlavour &&
+             flavour_ != header.flavour) {
+    getLogger().warning() << "SDF flavours do not match!" << std::endl;
+  }
+  if (header.tableOffset == 0) return false;
+  if (header.tableOffset > fileSize_ - kFieldsSize) {
+    getLogger().error() << "Sdf table region lies beyond the file!" << std::endl;
+    return false;
+  }
+
+  tableRegion_ = ByteBlock(static_cast<std::size_t>(fileSize_ - header.tableOffset));
+  const std::span<std::byte> region = tableRegion_.view();
+  if (!stream_.seek(header.tableOffset) || stream_.read(region) != region.size()) return false;
+  ContainerCursor trailer(region.last(kFieldsSize));
+  rootGroup_ = std::make_unique<SdfGroup>(readEntryFields(trailer), region);
+  writeOffset_ = header.tableOffset;
+  return true;
+}
+
+}  // namespace Kelbor::MathModule

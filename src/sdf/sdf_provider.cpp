@@ -1,0 +1,85 @@
+#include "sdf/sdf_provider.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+#include "sdf/sdf_compression.hpp"
+#include "sdf/sdf_file.hpp"
+
+namespace Kelbor::MathModule {
+namespace {
+
+/// A stream may hold less than its dataset claims, the rest then reads as zeros. Claims up to this
+/// many bytes are met whatever the stream's length.
+constexpr std::uint64_t kInflationSlack = std::uint64_t{1} << 20;
+
+/// True if `size` bytes can be what a stream of `storedSize` bytes, which the file has, stands for.
+bool canStandFor(std::uint64_t storedSize, std::uint64_t size) {
+  return size <= kInflationSlack || (size - kInflationSlack) / kMaxInflation <= storedSize;
+}
+
+}  // namespace
+
+SdfDataProvider::SdfDataProvider(const EntryFields& fields, std::uint64_t count, SdfFile& file,
+                                 std::uint64_t offset)
+    : SdfObject(fields),
+      DataProvider(file.getContext(), DataDimension(DataTypes::kUInt8, {count})),
+      file_(file),
+      offset_(offset) {}
+
+bool SdfDataProvider::prepareContent() {
+  const std::uint64_t count = getDataDimension().getByteSize();
+  std::span<std::byte> nothing;
+  if (count == 0) return openTarget(0, nothing);
+  if (field1 <= kMaxInlineSize) return readInline(count);
+  return field3 == 0 ? readPlain(count) : readDeflated(count);
+}
+
+bool SdfDataProvider::readInline(std::uint64_t count) {
+  const auto bytes = inlineBytes(*this);
+  std::span<std::byte> target;
+  if (offset_ > bytes.size() || count > bytes.size() - offset_) return false;
+  if (!openTarget(count, target)) return false;
+  std::memcpy(target.data(), bytes.data() + offset_, target.size());
+  return true;
+}
+
+bool SdfDataProvider::readPlain(std::uint64_t count) {
+  std::uint64_t position = 0;
+  if (__builtin_add_overflow(field2, offset_, &position)) return false;
+  std::span<std::byte> target;
+  return file_.hasStoredBytes(position, count) && openTarget(count, target) &&
+         file_.readStoredBytes(position, target);
+}
+
+bool SdfDataProvider::readDeflated(std::uint64_t count) {
+  std::uint64_t prefix = 0;
+  if (__builtin_add_overflow(count, offset_, &prefix)) return false;
+  std::span<std::byte> target;
+  if (!file_.hasStoredBytes(field2, field3) || !canStandFor(field3, prefix)) return false;
+  if (!openTarget(count, target)) return false;
+
+  ByteBlock stored(static_cast<std::size_t>(field3));
+  if (!file_.readStoredBytes(field2, stored.view())) return false;
+  if (offset_ == 0) {
+    const auto length = inflateStream(stored.view(), target);
+    if (!length) return false;
+    std::ranges::fill(target.subspan(static_cast<std::size_t>(*length)), std::byte{0});
+    return true;
+  }
+  ByteBlock inflated(static_cast<std::size_t>(prefix));
+  const auto length = inflateStream(stored.view(), inflated.view());
+  if (length != prefix) return false;
+  std::memcpy(target.data(), inflated.view().data() + offset_, target.size());
+  return true;
+}
+
+bool SdfDataProvider::openTarget(std::uint64_t count, std::span<std::byte>& target) {
+  if (!hasContainer()) allocateContainer();
+  std::byte* data = getContainer()->getData();
+  if (!data || getContainer()->size < count) return false;
+  target = {data, static_cast<std::size_t>(count)};
+  return true;
+}
+
+}  // namespace Kelbor::MathModule

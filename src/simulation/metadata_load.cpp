@@ -1,0 +1,207 @@
+#include "simulation/metadata_load.hpp"
+
+#include <algorithm>
+#include <charconv>
+#include <iomanip>
+#include <span>
+#include <stdexcept>
+#include <string_view>
+
+#include "core/byte_cursor.hpp"
+#include "core/checked.hpp"
+#include "core/error.hpp"
+#include "metadata/con_params.hpp"
+#include "metadata/record_access.hpp"
+
+namespace morvex {
+namespace {
+
+using Kelbor::checkedAt;
+using Kelbor::getLogger;
+using Kelbor::raise;
+using File = Kelbor::MathModule::HierarchicalFileInterface;
+
+constexpr const char* kRecordGroup = "/kelbor";
+
+/// The numbers n below `end` for which the group has a dataset prefix + n, in rising order. Found
+/// by listing, so that a stored count costs nothing where the records are missing.
+std::vector<std::uint32_t> numberedRecords(File& file, const std::string& group,
+                                           std::string_view prefix, std::uint64_t end) {
+  std::vector<std::string> names;
+  file.listDatasets(group, names);
+  std::vector<std::uint32_t> numbers;
+  for (const std::string& name : names) {
+    if (!name.starts_with(prefix)) continue;
+    const std::string digits = name.substr(prefix.size());
+    std::uint32_t number = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    if (number < end && digits == std::to_string(number)) numbers.push_back(number);
+  }
+  std::ranges::sort(numbers);
+  return numbers;
+}
+
+class Loader {
+ public:
+  explicit Loader(File& file) : file_(file) {}
+
+  SimulationMetadata load() {
+    getLogger().status() << "Reading Metadata..." << std::endl;
+    if (!loadVersion()) return std::move(data_);
+    loadCase();
+    loadGeometries();
+    loadOctrees();
+    loadVariables();
+    loadPrecisions();
+    loadSets();
+    loadRecipes();
+    loadTimeDifferences();
+    loadBoxesPerStep();
+    getLogger().debug() << "File Version is " << data_.fileVersion.major << "." << std::setw(2)
+                        << std::setfill('0') << data_.fileVersion.minor << "."
+                        << data_.fileVersion.patch << std::endl;
+    getLogger().status() << "Reading Metadata... done.\n" << std::endl;
+    return std::move(data_);
+  }
+
+ private:
+  /// Logs the task, some lines of which end in a full stop, and opens its record.
+  RecordBytes open(const std::string& name, const char* lineEnd = "") {
+    getLogger().debug() << "Running Task: " << kRecordGroup << "/" << name << lineEnd << std::endl;
+    return {file_, kRecordGroup, name};
+  }
+
+  bool loadVersion() {
+    const RecordBytes record = open("version");
+    if (!record) return false;
+    Kelbor::RecordCursor cursor(record.bytes());
+    cursor.take(sizeof(std::uint32_t));  // of no meaning to a reader
+    data_.fileVersion = readVersion(cursor);
+    const std::string version = data_.fileVersion.toString();
+    if (kReaderVersion < data_.fileVersion) {
+      raise<UsageException>("File requires Morvex Version " + version +
+                            " - Current Version is " + kReaderVersion.toString());
+    }
+    getLogger().status() << "File requires minimum Version " << version << "\n" << std::endl;
+    return true;
+  }
+
+  void loadCase() {
+    const RecordBytes record = open("casemetadata");
+    if (!record) return;
+    StoredBox box = kInvertedBox;
+    data_.caseMetaData = readCaseMetaData(record.bytes(), box);
+    data_.boundingBox = {box[0], box[3], box[1], box[4], box[2], box[5]};
+  }
+
+  void loadGeometries() {
+    const auto stateCounts = geometryStateCounts(data_.caseMetaData);
+    if (const RecordBytes record = open("geometrymetadata")) {
+      data_.geometryMetaData =
+          readGeometryMetadata(record.bytes(), data_.caseMetaData, stateCounts);
+    }
+  }
+
+  void loadOctrees() {
+    const RecordBytes record = open("octreemetadata");
+    if (!record) return;
+    data_.hasOctree = true;
+    data_.octreeMetaData = readOctreeMetaData(record.bytes(), data_.caseMetaData,
+                                              octreeStateCounts(data_.caseMetaData));
+  }
+
+  void loadVariables() {
+    const RecordBytes record = open("variablemetadata", ".");
+    if (!record) return;
+    std::vector<std::uint64_t> partCounts;
+    for (const auto& states : data_.geometryMetaData) {
+      partCounts.push_back(checkedAt(states, 0).numParts);
+    }
+    data_.variableMetaData = readVariableMetaData(
+        record.bytes(), data_.caseMetaData.numVariables, data_.caseMetaData.nameWidth, partCounts);
+    const VariableMetaData& variables = data_.variableMetaData;
+    for (std::size_t v = 0; v < variables.names.size(); ++v) {
+      data_.timesetOfVariable.emplace(variables.names[v],
+                                      static_cast<std::int32_t>(variables.timesets[v]));
+      data_.usesTimeDiffs.emplace(variables.names[v], variables.usesTimeDiffs[v]);
+    }
+  }
+
+  void loadPrecisions() {
+    if (const RecordBytes record = open("precisions")) {
+      readPrecisions(record.bytes(), data_.precisions, data_.caseMetaData.numVariables,
+                     data_.variableMetaData.names);
+    }
+  }
+
+  void loadSets() {
+    for (const std::uint32_t i :
+         numberedRecords(file_, "/timesets", "ts_", data_.caseMetaData.numTimesets)) {
+      const RecordBytes record(file_, "/timesets", "ts_" + std::to_string(i));
+      data_.timeSets.push_back(readTimeSet(record.bytes(), i));
+    }
+    for (const std::uint32_t i :
+         numberedRecords(file_, "/filesets", "fs_", data_.caseMetaData.numFilesets)) {
+      const RecordBytes record(file_, "/filesets", "fs_" + std::to_string(i));
+      data_.fileSets.push_back(readFileSet(record.bytes(), i));
+    }
+  }
+
+  void loadRecipes() {
+    if (const RecordBytes record = open("recipes", ".")) {
+      data_.recipes = readRecipes(record.bytes());
+    }
+    if (const RecordBytes record = open("recipe_con_params", ".")) {
+      data_.recipeConParams = readRecipeConParams(record.bytes());
+    }
+  }
+
+  void loadTimeDifferences() {
+    const RecordBytes record = open("timediffsmd", ".");
+    if (!record) return;
+    data_.timeDiffsMetaData = readCompressTimeDiffsMetaData(record.bytes());
+    data_.timeDiffPatterns.resize(data_.timeSets.size());
+    const VariableMetaData& variables = data_.variableMetaData;
+    for (std::size_t v = 0; v < variables.names.size(); ++v) {
+      const auto timeset = static_cast<std::int32_t>(variables.timesets[v]);
+      if (!variables.usesTimeDiffs[v]) {
+        getLogger().debug() << "No time differences were applied for " << "var="
+                            << variables.names[v] << ", timeset=" << timeset << std::endl;
+        continue;
+      }
+      const auto [blockSize, maxDepth] = data_.timeDiffsMetaData;
+      if (blockSize < 2) {
+        raise<std::logic_error>(
+            "usesTimeDiffs[v]=true but m_timeDiffsMetaData.blockSize < 2");
+      }
+      const CompressTimeDifferences differences(
+          checkedAt(data_.timeSets, timeset)->numberOfSteps(),
+          static_cast<std::int32_t>(blockSize), static_cast<std::int32_t>(maxDepth));
+      TimePattern& pattern = checkedAt(data_.timeDiffPatterns, timeset);
+      pattern = differences.pattern();
+      getLogger().debug() << "Pattern for var=" << variables.names[v] << ", timeset=" << timeset
+                          << ": " << toString(pattern) << std::endl;
+    }
+  }
+
+  void loadBoxesPerStep() {
+    const RecordBytes record = open("metadatapertimestep", ".");
+    if (data_.geometryMetaData.empty()) return;
+    auto& states = data_.geometryMetaData[SimulationMetadata::perTimestepGeometry];
+    if (record) {
+      readMetaPerTimeStep(record.bytes(), states);
+    } else if (!states.empty()) {
+      const InterleavedBox& box = data_.boundingBox;
+      states[0].boundingBox = {box[0], box[2], box[4], box[1], box[3], box[5]};
+    }
+  }
+
+  File& file_;
+  SimulationMetadata data_;
+};
+
+}  // namespace
+
+SimulationMetadata loadMetadata(File& file) { return Loader(file).load(); }
+
+}  // namespace morvex

@@ -1,0 +1,75 @@
+#include "simulation/simulation.hpp"
+
+#include <algorithm>
+
+#include "metadata/record_access.hpp"
+#include "simulation/read_support.hpp"
+
+namespace morvex {
+
+using Kelbor::checkedAt;
+using Kelbor::raise;
+
+EnsgSimulation::EnsgSimulation(Kelbor::DataManager* context, const std::string& filePath,
+                               bool keepUnloaded)
+    : SdfFile(context, filePath, /*writable=*/keepUnloaded, /*flavour=*/"", /*compress=*/false) {
+  if (!keepUnloaded) metadata_ = loadMetadata(*this);
+}
+
+const GeometryMetadata& EnsgSimulation::bulkState(std::int32_t geometry,
+                                                  std::int32_t timestep) const {
+  const auto& states = checkedAt(metadata_.geometryMetaData, geometry);
+  const auto& changeTypes = metadata_.caseMetaData.geometryChangeTypes;
+  if (checkedAt(changeTypes, geometry) == GeometryChange::kCoordinates && !states.empty()) {
+    timestep = std::min(timestep, static_cast<std::int32_t>(states.size() - 1));
+  }
+  return checkedAt(states, timestep);
+}
+
+EnsgSimulation::DatasetHeader EnsgSimulation::readHeader(const std::string& group,
+                                                         const std::string& name) {
+  const RecordBytes record(*this, group, name, sizeof(DatasetHeader));
+  if (!record) raise<std::runtime_error>("No dataset " + group + "/" + name);
+  if (record.bytes().size() < sizeof(DatasetHeader)) {
+    raise<std::runtime_error>("Dataset " + group + "/" + name + " has no header");
+  }
+  return Kelbor::RecordCursor(record.bytes()).read<DatasetHeader>();
+}
+
+const ZipRecipe& EnsgSimulation::recipeOf(const DatasetHeader& header) const {
+  return checkedAt(metadata_.recipes, header.recipeIndex);
+}
+
+std::unique_ptr<Kelbor::DataProvider> EnsgSimulation::payloadOf(const std::string& group,
+                                                                const std::string& name) {
+  return getDataProvider(group, name, 0, sizeof(DatasetHeader));
+}
+
+std::unique_ptr<Kelbor::DataProvider> EnsgSimulation::optionalDataset(const std::string& group,
+                                                                      const std::string& name) {
+  auto provider = getDataProvider(group, name, 0, 0);
+  if (provider && provider->getDataDimension().getNumberOfElements() == 0) provider.reset();
+  return provider;
+}
+
+EnsgSimulation::Providers EnsgSimulation::quantizedInputs(const std::string& group,
+                                                          const std::string& name) {
+  Providers inputs;
+  inputs.push_back(payloadOf(group, name));
+  inputs.push_back(optionalDataset(group, name + "_op"));
+  inputs.push_back(optionalDataset(group, name + "_ov"));
+  return inputs;
+}
+
+std::unique_ptr<Kelbor::BranchedChain> EnsgSimulation::makeChain(
+    const Recipe& recipe, Providers inputs, const ParameterBlock& parameters,
+    const ClassCreators& classCreators, std::uint64_t size, KeyMapper keyMapper) {
+  return buildChain(recipe, std::move(inputs), Deserializer(getContext(), parameters),
+                    {.context = getContext(),
+                     .classCreators = classCreators,
+                     .sizes = {&size, 1},
+                     .cache = externalDependencyCache_,
+                     .keyMapper = std::move(keyMapper)});
+}
+
+}  // namespace morvex

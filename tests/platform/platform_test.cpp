@@ -1,0 +1,165 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/critical_section.hpp"
+#include "platform/file_stream.hpp"
+#include "platform/system_info.hpp"
+#include "platform/thread_count.hpp"
+#include "platform/zlib_stream.hpp"
+
+namespace Kelbor::Platform {
+namespace {
+
+/// Runs each test with its own answer of the environment and no kept count.
+class ThreadCount : public ::testing::Test {
+ protected:
+  ThreadCount() {
+    if (const char* value = std::getenv("OMP_NUM_THREADS")) before_ = value;
+    wish(nullptr);
+  }
+  ~ThreadCount() override { wish(before_ ? before_->c_str() : nullptr); }
+
+  static void wish(const char* value) {
+    if (value) {
+      ::setenv("OMP_NUM_THREADS", value, 1);
+    } else {
+      ::unsetenv("OMP_NUM_THREADS");
+    }
+    Detail::forgetThreadCount();
+  }
+
+ private:
+  std::optional<std::string> before_;
+};
+
+TEST_F(ThreadCount, EnvironmentIsAskedOnceAndOnlyForPositiveCounts) {
+  wish("7");
+  EXPECT_EQ(threadCount(), 7);
+  ::setenv("OMP_NUM_THREADS", "9", 1);
+  EXPECT_EQ(threadCount(), 7) << "the first answer is kept";
+  const int without = Detail::threadsForProcessors(processorCount());
+  for (const char* value : {"0", "-3", "many", ""}) {
+    wish(value);
+    EXPECT_EQ(threadCount(), without) << value;
+  }
+  wish(" 3,2");
+  EXPECT_EQ(threadCount(), 3) << "read as a number with a tail";
+}
+
+TEST_F(ThreadCount, SettingWinsOverTheEnvironmentAndIgnoresOtherThanPositive) {
+  wish("7");
+  setThreadCount(2);
+  EXPECT_EQ(threadCount(), 2);
+  setThreadCount(0);
+  setThreadCount(-1);
+  EXPECT_EQ(threadCount(), 2);
+}
+
+TEST_F(ThreadCount, TwoProcessorsAreLeftToOthersFromFourOn) {
+  constexpr std::array<int, 6> kExpected{1, 1, 1, 2, 3, 4};
+  for (int processors = 1; processors <= 6; ++processors) {
+    EXPECT_EQ(Detail::threadsForProcessors(processors),
+              kExpected[static_cast<std::size_t>(processors) - 1]);
+  }
+}
+
+TEST(SystemInfo, MachineHasMemoryAndProcessors) {
+  EXPECT_GT(totalPhysicalMemory(), std::uint64_t{1} << 20);
+  EXPECT_GE(processorCount(), 1);
+}
+
+TEST(CriticalSectionTest, OwnerMayEnterAgainAndOthersWait) {
+  CriticalSection section;
+  section.lock();
+  section.lock();
+  bool entered = true;
+  std::thread([&] { entered = section.try_lock(); }).join();
+  EXPECT_FALSE(entered);
+  section.unlock();
+  std::thread([&] { entered = section.try_lock(); }).join();
+  EXPECT_FALSE(entered) << "one of two entries is still held";
+  section.unlock();
+  int counter = 0;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 3; ++t) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < 1000; ++i) {
+        section.lock();
+        ++counter;
+        section.unlock();
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(counter, 3000);
+}
+
+TEST(FileStreamTest, ShortReadsAreTold) {
+  const std::string path =
+      (std::filesystem::temp_directory_path() / ("stream" + std::to_string(::getpid()))).string();
+  const std::array<std::byte, 5> content{std::byte{1}, std::byte{2}, std::byte{3}, std::byte{4},
+                                         std::byte{5}};
+  {
+    FileStream writer = FileStream::open(path, "wb");
+    ASSERT_TRUE(writer.isOpen());
+    EXPECT_TRUE(writer.write(content));
+    EXPECT_TRUE(writer.close());
+    EXPECT_FALSE(writer.isOpen());
+    EXPECT_TRUE(writer.close());
+  }
+  FileStream reader = FileStream::open(path, "rb");
+  EXPECT_EQ(reader.size(), 5U);
+  std::array<std::byte, 4> block{};
+  EXPECT_TRUE(reader.seek(2));
+  EXPECT_EQ(reader.read(block), 3U);
+  EXPECT_EQ(block[2], std::byte{5});
+  EXPECT_EQ(reader.read(block), 0U);
+  EXPECT_FALSE(reader.seek(~std::uint64_t{0})) << "no negative position";
+  EXPECT_FALSE(reader.write(content) && reader.close()) << "the stream is for reading";
+  std::filesystem::remove(path);
+}
+
+TEST(FileStreamTest, MissingFilesAndDirectoriesDoNotOpen) {
+  EXPECT_FALSE(FileStream::open("/nowhere/at/all", "rb").isOpen());
+  EXPECT_FALSE(FileStream::open(std::filesystem::temp_directory_path().string(), "rb").isOpen());
+}
+
+TEST(ZlibStreams, DeflatedBytesComeBack) {
+  std::vector<Bytef> plain(10'000, 'a');
+  std::vector<Bytef> packed(10'100);
+  DeflateStream deflater;
+  ASSERT_TRUE(deflater.isReady());
+  z_stream& out = deflater.get();
+  out.next_in = plain.data();
+  out.avail_in = static_cast<uInt>(plain.size());
+  out.next_out = packed.data();
+  out.avail_out = static_cast<uInt>(packed.size());
+  ASSERT_EQ(::deflate(&out, Z_FINISH), Z_STREAM_END);
+  EXPECT_EQ(packed[0], 0x78);
+  EXPECT_EQ(packed[1] >> 6, 1) << "level 4 marks itself as fast";
+
+  std::vector<Bytef> again(plain.size());
+  InflateStream inflater;
+  ASSERT_TRUE(inflater.isReady());
+  z_stream& in = inflater.get();
+  in.next_in = packed.data();
+  in.avail_in = static_cast<uInt>(out.total_out);
+  in.next_out = again.data();
+  in.avail_out = static_cast<uInt>(again.size());
+  EXPECT_EQ(::inflate(&in, Z_NO_FLUSH), Z_STREAM_END);
+  EXPECT_EQ(again, plain);
+  EXPECT_EQ(inflater.end(), Z_OK);
+  EXPECT_FALSE(inflater.isReady());
+  EXPECT_EQ(inflater.end(), Z_OK);
+}
+
+}  // namespace
+}  // namespace Kelbor::Platform

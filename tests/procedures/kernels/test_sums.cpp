@@ -1,0 +1,224 @@
+#include <initializer_list>
+#include <numeric>
+
+#include "kernel_test_support.hpp"
+#include "procedures/kernels/prefix_sum.hpp"
+#include "procedures/kernels/sums.hpp"
+#include "procedures/kernels/unsigned_view.hpp"
+
+namespace Kelbor::MathModule::Kernels {
+namespace {
+
+using Testing::kSizes;
+using Testing::onEveryTarget;
+using Testing::randomValues;
+using Testing::sameBits;
+
+template <class U>
+class RunningSums : public testing::Test {};
+using UnsignedWidths = testing::Types<std::uint8_t, std::uint16_t, std::uint32_t, std::uint64_t>;
+TYPED_TEST_SUITE(RunningSums, UnsignedWidths);
+
+TYPED_TEST(RunningSums, PrefixSumEqualsTheRecurrenceInPlaceAndApart) {
+  using U = TypeParam;
+  constexpr U kCarry = 201;
+  for (const std::size_t count : kSizes) {
+    const std::vector<U> in = randomValues<U>(count, 1);
+    std::vector<U> expected(count);
+    U last = kCarry;
+    for (std::size_t i = 0; i < count; ++i) expected[i] = last = static_cast<U>(last + in[i]);
+    onEveryTarget([&] {
+      std::vector<U> apart(count);
+      EXPECT_EQ(prefixSum<U>(in, apart, kCarry), last);
+      EXPECT_TRUE(sameBits(apart, expected));
+      std::vector<U> inPlace = in;
+      EXPECT_EQ(prefixSum<U>(inPlace, inPlace, kCarry), last);
+      EXPECT_TRUE(sameBits(inPlace, expected));
+    });
+  }
+}
+
+TYPED_TEST(RunningSums, PrefixSumMayStandAtAnyElement) {
+  using U = TypeParam;
+  std::vector<U> block = randomValues<U>(1001, 2);
+  std::vector<U> expected(block.begin() + 1, block.end());
+  for (std::size_t i = 1; i < expected.size(); ++i) {
+    expected[i] = static_cast<U>(expected[i] + expected[i - 1]);
+  }
+  onEveryTarget([&] {
+    std::vector<U> values = block;
+    const std::span<U> part = std::span(values).subspan(1);
+    prefixSum<U>(part, part, U{0});
+    EXPECT_TRUE(sameBits<U>(part, expected));
+    EXPECT_EQ(values.front(), block.front());
+  });
+}
+
+TYPED_TEST(RunningSums, OffsetSumsAddTheBlockBefore) {
+  using U = TypeParam;
+  for (const std::size_t blockSize :
+       std::initializer_list<std::size_t>{1, 2, 3, 7, 8, 15, 16, 17, 31, 32, 33, 65, 1000}) {
+    for (const std::size_t blocks : std::initializer_list<std::size_t>{1, 2, 3, 40}) {
+      const std::vector<U> in = randomValues<U>(blockSize * blocks, 3);
+      std::vector<U> expected = in;
+      for (std::size_t b = 1; b < blocks; ++b) {
+        for (std::size_t j = 0; j < blockSize; ++j) {
+          U& sum = expected[b * blockSize + j];
+          sum = static_cast<U>(sum + expected[(b - 1) * blockSize + j]);
+        }
+      }
+      onEveryTarget([&] {
+        std::vector<U> apart(in.size());
+        offsetSums<U>(in, apart, blocks);
+        EXPECT_TRUE(sameBits(apart, expected)) << blockSize << " x " << blocks;
+        std::vector<U> inPlace = in;
+        offsetSums<U>(inPlace, inPlace, blocks);
+        EXPECT_TRUE(sameBits(inPlace, expected)) << blockSize << " x " << blocks;
+      });
+    }
+  }
+  std::vector<U> none;
+  offsetSums<U>(none, none, 5);
+}
+
+template <class T>
+T added(T a, T b) {
+  T sum;
+  static_cast<void>(__builtin_add_overflow(a, b, &sum));
+  return sum;
+}
+
+/// Rounds down by division, so that no shift of the kernel is repeated here.
+template <class T>
+T meanNaively(T a, T b) {
+  if constexpr (sizeof(T) == 1) {
+    const int sum = int{a} + int{b};
+    return static_cast<T>((sum - (sum % 2 != 0 && sum < 0 ? 1 : 0)) / 2);
+  } else {
+    const T sum = added(a, b);
+    return static_cast<T>(sum / 2 - (sum < 0 && sum % 2 != 0 ? 1 : 0));
+  }
+}
+
+template <class T>
+class VectorSums : public testing::Test {};
+using VectorSumTypes = testing::Types<std::int8_t, std::uint8_t, std::int32_t, std::uint32_t,
+                                      std::int64_t, std::uint64_t>;
+TYPED_TEST_SUITE(VectorSums, VectorSumTypes);
+
+TYPED_TEST(VectorSums, EqualTheNaiveTwinInPlaceAndApart) {
+  using T = TypeParam;
+  for (const std::size_t count : kSizes) {
+    const std::vector<T> in = randomValues<T>(count, 4);
+    const std::vector<T> first = randomValues<T>(count, 5);
+    const std::vector<T> second = randomValues<T>(count, 6);
+    std::vector<T> one(count);
+    std::vector<T> two(count);
+    for (std::size_t i = 0; i < count; ++i) {
+      one[i] = added(in[i], first[i]);
+      two[i] = added(in[i], meanNaively(first[i], second[i]));
+    }
+    onEveryTarget([&] {
+      std::vector<T> out(count);
+      vectorSums<T>(in, first, out);
+      EXPECT_TRUE(sameBits(out, one));
+      vectorSums<T>(in, first, second, out);
+      EXPECT_TRUE(sameBits(out, two));
+      out = in;
+      vectorSums<T>(out, first, out);
+      EXPECT_TRUE(sameBits(out, one));
+      out = in;
+      vectorSums<T>(out, first, second, out);
+      EXPECT_TRUE(sameBits(out, two));
+    });
+  }
+}
+
+TYPED_TEST(VectorSums, MeanAtTheLimitsWrapsOnlyInWideTypes) {
+  using T = TypeParam;
+  constexpr T kMost = std::numeric_limits<T>::max();
+  constexpr T kLeast = std::numeric_limits<T>::min();
+  const T wrappedMost = std::is_signed_v<T> ? static_cast<T>(-1) : static_cast<T>(kMost / 2);
+  const T meanOfMost = sizeof(T) == 1 ? kMost : wrappedMost;
+  const T meanOfLeast = sizeof(T) == 1 ? kLeast : T{0};
+  constexpr std::size_t kCount = 67;  // through the vectors and the values behind them
+  onEveryTarget([&] {
+    const std::vector<T> zero(kCount, T{0});
+    std::vector<T> out(kCount);
+    vectorSums<T>(zero, std::vector<T>(kCount, kMost), std::vector<T>(kCount, kMost), out);
+    EXPECT_EQ(out, std::vector<T>(kCount, meanOfMost));
+    vectorSums<T>(zero, std::vector<T>(kCount, kLeast), std::vector<T>(kCount, kLeast), out);
+    EXPECT_EQ(out, std::vector<T>(kCount, meanOfLeast));
+    if constexpr (std::is_signed_v<T>) {
+      vectorSums<T>(zero, zero, std::vector<T>(kCount, T{-1}), out);
+      EXPECT_EQ(out, std::vector<T>(kCount, T{-1})) << "halves round down";
+    }
+  });
+}
+
+// Two trees: 4 -> 0, 4 -> 2, 2 -> 1 and 5 -> 3; node 6 belongs to none.
+const std::vector<std::int32_t> kEdges = {4, 0, 4, 2, 2, 1, 5, 3};
+const std::vector<std::uint64_t> kStarts = {0, 3};
+
+template <class U>
+class TreeSums : public testing::Test {};
+using TreeWidths = testing::Types<std::uint8_t, std::uint32_t, std::uint64_t>;
+TYPED_TEST_SUITE(TreeSums, TreeWidths);
+
+TYPED_TEST(TreeSums, EachNodeAddsItsParent) {
+  using U = TypeParam;
+  const std::vector<U> in = {1, 2, 4, 8, 250, 32, 64};
+  const std::vector<U> expected = {
+      static_cast<U>(251), static_cast<U>(256), static_cast<U>(254), 40, 250, 32, 64};
+  ASSERT_TRUE(checkTree(kEdges, kStarts, in.size()));
+  std::vector<U> apart(in.size());
+  treeSums<U>(in, kEdges, kStarts, apart);
+  EXPECT_EQ(apart, expected);
+  std::vector<U> inPlace = in;
+  treeSums<U>(inPlace, kEdges, kStarts, inPlace);
+  EXPECT_EQ(inPlace, expected);
+}
+
+TYPED_TEST(TreeSums, WithoutTreesKeepTheirInput) {
+  using U = TypeParam;
+  const std::vector<std::int32_t> wildEdges = {-5, 99};
+  const std::vector<U> in = {3, 5};
+  ASSERT_TRUE(checkTree(wildEdges, {}, in.size()));
+  std::vector<U> out(in.size());
+  treeSums<U>(in, wildEdges, {}, out);
+  EXPECT_EQ(out, in);
+}
+
+TEST(TreeCheck, RefusesWhatWouldLeaveTheArrays) {
+  using Edges = std::vector<std::int32_t>;
+  using Starts = std::vector<std::uint64_t>;
+  EXPECT_TRUE(checkTree(kEdges, kStarts, 6));
+  EXPECT_FALSE(checkTree(kEdges, kStarts, 5)) << "parent behind the nodes";
+  EXPECT_FALSE(checkTree(Edges{0, 3}, Starts{0}, 3)) << "child behind the nodes";
+  EXPECT_FALSE(checkTree(Edges{0, -1}, Starts{0}, 3));
+  EXPECT_FALSE(checkTree(Edges{0, 1}, Starts{1}, 3)) << "tree behind the edges";
+  EXPECT_FALSE(checkTree(Edges{0, 1}, Starts{std::uint64_t{1} << 32}, 3));
+  EXPECT_FALSE(checkTree(Edges{}, Starts{0}, 3)) << "a tree has a root edge";
+  EXPECT_TRUE(checkTree(Edges{0, 1, 77}, Starts{0}, 3)) << "half an edge is not read";
+}
+
+TEST(TreeCheck, PassedTreesStayInsideWhateverTheOrderOfStarts) {
+  // Exactly sized blocks: a sanitizer sees any step outside.
+  std::mt19937 generator(5);
+  for (int round = 0; round < 500; ++round) {
+    const std::size_t nodes = 1 + generator() % 9;
+    std::vector<std::int32_t> edges(generator() % 14);
+    for (auto& node : edges)
+      node = static_cast<std::int32_t>(generator() % (nodes + 1)) - (round % 2);
+    std::vector<std::uint64_t> starts(generator() % 4);
+    for (auto& start : starts) start = generator() % (edges.size() / 2 + 1);
+    std::vector<std::int32_t> values(nodes, 1);
+    if (!checkTree(edges, starts, nodes)) continue;
+    const auto view = unsignedView(std::span(values));
+    treeSums<std::uint32_t>(view, edges, starts, view);
+    EXPECT_GE(std::accumulate(values.begin(), values.end(), 0L), static_cast<long>(nodes));
+  }
+}
+
+}  // namespace
+}  // namespace Kelbor::MathModule::Kernels
