@@ -76,6 +76,7 @@ InsituAccess::InsituAccess(DataProvider* input, DataType inputType, DataProvider
 
   std::unique_lock guard(input->lock);
   if (!input->hasContainer()) input->ensureContent();
+  if (!input->hasContainer()) raise<KelborDataException>("Failed to get read data access!");
   if (input->getDataDimension().getByteSize() > input->getContainer()->size) {
     raise<Exception>("Output container is too small for ScopedConstData!");
   }

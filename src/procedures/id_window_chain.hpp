@@ -14,9 +14,9 @@ namespace Kelbor::MathModule {
 /// ids (input 1), both UInt8. Four inner procedures behind one face: the inner providers are shown
 /// as this procedure's own and only borrowed.
 ///
-///   input 0 -> DecoderZlib -> BytePlaneComposition -\
-///                                                    IdWindowReconstruction -> output 0
-///   input 1 -> WindowZlibDecompression -------------/
+///   input 0 -> DecoderZlib -> BytePlaneComposition --+
+///                                                    +--> IdWindowReconstruction -> output 0
+///   input 1 -> WindowZlibDecompression --------------+
 class IdWindowZlibDecompressionChain final : public DataProcedure {
  public:
   /// std::runtime_error "Invalid target type!" unless Int32, UInt32, Int64 or UInt64.

@@ -78,7 +78,7 @@ TEST_F(Damage, EveryTruncationIsSurvived) {
 TEST_F(Damage, EveryDamagedByteIsSurvived) {
   const Bytes whole = directory_.get("whole");
   for (std::size_t at = 0; at < whole.size(); ++at) {
-    for (const int mask : {0x01, 0x80, 0xFF}) {
+    for (const int mask : {0x01, 0xFF}) {
       Bytes damaged = whole;
       damaged[at] ^= static_cast<std::byte>(mask);
       EXPECT_LE(readableIn(damaged), 4) << "byte " << at << " mask " << mask;

@@ -1,0 +1,246 @@
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "core/chain.hpp"
+#include "core/error.hpp"
+#include "core/object_provider.hpp"
+#include "core/storage.hpp"
+#include "core/target_provider.hpp"
+#include "fake_procedure.hpp"
+#include "log_capture.hpp"
+
+namespace Kelbor {
+namespace {
+
+using Ints = std::vector<std::int32_t>;
+
+class Procedures : public ::testing::Test {
+ protected:
+  LogCapture log_{LogLevel::silent};
+  DataManager manager_;
+  std::unique_ptr<DataProvider> source_ = filledInts(manager_, {1, 2, 3});
+};
+
+TEST_F(Procedures, SlotsAreConnectedOnceAndCounted) {
+  Doubling procedure(&manager_);
+  const auto text = [](auto call) { return messageOf<std::invalid_argument>(call); };
+  EXPECT_EQ(text([&] { procedure.DataProcedure::connectInput(1, source_.get()); }),
+            "Invalid input provider @ 1");
+  EXPECT_EQ(text([&] { (void)procedure.getInputProvider(0); }), "!hasInputProvider @ 0");
+  EXPECT_EQ(text([&] { (void)procedure.getOutputProvider(0); }), "!hasOutputProvider @ 0");
+  procedure.connectInput(0, source_.get());
+  EXPECT_EQ(source_->getReferences(), 1);
+  EXPECT_EQ(text([&] { procedure.connectInput(0, source_.get()); }), "Slot already connected @ 0");
+  procedure.disconnectInput(0);
+  EXPECT_EQ(source_->getReferences(), 0);
+  EXPECT_EQ(text([&] { procedure.disconnectInput(0); }), "Slot not connected @ 0");
+  EXPECT_EQ(text([&] { procedure.disconnectInput(7); }), "Invalid input slot @ 7");
+  EXPECT_EQ(messageOf<std::runtime_error>([&] { (void)valuesOf(procedure.output()); }),
+            ": No input provider!");
+}
+
+TEST_F(Procedures, NeedAContextInputsAndOutputs) {
+  class Bare : public DataProcedure {
+   public:
+    using DataProcedure::DataProcedure;
+    bool process(std::int32_t) override { return false; }
+  };
+  EXPECT_EQ(messageOf<std::runtime_error>([] { Bare(nullptr, 1, 1); }), "NULL Context!");
+  EXPECT_EQ(messageOf<std::invalid_argument>([&] { Bare(&manager_, 0, 1); }),
+            "Zero numberOfSources!");
+  EXPECT_EQ(messageOf<std::invalid_argument>([&] { Bare(&manager_, 1, 0); }),
+            "Zero numberOfProviders!");
+  Bare bare(&manager_, 1, 1);
+  EXPECT_EQ(bare.copy(), nullptr);
+  EXPECT_FALSE(bare.setParameter("key", 1));
+  EXPECT_EQ(messageOf<Exception>([&] { bare.updateOutputDimensionsFromProcessedInput(); }),
+            "::updateOutputDimensionsFromProcessedInput() not implemented but necessary!");
+  bare.setOutputProvider(0, emptyInts(manager_, 1));
+  EXPECT_EQ(messageOf<Exception>([&] { bare.setOutputProvider(0, emptyInts(manager_, 1)); }),
+            "Output provider already exists @ 0");
+  EXPECT_EQ(messageOf<Exception>([&] { bare.setOutputProvider(1, emptyInts(manager_, 1)); }),
+            "!isValidOutputProviderIndex: 1");
+}
+
+TEST_F(Procedures, OutputLandsInTheCallersMemoryAndNoFurther) {
+  Doubling procedure(&manager_);
+  procedure.connectInput(0, source_.get());
+  std::array<std::int32_t, 5> host{-1, -1, -1, -1, -1};
+  EXPECT_TRUE(procedure.setOutputBuffer(0, host.data() + 1, 12));
+  for (int run = 0; run < 2; ++run) {
+    fill(*source_, {1, 2, 3});
+    EXPECT_EQ(valuesOf(procedure.output()), (Ints{2, 4, 6}));
+    EXPECT_EQ(host, (std::array<std::int32_t, 5>{-1, 2, 4, 6, -1}));
+    EXPECT_EQ(messageOf<KelborDataException>([&] { ScopedData<int>{&procedure.output()}; }),
+              "Failed to get write data access!");
+    procedure.output().clearContent();
+  }
+  EXPECT_EQ(host[1], 2) << "cleared content is not erased";
+}
+
+TEST_F(Procedures, TargetThatIsTooSmallFailsWhenItIsFilled) {
+  Doubling procedure(&manager_);
+  procedure.connectInput(0, source_.get());
+  std::array<std::int32_t, 3> host{-1, -1, -1};
+  EXPECT_TRUE(procedure.setOutputBuffer(0, host.data(), 11));
+  EXPECT_EQ(messageOf<std::runtime_error>([&] { (void)valuesOf(procedure.output()); }),
+            "dimension.getByteSize() > targetMemspace");
+  EXPECT_FALSE(procedure.output().hasContainer());
+
+  // The dimension may also grow while the content is made.
+  EXPECT_TRUE(procedure.setOutputBuffer(0, host.data(), 12));
+  ASSERT_TRUE(source_->setDataDimension(DataDimension(DataTypes::kInt32, {4})));
+  fill(*source_, {1, 2, 3, 4});
+  EXPECT_EQ(messageOf<MemoryAllocationException>([&] { (void)valuesOf(procedure.output()); }),
+            "Could not reallocate container \"on the fly\"!");
+  EXPECT_FALSE(procedure.output().hasContainer());
+  EXPECT_EQ(host, (std::array<std::int32_t, 3>{-1, -1, -1}));
+}
+
+TEST_F(Procedures, ProducerThatFailsLeavesATargetEmptyAndOwned) {
+  Doubling procedure(&manager_);
+  procedure.connectInput(0, source_.get());
+  std::array<std::int32_t, 3> host{};
+  EXPECT_TRUE(procedure.setOutputBuffer(0, host.data(), 12));
+  procedure.outcome = Doubling::Outcome::throws;
+  EXPECT_THROW((void)valuesOf(procedure.output()), std::runtime_error);
+  EXPECT_FALSE(procedure.output().hasContainer());
+  procedure.outcome = Doubling::Outcome::good;
+  fill(*source_, {1, 2, 3});
+  EXPECT_EQ(valuesOf(procedure.output()), (Ints{2, 4, 6}));
+}
+
+TEST_F(Procedures, OutputBuffersAreRefusedWhereSomebodyReads) {
+  Doubling procedure(&manager_);
+  std::array<std::int32_t, 3> host{};
+  EXPECT_EQ(messageOf<Exception>([&] { procedure.setOutputBuffer(0, host.data(), 12); }),
+            "Output provider does not exist @ 0");
+  procedure.connectInput(0, source_.get());
+  EXPECT_EQ(messageOf<std::runtime_error>([&] { procedure.setOutputBuffer(0, nullptr, 12); }),
+            "targetMemaddress == NULL");
+  {
+    const ContentHold reader(procedure.output());
+    EXPECT_EQ(messageOf<std::runtime_error>([&] { procedure.setOutputBuffer(0, host.data(), 12); }),
+              "Existing references to output: Assigning out buffer not allowed!");
+    EXPECT_FALSE(procedure.deleteUnreferencedOutputs());
+    EXPECT_TRUE(procedure.hasReferencedOutput());
+  }
+  EXPECT_TRUE(procedure.deleteUnreferencedOutputs());
+  EXPECT_FALSE(procedure.hasOutputProvider(0));
+  procedure.setOutputProvider(0, std::make_unique<ObjectProvider>(&manager_, ObjectDetails{}));
+  EXPECT_EQ(messageOf<std::runtime_error>([&] { procedure.setOutputBuffer(0, host.data(), 12); }),
+            "Output buffer for arbitrary providers is not supported!");
+}
+
+TEST_F(Procedures, CopyHasTheSameInputsAndItsOwnEmptyOutputs) {
+  Doubling procedure(&manager_);
+  procedure.connectInput(0, source_.get());
+  {
+    const std::unique_ptr<DataProcedure> twin = procedure.copy();
+    EXPECT_EQ(twin->getInputProvider(0), source_.get());
+    EXPECT_EQ(source_->getReferences(), 2);
+    EXPECT_NE(twin->getOutputProvider(0), procedure.getOutputProvider(0));
+    EXPECT_EQ(twin->getOutputProvider(0)->getProducer(), twin.get());
+    EXPECT_EQ(valuesOf(dynamic_cast<DataProvider&>(*twin->getOutputProvider(0))), (Ints{2, 4, 6}));
+    EXPECT_EQ(procedure.runs, 0);
+  }
+  EXPECT_EQ(source_->getReferences(), 1);
+
+  class Odd : public Provider {
+   public:
+    using Provider::Provider;
+    void clearContent() override {}
+    bool prepareContent() override { return false; }
+  };
+  EXPECT_TRUE(procedure.deleteUnreferencedOutputs());
+  procedure.setOutputProvider(0, std::make_unique<Odd>(&manager_));
+  EXPECT_EQ(messageOf<std::runtime_error>([&] { (void)procedure.copy(); }),
+            "Copying arbitrary providers is not supported!");
+  EXPECT_EQ(source_->getReferences(), 1) << "the half-made copy has let go";
+}
+
+TEST(ProcedureDeathTest, DeletingAProcedureThatIsReadEndsTheProcess) {
+  DataManager manager;
+  const auto source = filledInts(manager, {1});
+  auto first = std::make_unique<Doubling>(&manager);
+  Doubling second(&manager);
+  first->connectInput(0, source.get());
+  second.connectInput(0, &first->output());
+  EXPECT_DEATH(first.reset(),
+               "FATAL: DataProcedure::.DataProcedure: existing output provider still has ref!\n"
+               "FATAL: Maybe you deleted the DataProcedures in a chain from left to right.");
+  second.disconnectInput(0);
+}
+
+TEST_F(Procedures, ChainEndsFromItsLastProcedureToItsFirst) {
+  const auto endings = std::make_shared<int>(0);
+  {
+    BranchedChain chain;
+    chain.addSource(std::move(source_));
+    DataProvider* at = filledInts(manager_, {1, 2, 3}).release();
+    chain.addSource(std::unique_ptr<Provider>(at));
+    for (const char* key : {"a", "b", "c"}) {
+      auto& step = dynamic_cast<Doubling&>(
+          chain.addProcedure(key, std::make_unique<Doubling>(&manager_, endings)));
+      step.connectInput(0, at);
+      at = &step.output();
+    }
+    DataProcedure& sink = chain.addSink(std::make_unique<Doubling>(&manager_, endings));
+    sink.connectInput(0, at);
+    EXPECT_EQ(valuesOf(*at), (Ints{8, 16, 24}));
+    EXPECT_EQ(chain.getOutputProcedure("c").getOutputProvider(0), at);
+    EXPECT_EQ(messageOf<KelborDataException>([&] { (void)chain.getOutputProcedure("d"); }),
+              "BranchedChain: no output procedure for key d");
+    EXPECT_EQ(*endings, 0);
+  }
+  EXPECT_EQ(*endings, 4);
+}
+
+TEST_F(Procedures, LaterProcedureOfAKeyServes) {
+  BranchedChain chain;
+  chain.addProcedure("key", std::make_unique<Doubling>(&manager_));
+  DataProcedure& later = chain.addProcedure("key", std::make_unique<Doubling>(&manager_));
+  EXPECT_EQ(&chain.getOutputProcedure("key"), &later);
+}
+
+TEST_F(Procedures, OutputThatIsHeldOutlivesItsChain) {
+  const auto endings = std::make_shared<int>(0);
+  // What the chain leaves behind here belongs to nobody any more: taken over by the test.
+  std::unique_ptr<DataProvider> survivingSource;
+  std::unique_ptr<Doubling> survivor;
+  {
+    ContentHold hold;
+    {
+      BranchedChain chain;
+      auto& step = dynamic_cast<Doubling&>(
+          chain.addProcedure(std::make_unique<Doubling>(&manager_, endings)));
+      survivingSource.reset(source_.get());
+      step.connectInput(0, source_.get());
+      chain.addSource(std::move(source_));
+      chain.addProcedure(std::make_unique<Doubling>(&manager_, endings))
+          .connectInput(0, &step.output());
+      hold = ContentHold(step.output());
+      survivor.reset(&step);
+    }
+    EXPECT_EQ(*endings, 1) << "only the procedure that nobody reads";
+    EXPECT_EQ(valuesOf(survivor->output()), (Ints{2, 4, 6}));
+  }
+  survivor.reset();
+  EXPECT_EQ(*endings, 2);
+}
+
+TEST_F(Procedures, ChainKeepsForeignProvidersUntilItsProceduresAreGone) {
+  std::shared_ptr<DataProvider> foreign = std::move(source_);
+  const std::weak_ptr<DataProvider> watch = foreign;
+  {
+    BranchedChain chain;
+    chain.addProcedure(std::make_unique<Doubling>(&manager_)).connectInput(0, foreign.get());
+    chain.keepAlive(std::move(foreign));
+    EXPECT_FALSE(watch.expired());
+  }
+  EXPECT_TRUE(watch.expired());
+}
+
+}  // namespace
+}  // namespace Kelbor
