@@ -16,6 +16,9 @@ FileStream FileStream::open(const std::string& path, const char* mode) {
     struct stat status {};
     if (::fstat(::fileno(result.stream_.get()), &status) != 0 || S_ISDIR(status.st_mode)) {
       result.stream_.reset();
+    } else {
+      // Whole blocks are read and written: a buffer in between only costs a copy.
+      std::setvbuf(result.stream_.get(), nullptr, _IONBF, 0);
     }
   }
   return result;

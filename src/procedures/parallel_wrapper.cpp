@@ -53,9 +53,9 @@ bool visitChunkType(DataType type, F&& f) {
 
 void logChunkError(const char* message) { getLogger().error() << message << std::endl; }
 
-DataManager* contextOf(const DataProcedure* inner) {
+const DataProcedure& requireInner(const DataProcedure* inner) {
   if (!inner) raise<std::invalid_argument>(kNoClone);
-  return inner->getContext();
+  return *inner;
 }
 
 }  // namespace
@@ -70,7 +70,8 @@ struct OmpDecompressionWrapper::ChunkedInput {
 OmpDecompressionWrapper::OmpDecompressionWrapper(std::unique_ptr<DataProcedure> inner,
                                                  std::span<const std::uint64_t> targetDimensions,
                                                  std::uint32_t singleChunkMarker)
-    : DataProcedure(contextOf(inner.get()), inner->getNumberOfInputs(), 1),
+    : DataProcedure(requireInner(inner.get()).getContext(),
+                    requireInner(inner.get()).getNumberOfInputs(), 1),
       inner_(std::move(inner)),
       targetDimensions_(targetDimensions.begin(), targetDimensions.end()),
       singleChunkMarker_(singleChunkMarker) {

@@ -81,10 +81,14 @@ TEST_F(Containers, ForeignMemoryIsNeverWrittenMovedOrFreed) {
   const auto other = emptyInts(manager_, 2);
   provider->wrapMemory(host.data(), sizeof host);
   EXPECT_FALSE(provider->getContainer()->migrate(*other));
-  EXPECT_EQ(messageOf<KelborDataException>([&] { ScopedData<int>{provider.get()}; }),
-            "Failed to get write data access!");
   EXPECT_EQ(valuesOf(*provider)[3], 4);
   EXPECT_FALSE(provider->hasContainer());
+  provider->wrapMemory(host.data(), sizeof host);
+  EXPECT_EQ(messageOf<KelborDataException>([&] { ScopedData<int>{provider.get()}; }),
+            "Failed to get write data access!");
+  EXPECT_THROW((void)valuesOf(*provider), KelborDataException)
+      << "a lock on content without memory stays until the content goes";
+  provider->clearContent();
   EXPECT_EQ(host[0], 1);
 }
 

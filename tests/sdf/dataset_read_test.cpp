@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -79,7 +80,7 @@ TEST_F(DatasetRead, DeflatedDatasetsAreOnlyReadToTheirEnd) {
   EXPECT_EQ(read("deflated", 0, 990), expected(10, 990));
   EXPECT_EQ(read("deflated", 10, 990), expected(10, 990));
   const LogCapture log;
-  for (const std::uint64_t offset : {0, 500}) {
+  for (const std::uint64_t offset : {0U, 500U}) {
     EXPECT_THROW((void)read("deflated", 8, offset), Exception);
   }
   EXPECT_NE(log.text().find("ERROR: Sdf decompression failed! Reason: buffer error\nERROR: "
