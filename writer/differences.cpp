@@ -16,16 +16,16 @@ std::int32_t meanOf(std::int32_t a, std::int32_t b) {
   return static_cast<std::int32_t>(sum) >> 1;
 }
 
-/// Place of `step` in its block, from 1 to the block's size, and whether the block ends in a key.
-bool isForcedKey(std::int32_t block, std::int32_t maxDepth) {
-  // Blocks count from 0; the first forced key ends block maxDepth, the next ones follow at
-  // distances of maxDepth + 1.
+/// Blocks count from 0: of each run of `maxDepth` + 1 blocks the last one ends in a key step.
+bool endsInForcedKey(std::int32_t block, std::int32_t maxDepth) {
   return maxDepth > 0 && (block + 1) % (maxDepth + 1) == 0;
 }
 
 }  // namespace
 
-Words differencesTo(const Words& words, const Words& a) { return differencesTo(words, a, a); }
+Words differencesTo(const Words& words, const Words& a) {
+  return differencesTo(words, a, a);
+}
 
 Words differencesTo(const Words& words, const Words& a, const Words& b) {
   if (a.size() != words.size() || b.size() != words.size()) {
@@ -84,7 +84,7 @@ std::vector<std::int32_t> timeReferences(std::int32_t step, std::int32_t steps,
   if (step > lastOfBlocks) return {-1};
   const std::int32_t place = step % blockSize;
   if (place == 0) {
-    if (isForcedKey(step / blockSize - 1, maxDepth)) return {};
+    if (endsInForcedKey(step / blockSize - 1, maxDepth)) return {};
     return {-blockSize};
   }
   // A step halves the gap between two steps that are as far away as it is divisible by two.

@@ -33,8 +33,8 @@ struct Forest {
 [[nodiscard]] Words differencesAlong(const Forest& forest, const Words& words);
 
 /// Other steps that a step of a series in time differences is stored against, as distances; none
-/// for a key step. Those of a series of `steps` in blocks of `blockSize` (a power of two from 2), with
-/// key steps forced after more than `maxDepth` blocks (0: never).
+/// for a key step. Those of a series of `steps` in blocks of `blockSize` (a power of two from 2),
+/// with key steps forced after more than `maxDepth` blocks (0: never).
 [[nodiscard]] std::vector<std::int32_t> timeReferences(std::int32_t step, std::int32_t steps,
                                                        std::int32_t blockSize,
                                                        std::int32_t maxDepth);

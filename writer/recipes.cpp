@@ -31,7 +31,9 @@ class InputWriter : public boost::static_visitor<void> {
 
 }  // namespace
 
-Recipe::Input chainInput(std::uint32_t index) { return Recipe::ChainInput{index}; }
+Recipe::Input chainInput(std::uint32_t index) {
+  return Recipe::ChainInput{index};
+}
 
 Recipe::Input outputOf(std::uint32_t procedure, std::uint32_t output) {
   return Recipe::ProcedureOutput{procedure, output};
@@ -90,9 +92,9 @@ RecipeBuilder valueRecipe(const ValueRecipe& what) {
     const bool isDifference = !what.timeReferences.empty();
     // The last procedure of the integers has the result's name.
     const auto keyIf = [](bool isLast) { return isLast ? kUncompressedKey : ""; };
-    std::uint32_t last = recipe.addParallel(
-        isTree ? ClassTag::chunkedZlibTree : ClassTag::chunkedZlib, {chainInput(0)},
-        keyIf(!isTree && !isDifference));
+    std::uint32_t last =
+        recipe.addParallel(isTree ? ClassTag::chunkedZlibTree : ClassTag::chunkedZlib,
+                           {chainInput(0)}, keyIf(!isTree && !isDifference));
     if (isTree) {
       last = recipe.add(ClassTag::treeSums,
                         {outputOf(last), external(what.edgeListKey), external(what.treeStartsKey)},

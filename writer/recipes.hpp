@@ -65,16 +65,16 @@ struct ValueRecipe {
   std::string label = "DefaultDecompression";
   /// Keys of edge list and tree starts, where values are differences along the edges of a forest;
   /// empty where they are differences to the value before.
-  std::string edgeListKey;
-  std::string treeStartsKey;
+  std::string edgeListKey = {};
+  std::string treeStartsKey = {};
   /// Keys of none, one or two steps; differences to the one or to the mean of the two are stored.
-  std::vector<std::string> timeReferences;
+  std::vector<std::string> timeReferences = {};
   /// The result is dequantised, with outliers from the chain's inputs 1 and 2.
   bool dequantise = false;
   /// The integers are the result of another dataset, "_vquant" beside this one.
   bool split = false;
   /// Key of the table of exponents; empty for a uniform step.
-  std::string exponentsKey;
+  std::string exponentsKey = {};
 };
 [[nodiscard]] RecipeBuilder valueRecipe(const ValueRecipe& what);
 

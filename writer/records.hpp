@@ -16,7 +16,8 @@
 #include "writer/byte_writer.hpp"
 
 /// The records of a file as bytes. Each function takes what the reader's struct holds and writes it
-/// field by field in stored order; nothing is checked, so that tests can write nonsense as well.
+/// field by field in stored order; all that is checked is that texts fit their fields
+/// (std::invalid_argument), so that tests can write nonsense as well.
 namespace morvex::Writer {
 
 /// The version of the program that a file requires.
@@ -25,7 +26,7 @@ namespace morvex::Writer {
 /// Counts of geometries and variables are those of the record, not of its vectors.
 [[nodiscard]] Bytes caseBytes(const CaseMetaData& record, const StoredBox& box);
 
-/// states[g][s] is state s of geometry g; names are cut to no width: they must fit `nameWidth`.
+/// states[g][s] is state s of geometry g; names must fit `nameWidth`.
 [[nodiscard]] Bytes geometryBytes(const std::vector<std::vector<GeometryMetadata>>& states,
                                   std::uint64_t nameWidth);
 [[nodiscard]] Bytes octreeBytes(const std::vector<std::vector<OctreeMetaData>>& states);

@@ -112,7 +112,8 @@ Bytes planeStream(std::span<const T> values, Chaining chaining, std::uint32_t pl
 template <class T>
 Bytes windowStream(std::span<const T> values) {
   if (values.empty()) return {};
-  return zlibStream(planesOf(std::span<const Unsigned<T>>(storedWords(values, Chaining::differences))));
+  return zlibStream(
+      planesOf(std::span<const Unsigned<T>>(storedWords(values, Chaining::differences))));
 }
 
 template <class T>
@@ -177,10 +178,10 @@ IdWindowPayloads idWindowPayloads(std::span<const std::int32_t> ids, std::uint64
   return {chunkTable(referenceChunks, counts), chunkTable(newIdChunks, counts)};
 }
 
-#define MORVEX_INSTANTIATE(T)                                                      \
-  template Bytes planeStream(std::span<const T>, Chaining, std::uint32_t);         \
-  template Bytes windowStream(std::span<const T>);                                 \
-  template Bytes bytePlanes(std::span<const T>);                                   \
+#define MORVEX_INSTANTIATE(T)                                              \
+  template Bytes planeStream(std::span<const T>, Chaining, std::uint32_t); \
+  template Bytes windowStream(std::span<const T>);                         \
+  template Bytes bytePlanes(std::span<const T>);                           \
   template Bytes chunkedStream(std::span<const T>, Chaining, const StreamLayout&);
 MORVEX_INSTANTIATE(std::int16_t)
 MORVEX_INSTANTIATE(std::int32_t)

@@ -8,9 +8,9 @@
 
 /// The streams in which integers are stored, from single values to whole payloads.
 ///
-/// Planes: of a group of n values of W bytes, byte p of value i (0 is the lowest) stands at p x n + i.
-/// Zigzag: a signed d is stored as 2d where it isn't negative, else as -2d - 1.
-/// All arithmetic wraps in the width of the type.
+/// Planes: of a group of n values of W bytes, byte p of value i (0 is the lowest) stands at p x n +
+/// i. Zigzag: a signed d is stored as 2d where it isn't negative, else as -2d - 1. All arithmetic
+/// wraps in the width of the type.
 namespace morvex::Writer {
 
 /// What a payload's values are cut into.
@@ -25,8 +25,8 @@ struct StreamLayout {
 /// Whether values are stored as differences to the value before.
 enum class Chaining { differences, none };
 
-/// One zlib stream of plane chunks with zigzag. Each plane chunk begins a deflate block, so that one
-/// call of inflate with the format's bound of input yields it whole. std::logic_error if one
+/// One zlib stream of plane chunks with zigzag. Each plane chunk begins a deflate block, so that
+/// one call of inflate with the format's bound of input yields it whole. std::logic_error if one
 /// doesn't fit the bound. Like all templates below for Int16, Int32, UInt32, Int64 and UInt64.
 template <class T>
 [[nodiscard]] Bytes planeStream(std::span<const T> values, Chaining chaining,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -17,14 +18,14 @@ class RecordBytes {
   /// All of the dataset from `offset` on, or `count` bytes of it where that is not 0. Without such a
   /// dataset the record is absent, which is no error here. Throws what a failed read throws.
   RecordBytes(Kelbor::MathModule::HierarchicalFileInterface& file, const std::string& group,
-              const std::string& name, std::uint64_t count = 0, std::uint64_t offset = 0)
-      : provider_(file.getDataProvider(group, name, count, offset)) {
-    if (provider_) access_.emplace(provider_.get());
-  }
+              const std::string& name, std::uint64_t count = 0, std::uint64_t offset = 0);
+  ~RecordBytes();
+  RecordBytes(const RecordBytes&) = delete;
+  RecordBytes& operator=(const RecordBytes&) = delete;
 
-  [[nodiscard]] explicit operator bool() const noexcept { return access_.has_value(); }
+  [[nodiscard]] explicit operator bool() const noexcept { return provider_ != nullptr; }
   /// Only for a record that is there.
-  [[nodiscard]] std::span<const std::byte> bytes() const { return std::as_bytes(access_->view()); }
+  [[nodiscard]] std::span<const std::byte> bytes() const;
 
  private:
   std::unique_ptr<Kelbor::DataProvider> provider_;

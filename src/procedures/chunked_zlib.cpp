@@ -1,7 +1,5 @@
 #include "procedures/chunked_zlib.hpp"
 
-#include <algorithm>
-
 #include "procedures/kernels/inflate_stream.hpp"
 
 namespace Kelbor::MathModule {
@@ -47,7 +45,6 @@ StreamOutcome ChunkedZlibDecompressionWrapper::decode(std::span<const std::byte>
         const auto geometry =
             Kernels::PlaneChunkGeometry::of(chunkSizeInBytes_, sizeof(Value), values.size());
         SwapBuffer swap(getContext(), geometry.swapBytes);
-        std::ranges::fill(swap.bytes(), std::byte{0});  // what a short chunk leaves is defined
         const Kernels::InflateResult result =
             Kernels::decodePlaneChunks(stream, values, swap.bytes(), geometry, mode_);
         if (!result.streamReady) raiseStreamNotReady();
@@ -58,7 +55,8 @@ StreamOutcome ChunkedZlibDecompressionWrapper::decode(std::span<const std::byte>
 
 std::unique_ptr<morvex::ProcedureFactory> createChunkedZlibFactory(
     morvex::Deserializer& classStream) {
-  return std::make_unique<ChunkedZlibFactory>(classStream.context(), Kernels::PlaneMode::RunningSum);
+  return std::make_unique<ChunkedZlibFactory>(classStream.context(),
+                                              Kernels::PlaneMode::RunningSum);
 }
 
 std::unique_ptr<morvex::ProcedureFactory> createChunkedZlibTreeFactory(

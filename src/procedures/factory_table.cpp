@@ -1,5 +1,8 @@
 #include "procedures/factory_table.hpp"
 
+#include <algorithm>
+#include <array>
+
 #include "procedures/chunked_zlib.hpp"
 #include "procedures/decoder.hpp"
 #include "procedures/dequantization.hpp"
@@ -8,6 +11,31 @@
 #include "procedures/sums.hpp"
 
 namespace Kelbor::MathModule {
+namespace {
+
+struct ClassName {
+  std::int32_t tag;
+  const char* name;
+};
+
+constexpr std::array<ClassName, 10> kClassNames{
+    {{ClassTags::kChunkedZlib, "ChunkedZlibDecompressionWrapper"},
+     {ClassTags::kParallelWrapper, "OmpDecompressionWrapper"},
+     {ClassTags::kSimpleSums, "SimpleSums"},
+     {ClassTags::kIdWindowChain, "IdWindowZlibDecompressionChain"},
+     {ClassTags::kDequantization, "Dequantization"},
+     {ClassTags::kDecoderZlib, "DecoderZlib"},
+     {ClassTags::kVectorSums, "VectorSums"},
+     {ClassTags::kTreeSums, "TreeSums"},
+     {ClassTags::kChunkedZlibTree, "ChunkedZlibTreeDecompressionWrapper"},
+     {ClassTags::kOffsetSums, "OffsetSums"}}};
+
+}  // namespace
+
+const char* classTagName(std::int32_t tag) {
+  const auto* const entry = std::ranges::find(kClassNames, tag, &ClassName::tag);
+  return entry == kClassNames.end() ? nullptr : entry->name;
+}
 
 const morvex::ClassCreators& allClassCreators() {
   static const morvex::ClassCreators& table =

@@ -22,6 +22,9 @@ inline constexpr std::int32_t kOffsetSums = 1010;
 
 }  // namespace ClassTags
 
+/// Name of the class behind a tag, for messages and tools; null for a tag that no procedure has.
+[[nodiscard]] const char* classTagName(std::int32_t tag);
+
 /// The creators of all procedures: the only place where every tag meets its factory.
 [[nodiscard]] const morvex::ClassCreators& allClassCreators();
 

@@ -39,17 +39,17 @@ void WorkflowLog::begin(const char* inputFile) {
     return;
   }
   getLogger().notice() << "MORVEX benchmarking is enabled!" << std::endl;
-  write("%s", kRule);
+  write(kRule);
   write("%s\n", kRule);
-  write("%s", "#MORVEX-EnSight-API Workflow\n");
+  write("#MORVEX-EnSight-API Workflow\n");
   write("#Input-File : %s\n", inputFile);
   write("\n%s", kRule);
   write("%s\n", kRule);
 }
 
 void WorkflowLog::end() {
-  write("%s", "[MX_exit]\n");
-  write("%s", kShortRule);
+  write("[MX_exit]\n");
+  write(kShortRule);
   file_.reset();
 }
 

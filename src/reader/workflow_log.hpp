@@ -19,12 +19,15 @@ class WorkflowLog {
   /// Writes the footer and closes the file.
   void end();
 
+  /// Writes a text as it stands, if a log is open.
+  void write(const char* text) {
+    if (enabled_ && file_) std::fputs(text, file_.get());
+  }
   /// Writes a line of printf's format, if a log is open.
   template <class... Arguments>
   void write(const char* format, Arguments... arguments) {
-    if (!enabled_ || !file_) return;
     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-vararg): the format of the log is printf's
-    std::fprintf(file_.get(), format, arguments...);
+    if (enabled_ && file_) std::fprintf(file_.get(), format, arguments...);
   }
 
  private:

@@ -39,6 +39,20 @@ bool isDecompressionLabel(const std::string& label) {
   return false;
 }
 
+/// A stored number of values, or std::length_error where no payload of that length could yield so
+/// many, in which case it must not size anything. `hostSize` is what the host has asked for.
+std::uint64_t requirePlausibleSize(std::uint64_t size, std::uint64_t hostSize,
+                                   const Kelbor::DataProvider* payload) {
+  // Deflate shrinks by no more than this; what needs no stream at all is allowed for beside it.
+  constexpr std::uint64_t kHighestRatio = 1032;
+  constexpr std::uint64_t kWithoutStream = std::uint64_t{1} << 20;
+  const std::uint64_t stored = payload ? payload->getDataDimension().getNumberOfElements() : 0;
+  if (size > hostSize && size - hostSize > stored * kHighestRatio + kWithoutStream) {
+    raise<std::length_error>(Kelbor::kVectorTooLong);
+  }
+  return size;
+}
+
 DatasetCacheKey cacheKeyOf(const ExternalReference& reference) {
   return {static_cast<std::int32_t>(reference.outputIndex), reference.outputKey,
           reference.datasetKey};
@@ -141,7 +155,9 @@ void EnsgSimulation::cookExtRecipe(const ExternalReference& reference, std::uint
     raise<std::logic_error>("Unknown (ext)recipe label: " + zipRecipe.label + "!");
   }
   Deserializer parameterStream(getContext(), *parameters);
-  if (parameters != &builtParameters) size = parameterStream.readU64();
+  if (parameters != &builtParameters) {
+    size = requirePlausibleSize(parameterStream.readU64(), size, inputs[0].get());
+  }
 
   const auto chain =
       buildChain(zipRecipe.recipe, std::move(inputs), parameterStream,

@@ -9,7 +9,7 @@
 #include "core/dimension.hpp"
 #include "core/element_type.hpp"
 #include "fake_procedure.hpp"
-#include "log_capture.hpp"
+#include "support/log_capture.hpp"
 
 namespace Kelbor {
 namespace {

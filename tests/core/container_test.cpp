@@ -4,7 +4,7 @@
 
 #include "core/error.hpp"
 #include "fake_procedure.hpp"
-#include "log_capture.hpp"
+#include "support/log_capture.hpp"
 
 // Allocations that can't succeed are part of these tests: sanitizers shall answer them as the heap
 // does and not end the process.

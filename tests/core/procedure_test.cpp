@@ -8,7 +8,7 @@
 #include "core/storage.hpp"
 #include "core/target_provider.hpp"
 #include "fake_procedure.hpp"
-#include "log_capture.hpp"
+#include "support/log_capture.hpp"
 
 namespace Kelbor {
 namespace {

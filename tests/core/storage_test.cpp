@@ -4,7 +4,7 @@
 
 #include "core/error.hpp"
 #include "fake_procedure.hpp"
-#include "log_capture.hpp"
+#include "support/log_capture.hpp"
 
 namespace Kelbor {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "bytes_builder.hpp"
 #include "core/error.hpp"
-#include "log_capture.hpp"
+#include "support/log_capture.hpp"
 
 namespace morvex {
 namespace {
@@ -170,10 +170,10 @@ TEST(Precisions, RelativeStepsAreShortenedToFiveDigits) {
 TEST(Precisions, ARelativeDefaultNeedsTheMaximumOfTheNameItself) {
   Precisions table = tableOf({{"DEFAULT_VARIABLE_PRECISION", 1, 10}}, 3.0);
   EXPECT_EQ(stepOf(table, "v"), 0.3);
-  const LogCapture log(Kelbor::LogLevel::warning);
+  const Kelbor::LogCapture log(Kelbor::LogLevel::warning);
   EXPECT_EQ(messageOf<std::runtime_error>([&] { static_cast<void>(table.getPrecision("w")); }),
             "No maxValue recorded for w");
-  EXPECT_EQ(log.lines(), "ERROR: No maxValue recorded for w\n");
+  EXPECT_EQ(log.text(), "ERROR: No maxValue recorded for w\n");
 }
 
 TEST(Precisions, TheMemoHoldsTheSettingBeforeItIsTurnedIntoAStep) {
@@ -188,13 +188,13 @@ TEST(Precisions, EveryNameIsLoggedOnceInTheFormOfItsType) {
   Precisions table =
       tableOf({{"a", 0, 0.125}, {"v", 1, 10}, {"coordinates", 2, 0.5}, {"e", 3, 1}}, 1234567.0);
   table.addEntry("s", {AdaptiveScaledExponentQuantization, {0.75}}, "test");
-  const LogCapture log(Kelbor::LogLevel::debug);
+  const Kelbor::LogCapture log(Kelbor::LogLevel::debug);
   for (int round = 0; round < 2; ++round) {
     for (const char* name : {"a", "v", "coordinates", "e", "s"}) {
       static_cast<void>(table.getPrecision(name));
     }
   }
-  EXPECT_EQ(log.lines(),
+  EXPECT_EQ(log.text(),
             "DEBUG: Precision(a) = 0.125\n"
             "DEBUG: Precision(v) = relative: 10 * 1.23457e+06 = 123460\n"
             "DEBUG: Precision(coordinates) = adaptive::[0.5, 1.5, 2.5, 3.5\n"

@@ -2,7 +2,7 @@
 
 #include "bytes_builder.hpp"
 #include "core/error.hpp"
-#include "log_capture.hpp"
+#include "support/log_capture.hpp"
 #include "metadata/con_params.hpp"
 #include "metadata/step_records.hpp"
 #include "metadata/time_records.hpp"
@@ -56,11 +56,11 @@ TEST(FileSetRecord, HasThreeWords) {
 TEST(StepBoxes, GoToTheStatesInOrder) {
   const BytesBuilder bytes = BytesBuilder(0, 0, 0).u64({1}).f32({1, 2, 3, 4, 5, 6});
   std::vector<GeometryMetadata> states(2);
-  const LogCapture log(Kelbor::LogLevel::warning);
+  const Kelbor::LogCapture log(Kelbor::LogLevel::warning);
   readMetaPerTimeStep(bytes.bytes(), states);
   EXPECT_EQ(states[0].boundingBox, (StoredBox{1, 2, 3, 4, 5, 6}));
   EXPECT_EQ(states[1].boundingBox, kInvertedBox);
-  EXPECT_EQ(log.lines(), "");
+  EXPECT_EQ(log.text(), "");
 }
 
 TEST(StepBoxes, ThoseBeyondTheStatesAreReadOverWithOneWarning) {
@@ -68,11 +68,11 @@ TEST(StepBoxes, ThoseBeyondTheStatesAreReadOverWithOneWarning) {
   bytes.u64({3});
   for (float step = 0; step < 3; ++step) bytes.f32({step, step, step, step, step, step});
   std::vector<GeometryMetadata> states(1);
-  const LogCapture log(Kelbor::LogLevel::warning);
+  const Kelbor::LogCapture log(Kelbor::LogLevel::warning);
   readMetaPerTimeStep(bytes.bytes(), states);
   readMetaPerTimeStep(bytes.bytes(), {});
   EXPECT_EQ(states[0].boundingBox, (StoredBox{0, 0, 0, 0, 0, 0}));
-  EXPECT_EQ(log.lines(),
+  EXPECT_EQ(log.text(),
             "WARNING: Bounding boxes for 3 time steps, but only 1 stored states: the rest is "
             "ignored\n"
             "WARNING: Bounding boxes for 3 time steps, but only 0 stored states: the rest is "

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "../core/log_capture.hpp"
+#include "support/log_capture.hpp"
 #include "container_bytes.hpp"
 #include "core/error.hpp"
 

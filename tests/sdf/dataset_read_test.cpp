@@ -5,7 +5,7 @@
 #include <fstream>
 #include <thread>
 
-#include "../core/log_capture.hpp"
+#include "support/log_capture.hpp"
 #include "container_bytes.hpp"
 #include "core/error.hpp"
 #include "core/scoped_access.hpp"

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "../core/log_capture.hpp"
+#include "support/log_capture.hpp"
 #include "container_bytes.hpp"
 
 namespace Kelbor::MathModule {

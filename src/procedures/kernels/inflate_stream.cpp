@@ -3,9 +3,11 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "platform/zlib_stream.hpp"
 #include "procedures/kernels/byte_planes.hpp"
+#include "procedures/kernels/fast_inflater.hpp"
 
 namespace Kelbor::MathModule::Kernels {
 namespace {
@@ -13,6 +15,13 @@ namespace {
 // What one call of inflate may see of input and output, so that zlib's 32-bit counters hold it.
 constexpr std::uint64_t kLargestInputStep = 536870912;
 constexpr std::uint64_t kLargestOutputStep = 2147483647;
+
+// igzip decodes up to this many bytes ahead of a target that is smaller, and a few symbols ahead of
+// any other: literals that one look-up yields, or the rest of a match.
+constexpr std::uint64_t kFarReadAhead = 65536;
+constexpr std::uint64_t kShortReadAhead = 272;
+// Generous for the compressed size of those few symbols.
+constexpr std::uint64_t kReadAheadInput = 32;
 
 uInt stepOf(std::uint64_t remaining, std::uint64_t bound) noexcept {
   return static_cast<uInt>(std::min(remaining, bound));
@@ -76,6 +85,77 @@ bool inflateWindows(BlockInflater& inflater, std::span<std::byte> swap,
   }
 }
 
+std::optional<std::uint64_t> inflateAllFast(std::span<const std::byte> input,
+                                            std::span<std::byte> target) noexcept {
+  FastInflater inflater(input);
+  if (!inflater.isReady()) return std::nullopt;
+  return inflater.inflateAll(target);
+}
+
+/// Walks the plane chunks of a dataset: each is inflated into planes(), then decoded.
+template <class U>
+class PlaneChunks {
+ public:
+  PlaneChunks(std::span<U> output, std::span<std::byte> swap, const PlaneChunkGeometry& geometry,
+              PlaneMode mode) noexcept
+      : output_(output), swap_(swap), geometry_(geometry), mode_(mode) {}
+
+  [[nodiscard]] bool done() const noexcept { return chunk_ == geometry_.chunkCount; }
+  [[nodiscard]] std::span<std::byte> planes() const noexcept {
+    return swap_.first(valueCount() * sizeof(U));
+  }
+
+  void decode() noexcept {
+    const std::size_t count = valueCount();
+    const std::span<U> values = output_.first(count);
+    if (mode_ == PlaneMode::RunningSum) {
+      running_ = composePlanesZigzagSum<U>(planes(), values, running_);
+    } else {
+      composePlanesZigzag<U>(planes(), values);
+    }
+    output_ = output_.subspan(count);
+    ++chunk_;
+  }
+
+ private:
+  [[nodiscard]] std::size_t valueCount() const noexcept {
+    const bool isShort = geometry_.remainder != 0 && chunk_ + 1 == geometry_.chunkCount;
+    return static_cast<std::size_t>(isShort ? geometry_.remainder : geometry_.valuesPerChunk);
+  }
+
+  std::span<U> output_;
+  std::span<std::byte> swap_;
+  const PlaneChunkGeometry& geometry_;
+  PlaneMode mode_;
+  std::uint64_t chunk_ = 0;
+  U running_ = 0;
+};
+
+/// True if the fast engine decoded every chunk from no more input than a call of zlib would get.
+template <class U>
+bool decodePlaneChunksFast(std::span<const std::byte> input, PlaneChunks<U> chunks,
+                           const PlaneChunkGeometry& geometry) noexcept {
+  const bool isOneOffer = input.size() <= geometry.inputBound;
+  if (!isOneOffer && geometry.chunkBytes < kFarReadAhead) return false;
+  FastInflater inflater(input);
+  if (!inflater.isReady()) return false;
+  // Where zlib stands at least. It, too, has decoded the next symbol when a chunk is full.
+  std::uint64_t start = 0;
+  while (!chunks.done()) {
+    if (!inflater.fill(chunks.planes())) return false;
+    const std::uint64_t end = inflater.position();
+    if (!isOneOffer && end - start > geometry.inputBound) return false;
+    chunks.decode();
+    if (chunks.done()) break;
+    if (!isOneOffer && inflater.readAhead() > kShortReadAhead) return false;
+    start = std::max(start, end - std::min(end, kReadAheadInput));
+  }
+  // zlib's last call goes on behind a full chunk, up to the checksum if nothing else comes. Where
+  // something else comes it checks less, but the fast engine takes damaged code tables that zlib
+  // refuses: only a checksum tells that it wasn't led astray.
+  return inflater.endsHere();
+}
+
 }  // namespace
 
 PlaneChunkGeometry PlaneChunkGeometry::of(std::uint32_t chunkSizeInBytes, std::size_t width,
@@ -100,31 +180,26 @@ template <class U>
 InflateResult decodePlaneChunks(std::span<const std::byte> input, std::span<U> output,
                                 std::span<std::byte> swap, const PlaneChunkGeometry& geometry,
                                 PlaneMode mode) noexcept {
+  PlaneChunks<U> chunks(output, swap, geometry, mode);
+  if (!chunks.done() && decodePlaneChunksFast<U>(input, chunks, geometry)) {
+    return {.streamReady = true, .ok = true, .decodedBytes = output.size_bytes()};
+  }
   InflateResult result;
   BlockInflater inflater(input);
   if (!inflater.isReady()) return result;
   result.streamReady = true;
   result.ok = true;
-  U running = 0;
-  for (std::uint64_t chunk = 0; chunk < geometry.chunkCount; ++chunk) {
-    const bool isShort = geometry.remainder != 0 && chunk + 1 == geometry.chunkCount;
-    const auto count =
-        static_cast<std::size_t>(isShort ? geometry.remainder : geometry.valuesPerChunk);
-    const std::span<std::byte> planes = swap.first(count * sizeof(U));
+  // What a short chunk is decoded with is part of the result.
+  if (!chunks.done()) std::ranges::fill(swap.first(geometry.swapBytes), std::byte{0});
+  while (!chunks.done()) {
     inflater.offerInput(geometry.inputBound);
-    const int code = inflater.run(planes, result.decodedBytes);
+    const int code = inflater.run(chunks.planes(), result.decodedBytes);
     // After a failure no later call yields anything, so the remaining chunks are left alone.
     if (isFailure(code)) {
       result.ok = false;
       break;
     }
-    const std::span<U> values = output.first(count);
-    output = output.subspan(count);
-    if (mode == PlaneMode::RunningSum) {
-      running = composePlanesZigzagSum<U>(planes, values, running);
-    } else {
-      composePlanesZigzag<U>(planes, values);
-    }
+    chunks.decode();
     // All values of later chunks would lie behind the decoded bytes.
     if (code == Z_STREAM_END) break;
   }
@@ -137,18 +212,23 @@ InflateResult decodeWindowedPlanes(std::span<const std::byte> input, std::span<U
                                    std::span<std::byte> swap,
                                    std::uint32_t windowSizeInBytes) noexcept {
   if (input.empty()) return {.streamReady = true, .ok = true, .decodedBytes = 0};
-  InflateResult result;
-  BlockInflater inflater(input);
-  if (!inflater.isReady()) return result;
-  result.streamReady = true;
   swap = swap.first(output.size() * sizeof(U));
-  result.ok = inflateWindows(inflater, swap, windowSizeInBytes, result.decodedBytes);
+  InflateResult result;
+  // Windows change nothing about a stream that is whole and fits.
+  if (const auto size = windowSizeInBytes != 0 ? inflateAllFast(input, swap) : std::nullopt) {
+    result = {.streamReady = true, .ok = true, .decodedBytes = *size};
+  } else {
+    BlockInflater inflater(input);
+    if (!inflater.isReady()) return result;
+    result.streamReady = true;
+    result.ok = inflateWindows(inflater, swap, windowSizeInBytes, result.decodedBytes);
+    if (!inflater.end()) result.ok = false;
+  }
   if (result.ok) {
     const auto count = static_cast<std::size_t>(result.decodedBytes / sizeof(U));
     static_cast<void>(
         composePlanesZigzagSum<U>(swap.first(count * sizeof(U)), output.first(count), U{0}));
   }
-  if (!inflater.end()) result.ok = false;
   return result;
 }
 
@@ -159,6 +239,12 @@ bool PlainInflateResult::ok() const noexcept {
 PlainInflateResult inflatePlain(std::span<const std::byte> input,
                                 std::span<std::byte> output) noexcept {
   if (input.empty()) return {.streamReady = true, .code = Z_STREAM_END, .decodedBytes = 0};
+  // zlib fails where its first offer ends together with the output; smaller streams are one offer.
+  if (input.size() <= kLargestInputStep) {
+    if (const auto size = inflateAllFast(input, output)) {
+      return {.streamReady = true, .code = Z_STREAM_END, .decodedBytes = *size};
+    }
+  }
   PlainInflateResult result;
   BlockInflater inflater(input);
   if (!inflater.isReady()) return result;

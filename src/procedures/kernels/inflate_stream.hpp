@@ -6,9 +6,10 @@
 
 namespace Kelbor::MathModule::Kernels {
 
-// The three ways in which stored streams are inflated. Each opens its own zlib stream, reads
-// nothing behind `input` and writes nothing behind its output, whatever the bytes are. A stream
-// that wants a preset dictionary fails, and a damaged or cut one ends in finite time.
+// The three ways in which stored streams are inflated. Each opens its own stream, reads nothing
+// behind `input` and writes nothing behind its output, whatever the bytes are. A stream that wants
+// a preset dictionary fails, and a damaged or cut one ends in finite time. Answers are zlib's,
+// whichever engine is in use.
 
 /// How a dataset of values of one width is cut into plane chunks. Each chunk takes one inflate
 /// call.
@@ -35,10 +36,10 @@ struct InflateResult {
 };
 
 /// Inflates plane chunk after plane chunk through `swap` and decodes each into `output`, whose size
-/// is the value count that `geometry` was made for. `swap` has at least geometry.swapBytes bytes
-/// and starts zeroed: a chunk that comes short is decoded whole, with what the swap held before.
-/// `decodedBytes` may end below the output's size without failure; values from
-/// decodedBytes / sizeof(U) on are then unspecified.
+/// is the value count that `geometry` was made for. `swap` has at least geometry.swapBytes bytes;
+/// what they hold doesn't matter. A chunk that comes short is decoded whole, with what the one
+/// before it left in the swap, or zeros. `decodedBytes` may end below the output's size without
+/// failure; values from decodedBytes / sizeof(U) on are then unspecified.
 /// For std::uint16_t, std::uint32_t and std::uint64_t.
 template <class U>
 [[nodiscard]] InflateResult decodePlaneChunks(std::span<const std::byte> input, std::span<U> output,

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace Kelbor::MathModule::Kernels {
+
+/// Inflates one zlib stream with the fast engine, which has its own idea of damaged streams and of
+/// how far it reads ahead. So it vouches only for what zlib would answer as well: after a false,
+/// an empty optional or StreamRest::unknown the stream is to be inflated again by zlib, from its
+/// start. The target memory then holds anything.
+///
+/// Nothing behind the input is read and nothing behind a target is written. `input` is borrowed.
+class FastInflater {
+ public:
+  explicit FastInflater(std::span<const std::byte> input) noexcept;
+  ~FastInflater();
+  FastInflater(const FastInflater&) = delete;
+  FastInflater& operator=(const FastInflater&) = delete;
+
+  /// False: not built in, switched off, out of memory, or the first two bytes aren't those of a
+  /// zlib stream without dictionary.
+  [[nodiscard]] bool isReady() const noexcept { return engine_ != nullptr; }
+
+  /// The next bytes of the stream; true if they filled `target`.
+  [[nodiscard]] bool fill(std::span<std::byte> target) noexcept;
+
+  /// Everything, the checksum included, and how many bytes it was.
+  [[nodiscard]] std::optional<std::uint64_t> inflateAll(std::span<std::byte> target) noexcept;
+
+  /// Bytes of input behind which zlib stands at most, the last begun byte and readAhead() included.
+  [[nodiscard]] std::uint64_t position() const noexcept;
+
+  /// Bytes that are decoded but not handed out yet.
+  [[nodiscard]] std::uint64_t readAhead() const noexcept;
+
+  /// True if the stream ends here and its checksum agrees. False ends the use of the stream.
+  [[nodiscard]] bool endsHere() noexcept;
+
+ private:
+  struct Engine;
+
+  Engine* engine_ = nullptr;
+  const std::byte* begin_ = nullptr;
+};
+
+}  // namespace Kelbor::MathModule::Kernels

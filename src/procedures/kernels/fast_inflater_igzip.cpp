@@ -1,0 +1,152 @@
+#include <isa-l/igzip_lib.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <new>
+
+#include "procedures/kernels/fast_inflater.hpp"
+#include "procedures/kernels/inflate_engines.hpp"
+
+namespace Kelbor::MathModule::Kernels {
+namespace {
+
+std::atomic<bool> isSwitchedOn{true};
+
+// igzip counts in 32 bits, some of them signed.
+constexpr std::uint64_t kLargestInput = 2147483647;
+constexpr std::uint64_t kLargestOutputStep = 1073741824;
+
+/// Whether zlib would take these two bytes for the start of a stream that needs no dictionary.
+bool isPlainZlibHeader(std::span<const std::byte> input) noexcept {
+  if (input.size() < 2) return false;
+  const auto method = std::to_integer<unsigned>(input[0]);
+  const auto flags = std::to_integer<unsigned>(input[1]);
+  constexpr unsigned kDeflated = 8;
+  constexpr unsigned kLargestWindow = 7;  // 2^(7 + 8) bytes
+  constexpr unsigned kDictionaryFlag = 0x20;
+  return (method & 15U) == kDeflated && (method >> 4U) <= kLargestWindow &&
+         (method * 256 + flags) % 31 == 0 && (flags & kDictionaryFlag) == 0;
+}
+
+}  // namespace
+
+struct FastInflater::Engine {
+  inflate_state state;
+
+  [[nodiscard]] static Engine* take() noexcept;
+  static void giveBack(Engine* engine) noexcept;
+
+  /// One call of igzip; false for an error. `target` shrinks to what it left unwritten.
+  [[nodiscard]] bool run(std::span<std::byte>& target) noexcept {
+    const std::size_t granted = std::min<std::size_t>(target.size(), kLargestOutputStep);
+    state.next_out = reinterpret_cast<std::uint8_t*>(target.data());
+    state.avail_out = static_cast<std::uint32_t>(granted);
+    const int code = ::isal_inflate(&state);
+    target = target.subspan(granted - state.avail_out);
+    return code == ISAL_DECOMP_OK;
+  }
+
+  /// After a run without error: the checksum was reached and agrees.
+  [[nodiscard]] bool hasEnded() const noexcept { return state.block_state == ISAL_BLOCK_FINISH; }
+};
+
+namespace {
+
+// A state takes about 90 KiB, so used ones are kept. Not thread-local: that would hold one for each
+// thread of the host that ever read, and could be gone when a thread reads at its very end. After a
+// fork those that other threads had taken are lost to the child, which makes its own.
+// What is kept here lives as long as the process.
+constexpr std::size_t kKeptStates = 16;
+std::array<std::atomic<void*>, kKeptStates> keptStates{};
+
+}  // namespace
+
+FastInflater::Engine* FastInflater::Engine::take() noexcept {
+  for (auto& slot : keptStates) {
+    if (void* kept = slot.exchange(nullptr, std::memory_order_acquire)) {
+      return static_cast<Engine*>(kept);
+    }
+  }
+  return new (std::nothrow) Engine;
+}
+
+void FastInflater::Engine::giveBack(Engine* engine) noexcept {
+  for (auto& slot : keptStates) {
+    void* empty = nullptr;
+    if (slot.compare_exchange_strong(empty, engine, std::memory_order_release,
+                                     std::memory_order_relaxed)) {
+      return;
+    }
+  }
+  delete engine;
+}
+
+std::vector<InflateEngine> inflateEngines() {
+  return {InflateEngine::igzip, InflateEngine::zlib};
+}
+
+void useInflateEngine(InflateEngine engine) {
+  isSwitchedOn.store(engine == InflateEngine::igzip, std::memory_order_relaxed);
+}
+
+FastInflater::FastInflater(std::span<const std::byte> input) noexcept : begin_(input.data()) {
+  if (!isSwitchedOn.load(std::memory_order_relaxed)) return;
+  if (input.size() > kLargestInput || !isPlainZlibHeader(input)) return;
+  engine_ = Engine::take();
+  if (!engine_) return;
+  inflate_state& state = engine_->state;
+  ::isal_inflate_init(&state);
+  // igzip would hold distances against the window size that the header tells, zlib does not.
+  state.crc_flag = ISAL_ZLIB_NO_HDR_VER;
+  const auto body = input.subspan(2);
+  // igzip reads through this pointer only.
+  state.next_in = reinterpret_cast<std::uint8_t*>(const_cast<std::byte*>(body.data()));
+  state.avail_in = static_cast<std::uint32_t>(body.size());
+}
+
+FastInflater::~FastInflater() {
+  if (engine_) Engine::giveBack(engine_);
+}
+
+bool FastInflater::fill(std::span<std::byte> target) noexcept {
+  while (!target.empty()) {
+    const std::size_t wanted = target.size();
+    if (!engine_->run(target) || target.size() == wanted) return false;
+  }
+  return true;
+}
+
+std::optional<std::uint64_t> FastInflater::inflateAll(std::span<std::byte> target) noexcept {
+  std::span<std::byte> unwritten = target;
+  while (!unwritten.empty()) {
+    const std::size_t wanted = unwritten.size();
+    if (!engine_->run(unwritten)) return std::nullopt;
+    if (engine_->hasEnded()) return target.size() - unwritten.size();
+    if (unwritten.size() == wanted) return std::nullopt;
+  }
+  if (!endsHere()) return std::nullopt;
+  return target.size();
+}
+
+std::uint64_t FastInflater::position() const noexcept {
+  const inflate_state& state = engine_->state;
+  const auto* next = reinterpret_cast<const std::byte*>(state.next_in);
+  const std::int32_t unusedBits = std::max(state.read_in_length, 0);
+  return static_cast<std::uint64_t>(next - begin_) - static_cast<std::uint64_t>(unusedBits / 8);
+}
+
+std::uint64_t FastInflater::readAhead() const noexcept {
+  const inflate_state& state = engine_->state;
+  return static_cast<std::uint64_t>(state.tmp_out_valid - state.tmp_out_processed);
+}
+
+bool FastInflater::endsHere() noexcept {
+  if (engine_->hasEnded()) return true;
+  // Room for one byte takes igzip over the end of the last block, and to the checksum.
+  std::byte next;
+  std::span<std::byte> room(&next, 1);
+  return engine_->run(room) && !room.empty() && engine_->hasEnded();
+}
+
+}  // namespace Kelbor::MathModule::Kernels

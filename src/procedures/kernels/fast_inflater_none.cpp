@@ -1,0 +1,37 @@
+// The build without a fast engine: no stream is taken.
+
+#include "procedures/kernels/fast_inflater.hpp"
+#include "procedures/kernels/inflate_engines.hpp"
+
+namespace Kelbor::MathModule::Kernels {
+
+std::vector<InflateEngine> inflateEngines() {
+  return {InflateEngine::zlib};
+}
+
+void useInflateEngine(InflateEngine /*engine*/) {}
+
+FastInflater::FastInflater(std::span<const std::byte> /*input*/) noexcept {}
+FastInflater::~FastInflater() = default;
+
+bool FastInflater::fill(std::span<std::byte> /*target*/) noexcept {
+  return false;
+}
+
+std::optional<std::uint64_t> FastInflater::inflateAll(std::span<std::byte> /*target*/) noexcept {
+  return std::nullopt;
+}
+
+std::uint64_t FastInflater::position() const noexcept {
+  return 0;
+}
+
+std::uint64_t FastInflater::readAhead() const noexcept {
+  return 0;
+}
+
+bool FastInflater::endsHere() noexcept {
+  return false;
+}
+
+}  // namespace Kelbor::MathModule::Kernels

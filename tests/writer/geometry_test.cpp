@@ -1,0 +1,283 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "result_session.hpp"
+
+namespace morvex::Writer {
+namespace {
+
+constexpr std::size_t kNodes = 50'000;  // several plane chunks
+
+class GeometryRoundTrip : public ResultSession {
+ protected:
+  /// A part of `count` nodes at one step.
+  PartBuilder& addPart(std::size_t count, unsigned seed = 1) {
+    return file_.part("part " + std::to_string(seed))
+        .nodes(wave(count, seed), wave(count, seed + 1), wave(count, seed + 2));
+  }
+
+  ResultFileBuilder file_;
+};
+
+TEST_F(GeometryRoundTrip, ExactCoordinatesKeepEveryBit) {
+  Floats x = wave(kNodes, 1);
+  x[0] = -0.0F;
+  x[1] = std::numeric_limits<float>::quiet_NaN();
+  x[2] = std::numeric_limits<float>::denorm_min();
+  x[3] = -std::numeric_limits<float>::infinity();
+  const Floats y = wave(kNodes, 2);
+  const Floats z(kNodes, 7.0F);
+  file_.part("p").nodes(x, y, z);
+  open(file_);
+  const auto read = coordinates(0, 0, kNodes);
+  expectSameBits(read[0], x);
+  expectSameBits(read[1], y);
+  expectSameBits(read[2], z);
+}
+
+TEST_F(GeometryRoundTrip, SizesAroundTheChunksComeBack) {
+  const std::vector<std::size_t> sizes{1, 2, 3, 16383, 16384, 16385, 32768, 32769};
+  for (const std::size_t size : sizes) addPart(size, static_cast<unsigned>(size));
+  for (const std::uint64_t chunks : {1U, 2U, 7U}) {
+    file_.tableChunks(chunks);
+    open(file_);
+    for (std::size_t p = 0; p < sizes.size(); ++p) {
+      const auto seed = static_cast<unsigned>(sizes[p]);
+      const auto read = coordinates(0, static_cast<int>(p), sizes[p]);
+      expectSameBits(read[0], wave(sizes[p], seed));
+      expectSameBits(read[2], wave(sizes[p], seed + 2));
+    }
+  }
+}
+
+TEST_F(GeometryRoundTrip, PartsWithoutNodesAreReadAsNothing) {
+  file_.part("empty").nodes({}, {}, {}).elements(10, {});
+  open(file_);
+  float untouched = 5.0F;
+  EXPECT_EQ(MX_getPartCoordinates(0, 0, &untouched, &untouched, &untouched), 0);
+  int node = 5;
+  EXPECT_EQ(MX_getElementConnectivity(0, 0, 10, &node), 0);
+  EXPECT_EQ(untouched, 5.0F);
+  EXPECT_EQ(node, 5);
+}
+
+TEST_F(GeometryRoundTrip, UniformCoordinatesAreTheNearestMultiples) {
+  Floats x = wave(kNodes, 1);
+  x[10] = std::numeric_limits<float>::infinity();
+  x[49'999] = 3e30F;
+  x[20] = std::numeric_limits<float>::quiet_NaN();
+  file_.part("p").nodes(x, wave(kNodes, 2), wave(kNodes, 3));
+  file_.coordinates(Quantisation::uniform(0.001)).tableChunks(3);
+  open(file_);
+  const auto read = coordinates(0, 0, kNodes);
+  expectQuantised(read[0], x, 0.001);  // with outliers, unlike the others
+  expectQuantised(read[1], wave(kNodes, 2), 0.001);
+  expectQuantised(read[2], wave(kNodes, 3), 0.001);
+}
+
+TEST_F(GeometryRoundTrip, AdaptiveCoordinatesHaveTheirOwnSteps) {
+  constexpr double kScale = 0.5;
+  addPart(kNodes);
+  addPart(100, 5).notAdaptive();
+  file_.coordinates(Quantisation::adaptiveShift(kScale)).tableChunks(2);
+  open(file_);
+  const std::array<Floats, 3> written{wave(kNodes, 1), wave(kNodes, 2), wave(kNodes, 3)};
+  const auto read = coordinates(0, 0, kNodes);
+  std::vector<double> steps;
+  for (std::size_t i = 0; i < kNodes; ++i) {
+    const float magnitude =
+        std::max({std::abs(written[0][i]), std::abs(written[1][i]), std::abs(written[2][i])});
+    int shift = 16;
+    while (shift > 0 && std::ldexp(magnitude / kScale, shift) > 1 << 20) --shift;
+    steps.push_back(kScale / static_cast<double>(1 << shift));
+  }
+  EXPECT_NE(*std::ranges::min_element(steps), *std::ranges::max_element(steps));
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    for (std::size_t i = 0; i < kNodes; ++i) {
+      const double word = std::nearbyint(written[axis][i] / steps[i]);
+      ASSERT_EQ(read[axis][i], static_cast<float>(steps[i] * word)) << axis << " " << i;
+    }
+  }
+  expectSameBits(coordinates(0, 1, 100)[0], wave(100, 5));
+  MX_finishedGeometryProcessing();
+  expectSameBits(coordinates(0, 0, kNodes)[1], read[1]);
+}
+
+TEST_F(GeometryRoundTrip, BlocksAreExactWhateverThePrecision) {
+  addPart(24).block({2, 3, 4, 0});
+  addPart(10, 7).block({10, 1, 1, 9}, 2);
+  file_.coordinates(Quantisation::uniform(1.0));
+  open(file_);
+  std::array<Floats, 3> read{Floats(24), Floats(24), Floats(24)};
+  EXPECT_EQ(MX_getBlockStructuredCoordinates(0, 0, read[0].data(), read[1].data(), read[2].data()),
+            0);
+  for (unsigned axis = 0; axis < 3; ++axis) expectSameBits(read[axis], wave(24, 1 + axis));
+}
+
+TEST_F(GeometryRoundTrip, MovingCoordinatesComeFromTheirStep) {
+  const std::uint32_t times = file_.timeSet({0.0F, 0.5F, 1.0F});
+  PartBuilder& part = file_.part("moves");
+  for (int step = 0; step < 3; ++step) {
+    const auto seed = static_cast<unsigned>(10 * step);
+    part.nodes(wave(500, seed), wave(500, seed + 1), wave(500, seed + 2), step);
+  }
+  part.elements(6, {1, 2, 3});
+  file_.modelChanges(GeometryChange::kCoordinates, times);
+  open(file_);
+  EXPECT_EQ(MX_getGeometryAdaptivityType(0), 1);
+  for (const int step : {2, 0, 1}) {
+    const auto seed = static_cast<unsigned>(10 * step);
+    expectSameBits(coordinates(step, 0, 500)[1], wave(500, seed + 1));
+  }
+  EXPECT_EQ(connectivity(0, 0, 6, 3), (Ints{1, 2, 3}));
+}
+
+TEST_F(GeometryRoundTrip, ChangingConnectivityHasAStateForEachStep) {
+  const std::uint32_t times = file_.timeSet({0.0F, 1.0F});
+  PartBuilder& part = file_.part("grows");
+  for (int step = 0; step < 2; ++step) {
+    const auto nodes = static_cast<std::size_t>(40 * (step + 1));
+    part.nodes(wave(nodes, 1), wave(nodes, 2), wave(nodes, 3), step);
+    part.elements(10, someIds(nodes, static_cast<int>(nodes)), Ids::windows, step);
+  }
+  file_.modelChanges(GeometryChange::kConnectivity, times);
+  open(file_);
+  EXPECT_EQ(MX_getGeometryAdaptivityType(0), 2);
+  expectSameBits(coordinates(1, 0, 80)[0], wave(80, 1));
+  expectSameBits(coordinates(0, 0, 40)[0], wave(40, 1));
+  EXPECT_EQ(connectivity(1, 0, 10, 80), someIds(80, 80));
+  EXPECT_EQ(connectivity(0, 0, 10, 40), someIds(40, 40));
+  std::array<float, 6> box{};
+  EXPECT_EQ(MX_getBoundingBox(1, box.data()), 0);
+  const Floats x = wave(80, 1);
+  EXPECT_EQ(box[0], *std::ranges::min_element(x));
+  EXPECT_EQ(box[3], *std::ranges::max_element(x));
+}
+
+TEST_F(GeometryRoundTrip, EveryElementTypeComesBackInBothEncodings) {
+  const std::array<std::size_t, 30> nodesPer{1, 1,  2,  2, 3, 3,  3,  3, 6, 6,  4,  4, 8, 8,  4,
+                                             4, 10, 10, 5, 5, 13, 13, 6, 6, 15, 15, 8, 8, 20, 20};
+  for (const Ids ids : {Ids::differences, Ids::windows}) {
+    PartBuilder& part = addPart(1000);
+    for (std::size_t type = 0; type < nodesPer.size(); ++type) {
+      part.elements(static_cast<int>(type),
+                    someIds(nodesPer[type] * (200 + type), 1000, static_cast<unsigned>(type)), ids);
+    }
+  }
+  file_.tableChunks(3);
+  open(file_);
+  for (std::size_t type = 0; type < nodesPer.size(); ++type) {
+    const Ints written = someIds(nodesPer[type] * (200 + type), 1000, static_cast<unsigned>(type));
+    for (int part = 0; part < 2; ++part) {
+      EXPECT_EQ(connectivity(0, part, static_cast<int>(type), written.size()), written) << type;
+    }
+  }
+}
+
+TEST_F(GeometryRoundTrip, IdWindowsOfAllShapesComeBack) {
+  const Ints allNew{5, 4, 3, -2, 2'000'000'000, -2'000'000'000, 0, 1};
+  const Ints allSame(8, 42);
+  Ints farBack = someIds(40'000, 9'000);
+  farBack.back() = farBack.front();
+  PartBuilder& part = addPart(10);
+  part.elements(0, allNew, Ids::windows);
+  part.elements(1, allSame, Ids::windows);
+  part.elements(10, farBack, Ids::windows);
+  for (const std::uint64_t chunks : {1U, 5U}) {
+    file_.tableChunks(chunks);
+    open(file_);
+    EXPECT_EQ(connectivity(0, 0, 0, 8), allNew);
+    EXPECT_EQ(connectivity(0, 0, 1, 8), allSame);
+    EXPECT_EQ(connectivity(0, 0, 10, farBack.size()), farBack);
+  }
+}
+
+TEST_F(GeometryRoundTrip, PolygonsAndPolyhedraComeBack) {
+  for (const Ids ids : {Ids::differences, Ids::windows}) {
+    addPart(20)
+        .nsided({3, 5, 4}, {1, 2, 3, 3, 4, 5, 6, 7, 7, 6, 8, 9}, ids)
+        .nfaced({4, 5}, {3, 3, 3, 3, 4, 4, 3, 3, 4}, someIds(30, 20), ids);
+  }
+  open(file_);
+  for (int part = 0; part < 2; ++part) {
+    Ints sizes(3);
+    EXPECT_EQ(MX_getNSidedNumberOfNodesPerFace(0, part, sizes.data()), 0);
+    EXPECT_EQ(sizes, (Ints{3, 5, 4}));
+    ASSERT_EQ(MX_getDataSizeForNSidedConnectivity(0, part), 12);
+    Ints nodes(12);
+    EXPECT_EQ(MX_getNSidedConnectivity(0, part, nodes.data()), 0);
+    EXPECT_EQ(nodes, (Ints{1, 2, 3, 3, 4, 5, 6, 7, 7, 6, 8, 9}));
+
+    Ints faces(2);
+    EXPECT_EQ(MX_getNFacedNumberOfFacesPerElement(0, part, faces.data()), 0);
+    EXPECT_EQ(faces, (Ints{4, 5}));
+    ASSERT_EQ(MX_getDataSizeForNFacedNodesPerFace(0, part), 9);
+    Ints faceNodes(9);
+    EXPECT_EQ(MX_getNFacedNodesPerFace(0, part, faceNodes.data()), 0);
+    EXPECT_EQ(faceNodes, (Ints{3, 3, 3, 3, 4, 4, 3, 3, 4}));
+    ASSERT_EQ(MX_getDataSizeForNFacedConnectivity(0, part), 30);
+    Ints nfaced(30);
+    EXPECT_EQ(MX_getNFacedConnectivity(0, part, nfaced.data()), 0);
+    EXPECT_EQ(nfaced, someIds(30, 20));
+  }
+}
+
+TEST_F(GeometryRoundTrip, BorderFacesKnowTheirParents) {
+  const std::vector<std::int16_t> parentTypes{26, -1, 32767, -32768};
+  for (const Ids ids : {Ids::differences, Ids::windows}) {
+    addPart(20).borderFaces(10, {.connectivity = {someIds(16, 20), ids},
+                                 .parentIds = {0, 7, -3, 2'000'000'000},
+                                 .parentTypes = parentTypes});
+  }
+  open(file_);
+  for (int part = 0; part < 2; ++part) {
+    std::array<int, MX_ELEMENT_TYPES> counts{};
+    EXPECT_EQ(MX_hasBorderFaces(0, part, counts.data()), 1);
+    ASSERT_EQ(counts[10], 4);
+    Ints nodes(16);
+    Ints parents(4);
+    std::vector<std::int16_t> types(4);
+    EXPECT_EQ(MX_getBorderFacesConnByType(0, part, 10, nodes.data(), parents.data(), types.data()),
+              0);
+    EXPECT_EQ(nodes, someIds(16, 20));
+    EXPECT_EQ(parents, (Ints{0, 7, -3, 2'000'000'000}));
+    EXPECT_EQ(types, parentTypes);
+  }
+}
+
+TEST_F(GeometryRoundTrip, ParticlesHaveTheirOwnPrecisionAndSteps) {
+  const std::uint32_t times = file_.timeSet({0.0F, 1.0F});
+  addPart(10);
+  PartBuilder& particles = file_.particles();
+  for (int step = 0; step < 2; ++step) {
+    const auto count = static_cast<std::size_t>(30 + step);
+    particles.nodes(wave(count, 1), wave(count, 2), wave(count, 3), step);
+  }
+  file_.particlesChange(GeometryChange::kConnectivity, times);
+  file_.particleCoordinates(Quantisation::uniform(0.01));
+  open(file_);
+  EXPECT_EQ(MX_hasMeasuredGeometry(), 1);
+  EXPECT_EQ(MX_getNumberOfMeasuredParticles(1), 31);
+  expectQuantised(coordinates(1, -1, 31)[2], wave(31, 3), 0.01);
+  expectQuantised(coordinates(0, -1, 30)[0], wave(30, 1), 0.01);
+  expectSameBits(coordinates(0, 0, 10)[0], wave(10, 1));
+}
+
+TEST_F(GeometryRoundTrip, ThreadCountsDoNotChangeABit) {
+  addPart(kNodes).elements(10, someIds(40'000, 1000), Ids::windows);
+  file_.coordinates(Quantisation::uniform(0.01)).tableChunks(13);
+  open(file_);
+  std::array<Floats, 3> first;
+  for (const int threads : {1, 2, 3, 8, 300}) {
+    EXPECT_EQ(MX_setNumberOfOmpThreads(threads), 0);
+    const auto read = coordinates(0, 0, kNodes);
+    if (threads == 1) first = read;
+    for (std::size_t axis = 0; axis < 3; ++axis) expectSameBits(read[axis], first[axis]);
+    EXPECT_EQ(connectivity(0, 0, 10, 40'000), someIds(40'000, 1000));
+  }
+  MX_setNumberOfOmpThreads(1);
+}
+
+}  // namespace
+}  // namespace morvex::Writer

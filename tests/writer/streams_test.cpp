@@ -1,0 +1,115 @@
+#include "writer/streams.hpp"
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <cstring>
+#include <random>
+
+namespace morvex::Writer {
+namespace {
+
+/// Undoes a plane stream as slowly as can be: one call of inflate for each chunk with the input
+/// that the format grants it, every call must fill its chunk.
+template <class T>
+std::vector<T> slowlyDecoded(const Bytes& stream, std::size_t count, bool inARow,
+                             std::size_t chunkBytes) {
+  using U = std::make_unsigned_t<T>;
+  const std::size_t perChunk = std::max<std::size_t>(chunkBytes / sizeof(T), 1);
+  const auto bound =
+      static_cast<std::size_t>(static_cast<double>(perChunk * sizeof(T)) * 1.002) + 12;
+  Bytes input = stream;
+  z_stream z{};
+  EXPECT_EQ(::inflateInit(&z), Z_OK);
+  z.next_in = reinterpret_cast<Bytef*>(input.data());
+  std::vector<T> values;
+  U running = 0;
+  while (values.size() < count) {
+    const std::size_t n = std::min(perChunk, count - values.size());
+    std::vector<unsigned char> planes(n * sizeof(T));
+    const auto used =
+        static_cast<std::size_t>(reinterpret_cast<std::byte*>(z.next_in) - input.data());
+    z.avail_in = static_cast<uInt>(std::min(bound, input.size() - used));
+    z.next_out = planes.data();
+    z.avail_out = static_cast<uInt>(planes.size());
+    EXPECT_GE(::inflate(&z, Z_NO_FLUSH), 0);
+    EXPECT_EQ(z.avail_out, 0U) << "chunk at value " << values.size();
+    for (std::size_t i = 0; i < n; ++i) {
+      U word = 0;
+      for (std::size_t p = 0; p < sizeof(T); ++p) {
+        word = static_cast<U>(word | static_cast<U>(static_cast<U>(planes[p * n + i]) << (8 * p)));
+      }
+      const U half = static_cast<U>(word >> 1);
+      const U difference = word % 2 == 0 ? half : static_cast<U>(-half - 1);
+      running = inARow ? static_cast<U>(running + difference) : difference;
+      values.push_back(static_cast<T>(running));
+    }
+    if (z.avail_out != 0) break;
+  }
+  EXPECT_EQ(::inflateEnd(&z), Z_OK);
+  return values;
+}
+
+/// Zeros, noise, and both in turns, whose blocks differ most.
+template <class T>
+std::vector<T> mixedValues(std::size_t count) {
+  std::mt19937_64 random(count);
+  std::vector<T> values;
+  for (std::size_t i = 0; i < count; ++i) {
+    const bool isQuiet = (i / 3000) % 3 == 0 || (i / 700) % 2 == 0;
+    values.push_back(static_cast<T>(isQuiet ? 0 : random()));
+  }
+  return values;
+}
+
+template <class T>
+class PlaneStreams : public ::testing::Test {};
+using Types =
+    ::testing::Types<std::int16_t, std::int32_t, std::uint32_t, std::int64_t, std::uint64_t>;
+TYPED_TEST_SUITE(PlaneStreams, Types);
+
+TYPED_TEST(PlaneStreams, GiveEachChunkToOneCallOfInflate) {
+  using T = TypeParam;
+  for (const std::uint32_t chunkBytes : {1U, 4U, 16U, 100U, 1000U, 4096U, 65536U, 200'000U}) {
+    for (const std::size_t count : {1U, 2U, 5000U, 60'001U}) {
+      const std::vector<T> values = mixedValues<T>(count);
+      for (const Chaining chaining : {Chaining::differences, Chaining::none}) {
+        const Bytes stream = planeStream(std::span<const T>(values), chaining, chunkBytes);
+        ASSERT_EQ(slowlyDecoded<T>(stream, count, chaining == Chaining::differences, chunkBytes),
+                  values)
+            << chunkBytes << " bytes, " << count << " values";
+      }
+    }
+  }
+}
+
+TYPED_TEST(PlaneStreams, KeepTheExtremesOfTheirType) {
+  using T = TypeParam;
+  const std::vector<T> values{std::numeric_limits<T>::max(),
+                              std::numeric_limits<T>::min(),
+                              0,
+                              static_cast<T>(-1),
+                              std::numeric_limits<T>::min(),
+                              1};
+  for (const Chaining chaining : {Chaining::differences, Chaining::none}) {
+    const Bytes stream = planeStream(std::span<const T>(values), chaining);
+    EXPECT_EQ(slowlyDecoded<T>(stream, 6, chaining == Chaining::differences, 65536), values);
+  }
+}
+
+TEST(ChunkTables, StateSizesAndCounts) {
+  const std::vector<std::int32_t> values(10, 3);
+  const Bytes payload = chunkedStream(std::span<const std::int32_t>(values), Chaining::differences,
+                                      {.tableChunks = 3});
+  std::array<std::uint64_t, 7> table{};
+  ASSERT_GT(payload.size(), sizeof(table));
+  std::memcpy(table.data(), payload.data(), sizeof(table));
+  EXPECT_EQ(table[0], 3U);
+  EXPECT_EQ(sizeof(table) + table[1] + table[2] + table[3], payload.size());
+  EXPECT_EQ(table[4] + table[5] + table[6], 10U);
+  EXPECT_EQ(shares(2, 5), (std::vector<std::uint64_t>{1, 1}));
+  EXPECT_TRUE(shares(0, 5).empty());
+}
+
+}  // namespace
+}  // namespace morvex::Writer

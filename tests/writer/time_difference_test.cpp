@@ -1,0 +1,151 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+
+#include "result_session.hpp"
+#include "writer/differences.hpp"
+
+namespace morvex::Writer {
+namespace {
+
+constexpr std::size_t kNodes = 700;
+constexpr double kStep = 0.02;
+
+Floats valuesAt(int step) {
+  Floats values = wave(kNodes, 3, 50.0F + 2.0F * static_cast<float>(step));
+  values[static_cast<std::size_t>(step)] = 1e20F;  // no difference to this is small
+  if (step % 3 == 0) values[9] = std::numeric_limits<float>::infinity();
+  return values;
+}
+
+std::string patternOf(int steps, int blockSize, int maxDepth) {
+  std::string text;
+  for (int step = 0; step < steps; ++step) {
+    for (const int distance : timeReferences(step, steps, blockSize, maxDepth)) {
+      text += timeReferenceKey(distance);
+    }
+    text += " ";
+  }
+  return text;
+}
+
+TEST(TimeReferences, FollowTheKindsOfSteps) {
+  EXPECT_EQ(patternOf(1, 4, 0), " ");
+  EXPECT_EQ(patternOf(4, 4, 0), " [ts-1] [ts-1]  ");
+  // key, between, middle, between, end of block; a last block that is a key; a tail with a key.
+  EXPECT_EQ(patternOf(12, 4, 0),
+            " [ts-1][ts+1] [ts-2][ts+2] [ts-1][ts+1] [ts-4] [ts-1][ts+1] [ts-2][ts+2] "
+            "[ts-1][ts+1]  [ts-1] [ts-1]  ");
+  EXPECT_EQ(patternOf(9, 2, 1),
+            " [ts-1][ts+1] [ts-2] [ts-1][ts+1]  [ts-1][ts+1] [ts-2] [ts-1][ts+1]  ");
+}
+
+struct Form {
+  bool isQuantised;
+  bool alongForest;
+};
+
+class TimeDifferences : public ResultSession, public ::testing::WithParamInterface<Form> {
+ protected:
+  /// One variable with `steps` steps.
+  ResultFileBuilder fileOf(int steps, std::uint32_t blockSize, std::uint32_t maxDepth) {
+    ResultFileBuilder file;
+    file.part("p").nodes(Floats(kNodes), Floats(kNodes), Floats(kNodes));
+    Floats times(static_cast<std::size_t>(steps));
+    std::iota(times.begin(), times.end(), 0.0F);
+    const std::uint32_t timeset = file.timeSet(times);
+    auto& v = file.variable("v", Location::perNode).onTimeSet(timeset).timeDifferences();
+    if (GetParam().isQuantised) v.quantised(Quantisation::uniform(kStep));
+    if (GetParam().alongForest) v.alongForest();
+    for (int step = 0; step < steps; ++step) v.set({.step = step}, valuesAt(step));
+    file.timeBlocks(blockSize, maxDepth).tableChunks(2);
+    return file;
+  }
+
+  static void expectStep(int step) {
+    SCOPED_TRACE(step);
+    const Floats read = variable(0, {.step = step}, kNodes);
+    if (GetParam().isQuantised) {
+      expectQuantised(read, valuesAt(step), kStep);
+    } else {
+      expectSameBits(read, valuesAt(step));
+    }
+  }
+};
+
+TEST_P(TimeDifferences, ReadTheSameInAnyOrder) {
+  constexpr int kSteps = 23;
+  open(fileOf(kSteps, 8, 0));
+  std::vector<int> order(kSteps);
+  std::iota(order.begin(), order.end(), 0);
+  for (const int step : order) expectStep(step);
+  std::ranges::reverse(order);
+  for (const int step : order) expectStep(step);
+  std::mt19937 random(7);
+  for (int round = 0; round < 3; ++round) {
+    std::shuffle(order.begin(), order.end(), random);
+    for (const int step : order) expectStep(step);
+  }
+}
+
+TEST_P(TimeDifferences, EveryStepCanBeTheFirstOneRead) {
+  for (int step = 0; step < 12; ++step) {
+    open(fileOf(12, 4, 0));
+    expectStep(step);
+    MX_exit();
+  }
+}
+
+TEST_P(TimeDifferences, AnyNumberOfStepsAndForcedKeysCanBeStored) {
+  for (const int steps : {1, 2, 3, 4, 5, 9, 10}) {
+    for (const std::uint32_t maxDepth : {0U, 1U, 2U}) {
+      SCOPED_TRACE(std::to_string(steps) + " steps, depth " + std::to_string(maxDepth));
+      open(fileOf(steps, 2, maxDepth));
+      for (int step = steps - 1; step >= 0; --step) expectStep(step);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, TimeDifferences,
+                         ::testing::Values(Form{false, false}, Form{false, true}, Form{true, false},
+                                           Form{true, true}));
+
+using TimeSeries = ResultSession;
+
+TEST_F(TimeSeries, VariablesInDifferencesLiveBesideOthers) {
+  ResultFileBuilder file;
+  file.part("p").nodes(Floats(kNodes), Floats(kNodes), Floats(kNodes));
+  const std::uint32_t fine = file.timeSet({0, 1, 2, 3, 4, 5, 6, 7, 8});
+  const std::uint32_t coarse = file.timeSet({0, 4, 8});
+  auto& plain = file.variable("plain", Location::perNode).onTimeSet(fine);
+  auto& differences = file.variable("differences", Location::perNode)
+                          .onTimeSet(fine)
+                          .quantised(Quantisation::uniform(kStep))
+                          .timeDifferences();
+  auto& other = file.variable("other", Location::perNode).onTimeSet(coarse).timeDifferences();
+  for (int step = 0; step < 9; ++step) {
+    plain.set({.step = step}, valuesAt(step + 1));
+    differences.set({.step = step}, valuesAt(step));
+    if (step < 3) other.set({.step = step}, valuesAt(step + 2));
+  }
+  file.timeBlocks(4);
+  open(file);
+  for (int step = 8; step >= 0; --step) {
+    expectQuantised(variable(1, {.step = step}, kNodes), valuesAt(step), kStep);
+    expectSameBits(variable(0, {.step = step}, kNodes), valuesAt(step + 1));
+    expectSameBits(variable(2, {.step = step / 3}, kNodes), valuesAt(step / 3 + 2));
+  }
+}
+
+TEST_F(TimeSeries, AStepOfAnotherSizeCannotBeStored) {
+  ResultFileBuilder file;
+  file.part("p").nodes({0}, {0}, {0});
+  auto& v = file.variable("v", Location::perNode).onTimeSet(file.timeSet({0, 1, 2}));
+  v.timeDifferences().set({.step = 0}, {1}).set({.step = 1}, {1, 2}).set({.step = 2}, {1});
+  file.timeBlocks(2);
+  EXPECT_THROW(static_cast<void>(file.image()), std::logic_error);
+}
+
+}  // namespace
+}  // namespace morvex::Writer

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "recipes/recipe.hpp"
+#include "sdf/sdf_file.hpp"
+
+namespace morvex::tools {
+
+/// Writes what a container holds as text. Each part of the output is written as far as the file
+/// can be read; what can't be is told in its place, and counted.
+class Dump {
+ public:
+  /// Both are borrowed.
+  Dump(Kelbor::MathModule::SdfFile& file, std::FILE* out) : file_(file), out_(out) {}
+
+  /// The recipes: their chains in words. dump_recipes.cpp.
+  void recipes();
+  /// The metadata records, field by field. Tables longer than `limit` are cut. dump_records.cpp.
+  void records(std::size_t limit);
+  /// Groups and datasets with their sizes and, of those that have one, their recipes.
+  /// dump_tree.cpp.
+  void tree();
+
+  /// Places that could not be read.
+  [[nodiscard]] std::uint64_t failures() const noexcept { return failures_; }
+
+ private:
+  struct Subtree {
+    std::uint64_t datasets = 0;
+    std::uint64_t logicalBytes = 0;
+    std::uint64_t storedBytes = 0;
+    std::uint64_t listed = 0;  ///< entries, by which a tree that never ends is stopped
+  };
+
+  void line(const std::string& text);
+  void heading(const std::string& text);
+  /// Runs a piece of work; a failure becomes a line.
+  template <class Work>
+  void attempt(const std::string& what, const Work& work);
+  void fail(const std::string& what);
+
+  void walk(const std::string& path, int depth, Subtree& total);
+  void dataset(const std::string& group, const std::string& name, Subtree& total);
+  [[nodiscard]] std::string recipeText(const std::string& group, const std::string& name);
+  const std::vector<ZipRecipe>& recipeList();
+
+  Kelbor::MathModule::SdfFile& file_;
+  std::FILE* out_;
+  std::optional<std::vector<ZipRecipe>> recipes_;
+  std::uint64_t failures_ = 0;
+};
+
+/// What the exception in flight says. To be called in a catch block.
+[[nodiscard]] std::string innerFailureText();
+
+template <class Work>
+void Dump::attempt(const std::string& what, const Work& work) {
+  try {
+    work();
+  } catch (...) {
+    fail(what + ": " + innerFailureText());
+  }
+}
+
+}  // namespace morvex::tools
