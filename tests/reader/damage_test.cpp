@@ -5,9 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "small_file.hpp"
 #include "support/curious_host.hpp"
 #include "support/log_capture.hpp"
+#include "support/small_file.hpp"
+#include "support/temporary_path.hpp"
 
 namespace morvex {
 namespace {

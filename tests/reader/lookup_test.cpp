@@ -8,8 +8,9 @@
 #include <vector>
 
 #include "morvex/morvex_ensg.h"
-#include "small_file.hpp"
 #include "support/log_capture.hpp"
+#include "support/temporary_path.hpp"
+#include "writer/result_file.hpp"
 
 namespace morvex {
 namespace {

@@ -10,9 +10,10 @@
 
 #include "morvex/morvex_ensg.h"
 #include "reader/workflow_log.hpp"
-#include "small_file.hpp"
 #include "support/curious_host.hpp"
 #include "support/log_capture.hpp"
+#include "support/small_file.hpp"
+#include "support/temporary_path.hpp"
 
 namespace morvex {
 namespace {

@@ -20,8 +20,8 @@ class FastInflater {
   FastInflater(const FastInflater&) = delete;
   FastInflater& operator=(const FastInflater&) = delete;
 
-  /// False: not built in, switched off, out of memory, or the first two bytes aren't those of a
-  /// zlib stream without dictionary.
+  /// False: not built in, switched off, not worth it for so few bytes, too many of them, out of
+  /// memory, or the first two bytes aren't those of a zlib stream without dictionary.
   [[nodiscard]] bool isReady() const noexcept { return engine_ != nullptr; }
 
   /// The next bytes of the stream; true if they filled `target`.

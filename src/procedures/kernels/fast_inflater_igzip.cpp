@@ -11,11 +11,14 @@
 namespace Kelbor::MathModule::Kernels {
 namespace {
 
-std::atomic<bool> isSwitchedOn{true};
-
+// igzip makes larger tables for each block than zlib, which pays off from about this size.
+constexpr std::uint64_t kSmallestInput = 1024;
 // igzip counts in 32 bits, some of them signed.
 constexpr std::uint64_t kLargestInput = 2147483647;
 constexpr std::uint64_t kLargestOutputStep = 1073741824;
+
+/// Streams below this size are left to zlib.
+std::atomic<std::uint64_t> smallestInput{kSmallestInput};
 
 /// Whether zlib would take these two bytes for the start of a stream that needs no dictionary.
 bool isPlainZlibHeader(std::span<const std::byte> input) noexcept {
@@ -87,11 +90,16 @@ std::vector<InflateEngine> inflateEngines() {
 }
 
 void useInflateEngine(InflateEngine engine) {
-  isSwitchedOn.store(engine == InflateEngine::igzip, std::memory_order_relaxed);
+  smallestInput.store(engine == InflateEngine::igzip ? 0 : ~std::uint64_t{0},
+                      std::memory_order_relaxed);
+}
+
+void useBestInflateEngine() {
+  smallestInput.store(kSmallestInput, std::memory_order_relaxed);
 }
 
 FastInflater::FastInflater(std::span<const std::byte> input) noexcept : begin_(input.data()) {
-  if (!isSwitchedOn.load(std::memory_order_relaxed)) return;
+  if (input.size() < smallestInput.load(std::memory_order_relaxed)) return;
   if (input.size() > kLargestInput || !isPlainZlibHeader(input)) return;
   engine_ = Engine::take();
   if (!engine_) return;

