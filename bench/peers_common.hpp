@@ -12,7 +12,7 @@ inline std::vector<std::int32_t> quantised(std::span<const float> values, double
   std::vector<std::int32_t> words;
   words.reserve(values.size());
   for (const float value : values) {
-    words.push_back(static_cast<std::int32_t>(std::lround(double{value} / step)));
+    words.push_back(static_cast<std::int32_t>(std::nearbyint(double{value} / step)));
   }
   return words;
 }

@@ -17,8 +17,8 @@
 namespace morvex::Bench {
 namespace {
 
-using Kelbor::MathModule::DataManager;
-using Kelbor::MathModule::ScopedConstData;
+using Kelbor::DataManager;
+using Kelbor::ScopedConstData;
 using Kelbor::MathModule::SdfFile;
 
 Bytef* zlibBytes(const std::byte* bytes) {

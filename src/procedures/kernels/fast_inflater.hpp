@@ -15,12 +15,13 @@ namespace Kelbor::MathModule::Kernels {
 /// Nothing behind the input is read and nothing behind a target is written. `input` is borrowed.
 class FastInflater {
  public:
-  explicit FastInflater(std::span<const std::byte> input) noexcept;
+  /// `room`: bytes of all targets together.
+  FastInflater(std::span<const std::byte> input, std::uint64_t room) noexcept;
   ~FastInflater();
   FastInflater(const FastInflater&) = delete;
   FastInflater& operator=(const FastInflater&) = delete;
 
-  /// False: not built in, switched off, not worth it for so few bytes, too many of them, out of
+  /// False: not built in, switched off, not worth it for so little data, too many of them, out of
   /// memory, or the first two bytes aren't those of a zlib stream without dictionary.
   [[nodiscard]] bool isReady() const noexcept { return engine_ != nullptr; }
 

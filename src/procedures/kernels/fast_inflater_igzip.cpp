@@ -11,14 +11,27 @@
 namespace Kelbor::MathModule::Kernels {
 namespace {
 
-// igzip makes larger tables for each block than zlib, which pays off from about this size.
-constexpr std::uint64_t kSmallestInput = 1024;
+// igzip makes larger tables for each block than zlib, which pays off from about these sizes.
+constexpr std::uint64_t kWorthwhileInput = 1024;
+constexpr std::uint64_t kWorthwhileOutput = 8192;
 // igzip counts in 32 bits, some of them signed.
 constexpr std::uint64_t kLargestInput = 2147483647;
 constexpr std::uint64_t kLargestOutputStep = 1073741824;
 
-/// Streams below this size are left to zlib.
-std::atomic<std::uint64_t> smallestInput{kSmallestInput};
+enum class Use { always, whereWorthwhile, never };
+std::atomic<Use> use{Use::whereWorthwhile};
+
+bool isWanted(std::uint64_t input, std::uint64_t room) noexcept {
+  switch (use.load(std::memory_order_relaxed)) {
+    case Use::always:
+      return true;
+    case Use::whereWorthwhile:
+      return input >= kWorthwhileInput || room >= kWorthwhileOutput;
+    case Use::never:
+      break;
+  }
+  return false;
+}
 
 /// Whether zlib would take these two bytes for the start of a stream that needs no dictionary.
 bool isPlainZlibHeader(std::span<const std::byte> input) noexcept {
@@ -90,16 +103,16 @@ std::vector<InflateEngine> inflateEngines() {
 }
 
 void useInflateEngine(InflateEngine engine) {
-  smallestInput.store(engine == InflateEngine::igzip ? 0 : ~std::uint64_t{0},
-                      std::memory_order_relaxed);
+  use.store(engine == InflateEngine::igzip ? Use::always : Use::never, std::memory_order_relaxed);
 }
 
 void useBestInflateEngine() {
-  smallestInput.store(kSmallestInput, std::memory_order_relaxed);
+  use.store(Use::whereWorthwhile, std::memory_order_relaxed);
 }
 
-FastInflater::FastInflater(std::span<const std::byte> input) noexcept : begin_(input.data()) {
-  if (input.size() < smallestInput.load(std::memory_order_relaxed)) return;
+FastInflater::FastInflater(std::span<const std::byte> input, std::uint64_t room) noexcept
+    : begin_(input.data()) {
+  if (!isWanted(input.size(), room)) return;
   if (input.size() > kLargestInput || !isPlainZlibHeader(input)) return;
   engine_ = Engine::take();
   if (!engine_) return;

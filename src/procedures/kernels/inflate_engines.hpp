@@ -15,7 +15,7 @@ enum class InflateEngine { igzip, zlib };
 /// and measurements: results are the same bits.
 void useInflateEngine(InflateEngine engine);
 
-/// Back to the first engine, but zlib for streams so small that setting up costs the most.
+/// Back to the first engine, but zlib for so little data that setting up costs the most.
 void useBestInflateEngine();
 
 }  // namespace Kelbor::MathModule::Kernels

@@ -87,7 +87,7 @@ bool inflateWindows(BlockInflater& inflater, std::span<std::byte> swap,
 
 std::optional<std::uint64_t> inflateAllFast(std::span<const std::byte> input,
                                             std::span<std::byte> target) noexcept {
-  FastInflater inflater(input);
+  FastInflater inflater(input, target.size());
   if (!inflater.isReady()) return std::nullopt;
   return inflater.inflateAll(target);
 }
@@ -104,6 +104,9 @@ class PlaneChunks {
   [[nodiscard]] std::span<std::byte> planes() const noexcept {
     return swap_.first(valueCount() * sizeof(U));
   }
+
+  /// Of the chunks that are left.
+  [[nodiscard]] std::uint64_t totalBytes() const noexcept { return output_.size_bytes(); }
 
   void decode() noexcept {
     const std::size_t count = valueCount();
@@ -137,7 +140,7 @@ bool decodePlaneChunksFast(std::span<const std::byte> input, PlaneChunks<U> chun
                            const PlaneChunkGeometry& geometry) noexcept {
   const bool isOneOffer = input.size() <= geometry.inputBound;
   if (!isOneOffer && geometry.chunkBytes < kFarReadAhead) return false;
-  FastInflater inflater(input);
+  FastInflater inflater(input, chunks.totalBytes());
   if (!inflater.isReady()) return false;
   // Where zlib stands at least. It, too, has decoded the next symbol when a chunk is full.
   std::uint64_t start = 0;

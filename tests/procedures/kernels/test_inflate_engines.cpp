@@ -95,7 +95,7 @@ void expectSameAnswers(const Bytes& stream, std::size_t size,
 }
 
 bool fastEngineTakes(const Bytes& stream, const Bytes& inflated) {
-  FastInflater inflater(stream);
+  FastInflater inflater(stream, inflated.size());
   if (!inflater.isReady()) return false;
   Bytes output(inflated.size() + 1);
   const auto size = inflater.inflateAll(output);
