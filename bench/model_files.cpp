@@ -114,6 +114,7 @@ void writeCrashModel(const std::string& path, const CrashModel& model) {
   using Writer::Quantisation;
   Writer::ResultFileBuilder file;
   const auto timeSet = file.timeSet(timesOf(static_cast<std::uint32_t>(model.steps)));
+  file.tableChunks(model.tableChunks);
   std::vector<Sheet> sheets;
   const int side = static_cast<int>(std::sqrt(static_cast<double>(model.nodes) / model.parts));
   for (std::uint32_t p = 0; p < model.parts; ++p) {
@@ -137,7 +138,11 @@ void writeCrashModel(const std::string& path, const CrashModel& model) {
     displacement.quantised(Quantisation::uniform(kDisplacementStep));
     stress.quantised(Quantisation::uniform(kStressStep));
   }
-  if (model.usesTimeDifferences) displacement.timeDifferences();
+  if (model.usesTimeDifferences) {
+    constexpr std::uint32_t kStepsPerBlock = 10;
+    file.timeBlocks(kStepsPerBlock);
+    displacement.timeDifferences();
+  }
   for (int step = 0; step < model.steps; ++step) {
     const double progress = (step + 1.0) / model.steps;
     for (const Sheet& sheet : sheets) {

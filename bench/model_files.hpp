@@ -23,6 +23,8 @@ struct CrashModel {
   bool hasAdaptiveCoordinates = false;
   /// Node numbers of the elements as back references.
   bool hasIdWindows = false;
+  /// What each array is cut into for threads.
+  std::uint64_t tableChunks = 1;
 };
 /// Folded sheets of quadrilaterals: coordinates, "displacement" (vector at nodes) and "stress"
 /// (scalar of elements) with the noise that solvers leave.

@@ -51,10 +51,14 @@ std::unique_ptr<DataProvider> SdfFile::getDataProvider(const std::string& groupP
                                                        const std::string& name, std::uint64_t count,
                                                        std::uint64_t offset) {
   const auto fields = findDataset(groupPath, name);
-  if (!fields) return nullptr;
-  const std::uint64_t available = fields->field1 > offset ? fields->field1 - offset : 0;
+  return fields ? providerOf(*fields, count, offset) : nullptr;
+}
+
+std::unique_ptr<DataProvider> SdfFile::providerOf(const EntryFields& fields, std::uint64_t count,
+                                                  std::uint64_t offset) {
+  const std::uint64_t available = fields.field1 > offset ? fields.field1 - offset : 0;
   if (count == 0 || count > available) count = available;
-  return std::make_unique<SdfDataProvider>(*fields, count, *this, offset);
+  return std::make_unique<SdfDataProvider>(fields, count, *this, offset);
 }
 
 std::optional<DatasetInfo> SdfFile::getDatasetInfo(const std::string& groupPath,

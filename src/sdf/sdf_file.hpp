@@ -56,6 +56,13 @@ class SdfFile : public HierarchicalFileInterface {
   bool openHandle() override;
   bool closeHandle() override;
 
+  /// The dataset's entry, for those who open it more than once; nothing if there is none.
+  [[nodiscard]] std::optional<EntryFields> findDataset(const std::string& groupPath,
+                                                       const std::string& name);
+  /// As getDataProvider, for an entry that has been found.
+  [[nodiscard]] std::unique_ptr<DataProvider> providerOf(const EntryFields& fields,
+                                                         std::uint64_t count, std::uint64_t offset);
+
   /// Nothing if there is no such dataset.
   [[nodiscard]] std::optional<DatasetInfo> getDatasetInfo(const std::string& groupPath,
                                                           const std::string& name);
@@ -67,8 +74,6 @@ class SdfFile : public HierarchicalFileInterface {
   [[nodiscard]] bool readStoredBytes(std::uint64_t position, std::span<std::byte> target);
 
  private:
-  [[nodiscard]] std::optional<EntryFields> findDataset(const std::string& groupPath,
-                                                       const std::string& name);
   [[nodiscard]] bool tryToOpen();
   [[nodiscard]] bool openStream();
   [[nodiscard]] bool readTables();

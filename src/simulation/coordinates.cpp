@@ -32,8 +32,8 @@ std::string precisionKey(int geometryType) {
 
 /// True if the result is the stored words, which are the bits of floats; false if it is values
 /// that a dequantisation has made.
-bool deliversRawWords(const PrecisionSetting& precision, const GeometryMetadata& geometry,
-                      int part, bool raw) {
+bool deliversRawWords(const PrecisionSetting& precision, const GeometryMetadata& geometry, int part,
+                      bool raw) {
   if (raw || isExact(precision)) return true;
   if (precision.type != QuantizationType::AdaptiveShiftQuantization) return false;
   return !Kelbor::checkedBit(geometry.coordinatesAdaptive, part);
@@ -68,7 +68,8 @@ void EnsgSimulation::readCoordinatesInto(const std::string& group, const std::st
     return;
   }
 
-  const ZipRecipe& zipRecipe = recipeOf(readHeader(group, name));
+  StoredDataset dataset = openStoredDataset(*this, group, name);
+  const ZipRecipe& zipRecipe = recipeOf(dataset.header);
   const auto size = static_cast<std::uint64_t>(buffer.size);
   fetchAndCacheExternalDependencies(zipRecipe.recipe, size, group, name, kCoordinates);
 
@@ -85,9 +86,10 @@ void EnsgSimulation::readCoordinatesInto(const std::string& group, const std::st
     raise<std::logic_error>("Unhandled recipe label for readCoordinatesInto()!");
   }
 
-  const auto chain = makeChain(
-      zipRecipe.recipe, quantizedInputs(group, name), parameters, coordinateClasses(), size,
-      [&](const std::string& key) { return resolveDatasetKey(key, group, name); });
+  const auto chain =
+      makeChain(zipRecipe.recipe, quantizedInputs(std::move(dataset.payload), group, name),
+                parameters, coordinateClasses(), size,
+                [&](const std::string& key) { return resolveDatasetKey(key, group, name); });
   if (rawWords) {
     pullInto<std::int32_t>(*chain, outputKey, buffer);
   } else {

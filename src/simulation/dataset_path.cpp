@@ -35,7 +35,9 @@ std::string textOf(Number number) {
   return boost::lexical_cast<std::string>(number);
 }
 
-int numberOf(const std::string& text) { return boost::lexical_cast<int>(text); }
+int numberOf(const std::string& text) {
+  return boost::lexical_cast<int>(text);
+}
 
 }  // namespace
 

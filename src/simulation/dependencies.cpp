@@ -22,10 +22,10 @@ constexpr std::string_view kCoordinates = "coordinates";
 
 const ClassCreators& dependencyClasses() {
   using namespace Kelbor::MathModule;
-  static const ClassCreators creators = classCreatorsOf(
-      {ClassTags::kChunkedZlibTree, ClassTags::kTreeSums, ClassTags::kChunkedZlib,
-       ClassTags::kParallelWrapper, ClassTags::kVectorSums, ClassTags::kDecoderZlib,
-       ClassTags::kDequantization});
+  static const ClassCreators creators =
+      classCreatorsOf({ClassTags::kChunkedZlibTree, ClassTags::kTreeSums, ClassTags::kChunkedZlib,
+                       ClassTags::kParallelWrapper, ClassTags::kVectorSums, ClassTags::kDecoderZlib,
+                       ClassTags::kDequantization});
   return creators;
 }
 
@@ -62,6 +62,7 @@ DatasetCacheKey cacheKeyOf(const ExternalReference& reference) {
 struct OpenDataset {
   /// How the dataset was asked for, with its path as key; without meaning for the first one.
   ExternalReference reference;
+  StoredDataset dataset;
   const Recipe* recipe;
   std::string group;
   std::string name;
@@ -74,14 +75,14 @@ void EnsgSimulation::fetchAndCacheExternalDependencies(const Recipe& recipe, std
                                                        const std::string& group,
                                                        const std::string& name,
                                                        const std::string& variableName) {
-  const std::vector<ExternalReference> resolved = resolveDependencies(recipe, group, name);
+  std::vector<Dependency> resolved = resolveDependencies(recipe, group, name);
   if (resolved.empty()) {
     getLogger().debug() << "fetchAndCacheExternalDependencies(): <none>\n" << std::endl;
     return;
   }
   getLogger().debug() << "fetchAndCacheExternalDependencies(): resolvedDeps=\n" << std::endl;
   const bool withPattern = variableName != kCoordinates && usesTimeDiffs(variableName);
-  for (const ExternalReference& reference : resolved) {
+  for (const auto& [reference, dataset] : resolved) {
     std::string pattern;
     if (withPattern) {
       const int step = extractTimeStepFromVariablePath(reference.datasetKey);
@@ -90,24 +91,23 @@ void EnsgSimulation::fetchAndCacheExternalDependencies(const Recipe& recipe, std
     getLogger().debug() << "--> " << reference.datasetKey << pattern << ":" << reference.outputKey
                         << ":" << reference.outputIndex << std::endl;
   }
-  for (const ExternalReference& reference : resolved) cookExtRecipe(reference, size);
+  for (Dependency& dependency : resolved) cookExtRecipe(std::move(dependency), size);
 }
 
-std::vector<ExternalReference> EnsgSimulation::resolveDependencies(const Recipe& recipe,
-                                                                   const std::string& group,
-                                                                   const std::string& name) {
-  std::vector<ExternalReference> resolved;
+std::vector<EnsgSimulation::Dependency> EnsgSimulation::resolveDependencies(
+    const Recipe& recipe, const std::string& group, const std::string& name) {
+  std::vector<Dependency> resolved;
   std::set<DatasetCacheKey> done;
   std::set<DatasetCacheKey> open;
   std::vector<OpenDataset> stack;
-  stack.push_back({{}, &recipe, group, name});
+  stack.push_back({{}, {}, &recipe, group, name});
   while (!stack.empty()) {
     OpenDataset& top = stack.back();
     if (top.nextInput == top.recipe->inputs.size()) {
       if (stack.size() > 1) {
         open.erase(cacheKeyOf(top.reference));
         done.insert(cacheKeyOf(top.reference));
-        resolved.push_back(std::move(top.reference));
+        resolved.push_back({std::move(top.reference), std::move(top.dataset)});
       }
       stack.pop_back();
       continue;
@@ -124,33 +124,35 @@ std::vector<ExternalReference> EnsgSimulation::resolveDependencies(const Recipe&
     // What is in the cache needs nothing any more.
     if (externalDependencyCache_.find(key)) continue;
     auto [dependencyGroup, dependencyName] = splitDatasetPath(reference.datasetKey);
-    const Recipe& dependency = recipeOf(readHeader(dependencyGroup, dependencyName)).recipe;
+    StoredDataset dataset = openStoredDataset(*this, dependencyGroup, dependencyName);
+    const Recipe& dependency = recipeOf(dataset.header).recipe;
     open.insert(key);
-    stack.push_back({std::move(reference), &dependency, std::move(dependencyGroup),
-                     std::move(dependencyName)});
+    stack.push_back({std::move(reference), std::move(dataset), &dependency,
+                     std::move(dependencyGroup), std::move(dependencyName)});
   }
   return resolved;
 }
 
-void EnsgSimulation::cookExtRecipe(const ExternalReference& reference, std::uint64_t size) {
+void EnsgSimulation::cookExtRecipe(Dependency dependency, std::uint64_t size) {
+  const ExternalReference& reference = dependency.reference;
   const DatasetCacheKey key = cacheKeyOf(reference);
   if (externalDependencyCache_.find(key)) return;
   const auto [group, name] = splitDatasetPath(reference.datasetKey);
-  const DatasetHeader header = readHeader(group, name);
   // Quantised values have a header of their own and share the payload with the dataset beside.
   const bool sharesPayload = name.ends_with(kQuantizedValuesSuffix);
   Providers inputs;
-  inputs.push_back(
-      payloadOf(group, sharesPayload ? name.substr(0, name.rfind(kQuantizedValuesSuffix)) : name));
+  inputs.push_back(sharesPayload
+                       ? payloadOf(group, name.substr(0, name.rfind(kQuantizedValuesSuffix)))
+                       : std::move(dependency.dataset.payload));
 
-  const ZipRecipe& zipRecipe = recipeOf(header);
+  const ZipRecipe& zipRecipe = recipeOf(dependency.dataset.header);
   ParameterBlock builtParameters;
   const ParameterBlock* parameters = &builtParameters;
   if (isDecompressionLabel(zipRecipe.label)) {
     builtParameters = decompressionBlock(Kelbor::DataTypes::kInt32);
   } else if (zipRecipe.label == Labels::kStoredParameters) {
-    parameters =
-        &checkedAt(metadata_.recipeConParams, std::int64_t{header.conParamIndex} - 1);
+    parameters = &checkedAt(metadata_.recipeConParams,
+                            std::int64_t{dependency.dataset.header.conParamIndex} - 1);
   } else {
     raise<std::logic_error>("Unknown (ext)recipe label: " + zipRecipe.label + "!");
   }
@@ -170,8 +172,8 @@ void EnsgSimulation::cookExtRecipe(const ExternalReference& reference, std::uint
                   }});
   const Kelbor::DataProcedure& procedure = chain->getOutputProcedure(reference.outputKey);
   if (!procedure.hasOutputProvider(reference.outputIndex)) return;
-  auto* output = dynamic_cast<Kelbor::DataProvider*>(
-      procedure.getOutputProvider(reference.outputIndex));
+  auto* output =
+      dynamic_cast<Kelbor::DataProvider*>(procedure.getOutputProvider(reference.outputIndex));
   if (!output) raise<std::runtime_error>("Copying arbitrary providers is not supported!");
   {
     const Kelbor::ContentHold hold(*output);

@@ -29,11 +29,12 @@ void EnsgSimulation::evictAfterVariable(const std::string& variableName, std::in
     const auto timeset = metadata_.timesetOfVariable.find(name);
     if (timeset == metadata_.timesetOfVariable.end()) return false;
 
-    const std::string_view rest =
-        nameEnd == std::string::npos ? std::string_view() : std::string_view(path).substr(nameEnd + 1);
+    const std::string_view rest = nameEnd == std::string::npos
+                                      ? std::string_view()
+                                      : std::string_view(path).substr(nameEnd + 1);
     const std::int32_t step = Kelbor::checkedStoi(rest.substr(0, rest.find('/')));
-    const PatternEntry& entry = Kelbor::checkedAt(
-        Kelbor::checkedAt(metadata_.timeDiffPatterns, timeset->second), step);
+    const PatternEntry& entry =
+        Kelbor::checkedAt(Kelbor::checkedAt(metadata_.timeDiffPatterns, timeset->second), step);
     if (timeset->second != currentTimeset) return false;
     // A step serves as a base within one block, a middle step only within its own reach.
     const std::int64_t distance = std::abs(std::int64_t{timestep} - step);

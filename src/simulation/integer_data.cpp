@@ -21,7 +21,8 @@ void EnsgSimulation::readIntegersInto(const std::string& group, const std::strin
   const std::string path = group + "/" + name;
   if (readFromStorage<T>(path, buffer, mismatch)) return;
 
-  const ZipRecipe& zipRecipe = recipeOf(readHeader(group, name));
+  StoredDataset dataset = openStoredDataset(*this, group, name);
+  const ZipRecipe& zipRecipe = recipeOf(dataset.header);
   ParameterBlock parameters;
   if (zipRecipe.label == Labels::kDefault) {
     parameters = decompressionBlock(Kelbor::dataTypeOf<T>());
@@ -32,7 +33,7 @@ void EnsgSimulation::readIntegersInto(const std::string& group, const std::strin
   }
 
   Providers inputs;
-  inputs.push_back(payloadOf(group, name));
+  inputs.push_back(std::move(dataset.payload));
   if (secondName) inputs.push_back(payloadOf(group, secondName));
   const auto chain = makeChain(zipRecipe.recipe, std::move(inputs), parameters,
                                connectivityClasses(), static_cast<std::uint64_t>(buffer.size));
@@ -49,14 +50,12 @@ void EnsgSimulation::readConnectivityInto(const std::string& group, const std::s
 
 void EnsgSimulation::readInt32Into(const std::string& group, const std::string& name,
                                    Int32Buffer buffer, bool keep) {
-  readIntegersInto(group, name, nullptr, buffer, keep,
-                   "fromStorage.getDataSize() != buffer.size!");
+  readIntegersInto(group, name, nullptr, buffer, keep, "fromStorage.getDataSize() != buffer.size!");
 }
 
 void EnsgSimulation::readInt16Into(const std::string& group, const std::string& name,
                                    Int16Buffer buffer, bool keep) {
-  readIntegersInto(group, name, nullptr, buffer, keep,
-                   "fromStorage.getDataSize() != buffer.size!");
+  readIntegersInto(group, name, nullptr, buffer, keep, "fromStorage.getDataSize() != buffer.size!");
 }
 
 }  // namespace morvex

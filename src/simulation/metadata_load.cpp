@@ -79,8 +79,8 @@ class Loader {
     data_.fileVersion = readVersion(cursor);
     const std::string version = data_.fileVersion.toString();
     if (kReaderVersion < data_.fileVersion) {
-      raise<UsageException>("File requires Morvex Version " + version +
-                            " - Current Version is " + kReaderVersion.toString());
+      raise<UsageException>("File requires Morvex Version " + version + " - Current Version is " +
+                            kReaderVersion.toString());
     }
     getLogger().status() << "File requires minimum Version " << version << "\n" << std::endl;
     return true;
@@ -117,8 +117,8 @@ class Loader {
     for (const auto& states : data_.geometryMetaData) {
       partCounts.push_back(checkedAt(states, 0).numParts);
     }
-    data_.variableMetaData = readVariableMetaData(
-        record.bytes(), data_.caseMetaData.numVariables, data_.caseMetaData.nameWidth, partCounts);
+    data_.variableMetaData = readVariableMetaData(record.bytes(), data_.caseMetaData.numVariables,
+                                                  data_.caseMetaData.nameWidth, partCounts);
     const VariableMetaData& variables = data_.variableMetaData;
     for (std::size_t v = 0; v < variables.names.size(); ++v) {
       data_.timesetOfVariable.emplace(variables.names[v],
@@ -165,18 +165,17 @@ class Loader {
     for (std::size_t v = 0; v < variables.names.size(); ++v) {
       const auto timeset = static_cast<std::int32_t>(variables.timesets[v]);
       if (!variables.usesTimeDiffs[v]) {
-        getLogger().debug() << "No time differences were applied for " << "var="
-                            << variables.names[v] << ", timeset=" << timeset << std::endl;
+        getLogger().debug() << "No time differences were applied for "
+                            << "var=" << variables.names[v] << ", timeset=" << timeset << std::endl;
         continue;
       }
       const auto [blockSize, maxDepth] = data_.timeDiffsMetaData;
       if (blockSize < 2) {
-        raise<std::logic_error>(
-            "usesTimeDiffs[v]=true but m_timeDiffsMetaData.blockSize < 2");
+        raise<std::logic_error>("usesTimeDiffs[v]=true but m_timeDiffsMetaData.blockSize < 2");
       }
-      const CompressTimeDifferences differences(
-          checkedAt(data_.timeSets, timeset)->numberOfSteps(),
-          static_cast<std::int32_t>(blockSize), static_cast<std::int32_t>(maxDepth));
+      const CompressTimeDifferences differences(checkedAt(data_.timeSets, timeset)->numberOfSteps(),
+                                                static_cast<std::int32_t>(blockSize),
+                                                static_cast<std::int32_t>(maxDepth));
       TimePattern& pattern = checkedAt(data_.timeDiffPatterns, timeset);
       pattern = differences.pattern();
       getLogger().debug() << "Pattern for var=" << variables.names[v] << ", timeset=" << timeset
@@ -202,6 +201,8 @@ class Loader {
 
 }  // namespace
 
-SimulationMetadata loadMetadata(File& file) { return Loader(file).load(); }
+SimulationMetadata loadMetadata(File& file) {
+  return Loader(file).load();
+}
 
 }  // namespace morvex

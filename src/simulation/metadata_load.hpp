@@ -58,9 +58,9 @@ struct SimulationMetadata {
 };
 
 /// Reads all metadata of a file, in a fixed order. A file without its version record has none: all
-/// tables stay empty. UsageException for a file or a record that needs a newer reader, InternalError
-/// for damaged records, std::out_of_range for an index between records that leads nowhere.
-[[nodiscard]] SimulationMetadata loadMetadata(
-    Kelbor::MathModule::HierarchicalFileInterface& file);
+/// tables stay empty. UsageException for a file or a record that needs a newer reader,
+/// InternalError for damaged records, std::out_of_range for an index between records that leads
+/// nowhere.
+[[nodiscard]] SimulationMetadata loadMetadata(Kelbor::MathModule::HierarchicalFileInterface& file);
 
 }  // namespace morvex

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "metadata/record_access.hpp"
 #include "simulation/read_support.hpp"
 
 namespace morvex {
@@ -26,16 +25,6 @@ const GeometryMetadata& EnsgSimulation::bulkState(std::int32_t geometry,
   return checkedAt(states, timestep);
 }
 
-EnsgSimulation::DatasetHeader EnsgSimulation::readHeader(const std::string& group,
-                                                         const std::string& name) {
-  const RecordBytes record(*this, group, name, sizeof(DatasetHeader));
-  if (!record) raise<std::runtime_error>("No dataset " + group + "/" + name);
-  if (record.bytes().size() < sizeof(DatasetHeader)) {
-    raise<std::runtime_error>("Dataset " + group + "/" + name + " has no header");
-  }
-  return Kelbor::RecordCursor(record.bytes()).read<DatasetHeader>();
-}
-
 const ZipRecipe& EnsgSimulation::recipeOf(const DatasetHeader& header) const {
   return checkedAt(metadata_.recipes, header.recipeIndex);
 }
@@ -52,10 +41,11 @@ std::unique_ptr<Kelbor::DataProvider> EnsgSimulation::optionalDataset(const std:
   return provider;
 }
 
-EnsgSimulation::Providers EnsgSimulation::quantizedInputs(const std::string& group,
-                                                          const std::string& name) {
+EnsgSimulation::Providers EnsgSimulation::quantizedInputs(
+    std::unique_ptr<Kelbor::DataProvider> payload, const std::string& group,
+    const std::string& name) {
   Providers inputs;
-  inputs.push_back(payloadOf(group, name));
+  inputs.push_back(std::move(payload));
   inputs.push_back(optionalDataset(group, name + "_op"));
   inputs.push_back(optionalDataset(group, name + "_ov"));
   return inputs;

@@ -15,6 +15,7 @@
 #include "recipes/parameter_blocks.hpp"
 #include "sdf/sdf_file.hpp"
 #include "simulation/metadata_load.hpp"
+#include "simulation/stored_dataset.hpp"
 
 namespace morvex {
 
@@ -89,23 +90,25 @@ class EnsgSimulation final : public Kelbor::MathModule::SdfFile {
   [[nodiscard]] std::uint64_t cookedDatasets() const noexcept { return cookedDatasets_; }
 
  private:
-  struct DatasetHeader {
-    std::int32_t recipeIndex;
-    std::int32_t conParamIndex;
-  };
   using Providers = std::vector<std::unique_ptr<Kelbor::DataProvider>>;
 
-  [[nodiscard]] DatasetHeader readHeader(const std::string& group, const std::string& name);
+  /// A dataset that others lean on, opened and not yet computed. Its key is its path.
+  struct Dependency {
+    ExternalReference reference;
+    StoredDataset dataset;
+  };
+
   /// The recipe that a dataset names. std::out_of_range beyond the file's list.
   [[nodiscard]] const ZipRecipe& recipeOf(const DatasetHeader& header) const;
-  /// What follows the header; null if there is no such dataset.
+  /// What follows the header of a dataset; null if there is none of that name.
   [[nodiscard]] std::unique_ptr<Kelbor::DataProvider> payloadOf(const std::string& group,
                                                                 const std::string& name);
   /// A whole dataset beside another; null if there is none or it is empty.
   [[nodiscard]] std::unique_ptr<Kelbor::DataProvider> optionalDataset(const std::string& group,
                                                                       const std::string& name);
   /// The payload and the two datasets of outliers that may stand beside it.
-  [[nodiscard]] Providers quantizedInputs(const std::string& group, const std::string& name);
+  [[nodiscard]] Providers quantizedInputs(std::unique_ptr<Kelbor::DataProvider> payload,
+                                          const std::string& group, const std::string& name);
 
   [[nodiscard]] std::unique_ptr<Kelbor::BranchedChain> makeChain(
       const Recipe& recipe, Providers inputs, const ParameterBlock& parameters,
@@ -141,10 +144,10 @@ class EnsgSimulation final : public Kelbor::MathModule::SdfFile {
                                          const std::string& group, const std::string& name,
                                          const std::string& variableName);
   /// All that a recipe leans on, directly or not, each after what it leans on itself.
-  [[nodiscard]] std::vector<ExternalReference> resolveDependencies(const Recipe& recipe,
-                                                                   const std::string& group,
-                                                                   const std::string& name);
-  void cookExtRecipe(const ExternalReference& reference, std::uint64_t size);
+  [[nodiscard]] std::vector<Dependency> resolveDependencies(const Recipe& recipe,
+                                                            const std::string& group,
+                                                            const std::string& name);
+  void cookExtRecipe(Dependency dependency, std::uint64_t size);
 
   /// Drops what no neighbouring step of the variable can need.
   void evictAfterVariable(const std::string& variableName, std::int32_t timestep);

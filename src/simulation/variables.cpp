@@ -15,10 +15,10 @@ constexpr std::string_view kNonSplitTreeSuffix = "-NONSPLIT-TRDIFF";
 
 const ClassCreators& variableClasses() {
   using namespace Kelbor::MathModule;
-  static const ClassCreators creators = classCreatorsOf(
-      {ClassTags::kChunkedZlibTree, ClassTags::kTreeSums, ClassTags::kChunkedZlib,
-       ClassTags::kParallelWrapper, ClassTags::kDequantization, ClassTags::kDecoderZlib,
-       ClassTags::kVectorSums});
+  static const ClassCreators creators =
+      classCreatorsOf({ClassTags::kChunkedZlibTree, ClassTags::kTreeSums, ClassTags::kChunkedZlib,
+                       ClassTags::kParallelWrapper, ClassTags::kDequantization,
+                       ClassTags::kDecoderZlib, ClassTags::kVectorSums});
   return creators;
 }
 
@@ -32,9 +32,8 @@ void EnsgSimulation::readVariableComponent(int timestep, int variable, int part,
                    variableDataset(elementType, component, imaginary), buffer, keep);
 }
 
-void EnsgSimulation::readBlockVariableComponent(int timestep, int variable, int part,
-                                                int component, bool imaginary, FloatBuffer buffer,
-                                                bool keep) {
+void EnsgSimulation::readBlockVariableComponent(int timestep, int variable, int part, int component,
+                                                bool imaginary, FloatBuffer buffer, bool keep) {
   (void)checkedAt(metadata_.caseMetaData.geometryChangeTypes,
                   SimulationMetadata::perTimestepGeometry);
   readVariableComponent(timestep, variable, part, -1, component, imaginary, buffer, keep);
@@ -73,7 +72,8 @@ void EnsgSimulation::readVariableInto(int timestep, const std::string& variableN
     return;
   }
 
-  const ZipRecipe& zipRecipe = recipeOf(readHeader(group, name));
+  StoredDataset dataset = openStoredDataset(*this, group, name);
+  const ZipRecipe& zipRecipe = recipeOf(dataset.header);
   const auto size = static_cast<std::uint64_t>(buffer.size);
   try {
     fetchAndCacheExternalDependencies(zipRecipe.recipe, size, group, name, variableName);
@@ -100,9 +100,10 @@ void EnsgSimulation::readVariableInto(int timestep, const std::string& variableN
   }
 
   {
-    const auto chain = makeChain(
-        zipRecipe.recipe, quantizedInputs(group, name), parameters, variableClasses(), size,
-        [&](const std::string& key) { return resolveDatasetKey(key, group, name); });
+    const auto chain =
+        makeChain(zipRecipe.recipe, quantizedInputs(std::move(dataset.payload), group, name),
+                  parameters, variableClasses(), size,
+                  [&](const std::string& key) { return resolveDatasetKey(key, group, name); });
     if (rawWords) {
       pullInto<std::int32_t>(*chain, outputKey, buffer);
     } else {

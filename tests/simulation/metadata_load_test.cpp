@@ -43,8 +43,9 @@ class MetadataLoadTest : public testing::Test {
 TEST_F(MetadataLoadTest, TasksRunInTheirOrder) {
   ResultFileBuilder file = smallFile();
   file.requiredVersion = {7, 0, 1048};
+  file.write(path_.string());
   const Kelbor::LogCapture log(Kelbor::LogLevel::debug);
-  const auto simulation = open(file.image());
+  const EnsgSimulation simulation(&manager_, path_.string(), false);
   EXPECT_EQ(log.text(),
             "STATUS: Reading Metadata...\n"
             "DEBUG: Running Task: /kelbor/version\n"
