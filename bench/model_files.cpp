@@ -139,7 +139,7 @@ void writeCrashModel(const std::string& path, const CrashModel& model) {
     stress.quantised(Quantisation::uniform(kStressStep));
   }
   if (model.usesTimeDifferences) {
-    constexpr std::uint32_t kStepsPerBlock = 10;
+    constexpr std::uint32_t kStepsPerBlock = 8;
     file.timeBlocks(kStepsPerBlock);
     displacement.timeDifferences();
   }
