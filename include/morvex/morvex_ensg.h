@@ -2,14 +2,14 @@
  * \file morvex_ensg.h
  * \brief Host interface of libmorvex-ensg: reads one compressed finite-element result file.
  *
- * How to use it: open a file with MX_openFile, ask, end with MX_exit. One file is open at a time and
- * all functions are called from one thread. Geometry first, then MX_finishedGeometryProcessing, then
- * variables step by step is the order that the library is made for; any other works as well.
+ * How to use it: open a file with MX_openFile, ask, end with MX_exit. One file is open at a time
+ * and all functions are called from one thread. Geometry first, then MX_finishedGeometryProcessing,
+ * then variables step by step is the order that the library is made for; any other works as well.
  *
  * Numbering. Parts, blocks, time steps, variables and components count from 0. Node numbers in
- * connectivity stand as the file stores them, which is in the numbering that hosts of this interface
- * expect. Element types are numbers from 0 to 33, in pairs of a type and its ghost twin (the
- * following odd number, same shape):
+ * connectivity stand as the file stores them, which is in the numbering that hosts of this
+ * interface expect. Element types are numbers from 0 to 33, in pairs of a type and its ghost twin
+ * (the following odd number, same shape):
  *
  *     0 point             1 node      14 tetrahedron    4 nodes     26 hexahedron   8 nodes
  *     2 bar               2 nodes     16 tetrahedron   10 nodes     28 hexahedron  20 nodes
@@ -28,11 +28,11 @@
  * function; the library never writes beyond them, and writes nothing where it refuses. After an
  * exception an array that was to be filled holds unspecified values.
  *
- * Failures. Status functions return 0 for success and -1 for a refusal, which is told in the message
- * log. With no file open every function that needs one leaves an ERROR line and returns -1, or 0
- * where it answers a count or a yes-or-no question. Only MX_openFile turns all failures into -1. The
- * other functions may throw C++ exceptions through the call, and a host written in C must only be
- * exposed to files that it trusts:
+ * Failures. Status functions return 0 for success and -1 for a refusal, which is told in the
+ * message log. With no file open every function that needs one leaves an ERROR line and returns -1,
+ * or 0 where it answers a count or a yes-or-no question. Only MX_openFile turns all failures into
+ * -1. The other functions may throw C++ exceptions through the call, and a host written in C must
+ * only be exposed to files that it trusts:
  *
  *  - std::out_of_range for a step, part, element type, variable or time set that is not there,
  *  - std::length_error where a count does not fit the 32 bits of the answer it was asked for with,
@@ -45,12 +45,12 @@
  * After any of these the session goes on, and the next question is answered as if nothing had
  * happened.
  *
- * Messages. STATUS lines and below go to standard output, WARNING, ERROR and FATAL to standard error.
- * The first successful MX_openFile of a process switches everything below WARNING off.
+ * Messages. STATUS lines and below go to standard output, WARNING, ERROR and FATAL to standard
+ * error. The first successful MX_openFile of a process switches everything below WARNING off.
  *
- * Threads. Large datasets are decoded by several threads: as many as MX_setNumberOfOmpThreads or the
- * environment variable OMP_NUM_THREADS says, else the machine's processors less two, at least 1.
- * Results are the same bits for every number.
+ * Threads. Large datasets are decoded by several threads: as many as MX_setNumberOfOmpThreads or
+ * the environment variable OMP_NUM_THREADS says, else the machine's processors less two, at
+ * least 1. Results are the same bits for every number.
  *
  * The environment variable MORVEX_WORKFLOW_LOG, read when the library is loaded, names a file that
  * takes a record of the calls of each session.
@@ -114,16 +114,16 @@ MORVEX_EXPORT int MX_getNumberOfTimesets(void);
 /**
  * What changes over time.
  * \param geometry_type  0 the model, 1 the measured particles
- * \return 0 nothing, 1 coordinates, 2 connectivity as well; -1 for any other type and for a geometry
- *         that the file does not have
+ * \return 0 nothing, 1 coordinates, 2 connectivity as well; -1 for any other type and for a
+ * geometry that the file does not have
  */
 MORVEX_EXPORT int MX_getGeometryAdaptivityType(int geometry_type);
 
 /** \return index of the time set of the model geometry; 0 where it has none */
 MORVEX_EXPORT int MX_getModelGeoTimeset(void);
 
-/** \return index of the time set of the measured particles; 0 where there is none. To be asked where
- *          MX_hasMeasuredGeometry answers 1. */
+/** \return index of the time set of the measured particles; 0 where there is none. To be asked
+ * where MX_hasMeasuredGeometry answers 1. */
 MORVEX_EXPORT int MX_getMeasuredGeoTimeset(void);
 
 /** \return number of steps of a time set, whose sign is dropped; 1 in a file without time sets */
@@ -154,15 +154,12 @@ MORVEX_EXPORT int MX_getNumberOfParts(void);
  * Tables of the model's parts at a step. Each array has one entry for each of the n parts.
  * \param part_ids            identifiers
  * \param part_types          0 unstructured, else a structured block
- * \param part_descriptions   n strings of the file's name width plus 1 bytes: each takes a name and a
- *                            zero and nothing behind it. No file has a name width above 1048576.
- * \param number_of_nodes     nodes of each part (the low 32 bits)
- * \param number_of_elements  n arrays of 34 counts, by element type
- * \param ijk_dimensions      n arrays of 4: extents of blocks; left alone for unstructured parts;
- *                            may be NULL
- * \param iblanking_options   n arrays of 5: zeros for blocks of type 2, left alone for all others;
- *                            may be NULL
- * \return 0
+ * \param part_descriptions   n strings of the file's name width plus 1 bytes: each takes a name and
+ * a zero and nothing behind it. No file has a name width above 1048576. \param number_of_nodes
+ * nodes of each part (the low 32 bits) \param number_of_elements  n arrays of 34 counts, by element
+ * type \param ijk_dimensions      n arrays of 4: extents of blocks; left alone for unstructured
+ * parts; may be NULL \param iblanking_options   n arrays of 5: zeros for blocks of type 2, left
+ * alone for all others; may be NULL \return 0
  */
 MORVEX_EXPORT int MX_getPartInformation(int timestep, int* part_ids, int* part_types,
                                         char** part_descriptions, int* number_of_nodes,
@@ -324,11 +321,10 @@ MORVEX_EXPORT int MX_getVariableGeoType(int which_variable);
  * \param complex_flags    non-zero for a complex variable
  * \param imaginary_names  description of the imaginary part, or the empty text; filled only where
  *                         the entry is not NULL and frequencies[i] comes in as non-zero
- * \param frequencies      frequency of a complex variable, else 0; filled as said above; may be NULL
- * \param has_time         where an entry comes in as non-zero and the variable is a constant: 1 if
- *                         it has a time set, else 0; all other entries are left alone; may be NULL
- * \param timesets         index of the time set, 0 where there is none
- * \return 0
+ * \param frequencies      frequency of a complex variable, else 0; filled as said above; may be
+ * NULL \param has_time         where an entry comes in as non-zero and the variable is a constant:
+ * 1 if it has a time set, else 0; all other entries are left alone; may be NULL \param timesets
+ * index of the time set, 0 where there is none \return 0
  */
 MORVEX_EXPORT int MX_getVariableInformation(char** names, char** descriptions, int* var_types,
                                             int* locations, int* complex_flags,
@@ -341,18 +337,16 @@ MORVEX_EXPORT int MX_getVariableInformation(char** names, char** descriptions, i
  * \param geometry_timestep  step whose sizes hold; 0 for a static model
  * \param which_variable     variable
  * \param which_part         part
- * \param var_type           1 to 4, as delivered by MX_getVariableInformation; of no meaning on blocks
- * \param which_type         element type, for values per element; else of no meaning
- * \param imag_data          above 0 for the imaginary part
- * \param component          component, from 0
+ * \param var_type           1 to 4, as delivered by MX_getVariableInformation; of no meaning on
+ * blocks \param which_type         element type, for values per element; else of no meaning \param
+ * imag_data          above 0 for the imaginary part \param component          component, from 0
  * \param buffer             a float for each node of the part, or for each element of the type
  * \return 0; 1 if the variable is not defined on the part, with nothing written; -1 for another
  *         var_type or a variable of no known geometry
  */
-MORVEX_EXPORT int MX_getVariableByComponent(int timestep, int geometry_timestep,
-                                            int which_variable, int which_part, int var_type,
-                                            int which_type, int imag_data, int component,
-                                            float* buffer);
+MORVEX_EXPORT int MX_getVariableByComponent(int timestep, int geometry_timestep, int which_variable,
+                                            int which_part, int var_type, int which_type,
+                                            int imag_data, int component, float* buffer);
 
 /**
  * The value of a constant at a step.

@@ -32,8 +32,7 @@ class BasicByteCursor {
   }
 
   template <class T>
-    requires std::is_trivially_copyable_v<T>
-  T read() {
+  requires std::is_trivially_copyable_v<T> T read() {
     T value;
     std::memcpy(&value, take(sizeof(T)).data(), sizeof(T));
     return value;

@@ -73,11 +73,21 @@ const TypeProperties& propertiesOf(std::int32_t enumerator) {
 
 }  // namespace
 
-const char* DataType::getName() const noexcept { return propertiesOf(enumerator_).name; }
-std::uint8_t DataType::getSize() const noexcept { return propertiesOf(enumerator_).size; }
-std::int64_t DataType::getMaxValue() const noexcept { return propertiesOf(enumerator_).largest; }
-std::int64_t DataType::getMinValue() const noexcept { return propertiesOf(enumerator_).smallest; }
-bool DataType::isSigned() const noexcept { return propertiesOf(enumerator_).isSigned; }
+const char* DataType::getName() const noexcept {
+  return propertiesOf(enumerator_).name;
+}
+std::uint8_t DataType::getSize() const noexcept {
+  return propertiesOf(enumerator_).size;
+}
+std::int64_t DataType::getMaxValue() const noexcept {
+  return propertiesOf(enumerator_).largest;
+}
+std::int64_t DataType::getMinValue() const noexcept {
+  return propertiesOf(enumerator_).smallest;
+}
+bool DataType::isSigned() const noexcept {
+  return propertiesOf(enumerator_).isSigned;
+}
 bool DataType::isFloatingPoint() const noexcept {
   return propertiesOf(enumerator_).isFloatingPoint;
 }

@@ -51,17 +51,28 @@ inline constexpr DataType kDouble{11};
 /// The DataType whose elements are of the C++ type T.
 template <class T>
 [[nodiscard]] constexpr DataType dataTypeOf() noexcept {
-  if constexpr (std::is_same_v<T, std::int8_t>) return DataTypes::kInt8;
-  else if constexpr (std::is_same_v<T, std::uint8_t>) return DataTypes::kUInt8;
-  else if constexpr (std::is_same_v<T, std::int16_t>) return DataTypes::kInt16;
-  else if constexpr (std::is_same_v<T, std::uint16_t>) return DataTypes::kUInt16;
-  else if constexpr (std::is_same_v<T, std::int32_t>) return DataTypes::kInt32;
-  else if constexpr (std::is_same_v<T, std::uint32_t>) return DataTypes::kUInt32;
-  else if constexpr (std::is_same_v<T, std::int64_t>) return DataTypes::kInt64;
-  else if constexpr (std::is_same_v<T, std::uint64_t>) return DataTypes::kUInt64;
-  else if constexpr (std::is_same_v<T, float>) return DataTypes::kFloat;
-  else if constexpr (std::is_same_v<T, double>) return DataTypes::kDouble;
-  else static_assert(!sizeof(T), "no DataType for this element type");
+  if constexpr (std::is_same_v<T, std::int8_t>)
+    return DataTypes::kInt8;
+  else if constexpr (std::is_same_v<T, std::uint8_t>)
+    return DataTypes::kUInt8;
+  else if constexpr (std::is_same_v<T, std::int16_t>)
+    return DataTypes::kInt16;
+  else if constexpr (std::is_same_v<T, std::uint16_t>)
+    return DataTypes::kUInt16;
+  else if constexpr (std::is_same_v<T, std::int32_t>)
+    return DataTypes::kInt32;
+  else if constexpr (std::is_same_v<T, std::uint32_t>)
+    return DataTypes::kUInt32;
+  else if constexpr (std::is_same_v<T, std::int64_t>)
+    return DataTypes::kInt64;
+  else if constexpr (std::is_same_v<T, std::uint64_t>)
+    return DataTypes::kUInt64;
+  else if constexpr (std::is_same_v<T, float>)
+    return DataTypes::kFloat;
+  else if constexpr (std::is_same_v<T, double>)
+    return DataTypes::kDouble;
+  else
+    static_assert(!sizeof(T), "no DataType for this element type");
 }
 
 /// A tag that carries an element type into a generic lambda.

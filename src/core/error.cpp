@@ -42,7 +42,9 @@ namespace morvex {
 
 Exception::~Exception() = default;
 
-const char* Exception::getMessage() const noexcept { return message_.c_str(); }
+const char* Exception::getMessage() const noexcept {
+  return message_.c_str();
+}
 
 const char* UsageException::getHelp() const noexcept {
   return "An usage error occurred (error code: 3)! Run 'morvex -h' to get more information on how "

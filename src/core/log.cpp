@@ -22,11 +22,15 @@ constexpr std::array<LevelTraits, 9> kLevels{{{"DeepTrace", "", false},
                                               {"Fatal", "FATAL: ", true},
                                               {"Silent", "", true}}};
 
-std::size_t indexOf(LogLevel level) { return static_cast<std::size_t>(level); }
+std::size_t indexOf(LogLevel level) {
+  return static_cast<std::size_t>(level);
+}
 
 }  // namespace
 
-const char* levelName(LogLevel level) { return kLevels.at(indexOf(level)).name; }
+const char* levelName(LogLevel level) {
+  return kLevels.at(indexOf(level)).name;
+}
 
 Logger::Logger()
     : streams_{std::ostream(nullptr), std::ostream(nullptr), std::ostream(nullptr),

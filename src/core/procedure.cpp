@@ -94,8 +94,7 @@ bool DataProcedure::setOutputBuffer(std::size_t outputIndex, void* memory,
 }
 
 void DataProcedure::updateOutputDimensionsFromProcessedInput() {
-  raise<Exception>(
-      "::updateOutputDimensionsFromProcessedInput() not implemented but necessary!");
+  raise<Exception>("::updateOutputDimensionsFromProcessedInput() not implemented but necessary!");
 }
 
 std::int32_t DataProcedure::getParameters(std::string_view /*name*/,

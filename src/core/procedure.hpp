@@ -26,8 +26,8 @@ class DataProcedure : public Producer {
 
   // The positions of the virtual operations are fixed, the reserved ones included.
 
-  /// Releases the inputs. Aborts the process if an output is still read by somebody: a graph is torn
-  /// down from its last procedure to its first.
+  /// Releases the inputs. Aborts the process if an output is still read by somebody: a graph is
+  /// torn down from its last procedure to its first.
   ~DataProcedure() override;
   /// Borrows the provider for a slot and counts the reference. std::invalid_argument for a slot out
   /// of range or taken. Procedures override it to derive their outputs, and call this first.

@@ -34,12 +34,14 @@ bool DataProvider::isFreeable() const {
   return Provider::isFreeable() && (!container_ || container_->isUnlocked());
 }
 
-void DataProvider::clearContent() { container_.reset(); }
+void DataProvider::clearContent() {
+  container_.reset();
+}
 
 bool DataProvider::setDataDimension(const DataDimension& dimension) {
   if (container_ && !container_->isUnlocked()) {
-    getLogger().error()
-        << "Cannot change dimensions of provider that has read and/or write locks!" << std::endl;
+    getLogger().error() << "Cannot change dimensions of provider that has read and/or write locks!"
+                        << std::endl;
     return false;
   }
   dimension_ = dimension;

@@ -38,7 +38,9 @@ ScopedObject::ScopedObject(ObjectProvider* provider) : provider_(provider) {
   provider->getContainer()->writeLocks.fetch_add(1);
 }
 
-ScopedObject::~ScopedObject() { provider_->getContainer()->writeLocks.fetch_sub(1); }
+ScopedObject::~ScopedObject() {
+  provider_->getContainer()->writeLocks.fetch_sub(1);
+}
 
 void ScopedObject::set(std::uint32_t index, std::shared_ptr<void> object) {
   checkedAt(provider_->getContainer()->objects, index) = std::move(object);

@@ -11,14 +11,15 @@ std::shared_ptr<StorageProvider> stealContainer(DataManager* context, DataProvid
   auto thief = std::make_shared<StorageProvider>(context, source.getDataDimension());
   const DataContainer* container = source.getContainer();
   if (source.getReferences() > 1 || (container && !container->isUnlocked())) {
-    raise<std::runtime_error>(
-        "Cannot steal output provider's DC into StorageProvider (locked!)!");
+    raise<std::runtime_error>("Cannot steal output provider's DC into StorageProvider (locked!)!");
   }
   thief->installContainer(source.uninstallContainer(source.getContainer()));
   return thief;
 }
 
-KelborStorage::~KelborStorage() { clear(); }
+KelborStorage::~KelborStorage() {
+  clear();
+}
 
 DataProvider* KelborStorage::lookup(const std::string& key) {
   const tbb::spin_rw_mutex::scoped_lock guard(lock_, /*write=*/true);

@@ -78,8 +78,7 @@ PrecisionSetting readSetting(Kelbor::RecordCursor& cursor) {
 }  // namespace
 
 bool isExact(const PrecisionSetting& setting) {
-  return setting.type == QuantizationType::UniformQuantization &&
-         setting.parameters.at(0) == 0.0;
+  return setting.type == QuantizationType::UniformQuantization && setting.parameters.at(0) == 0.0;
 }
 
 bool matchesWildcard(std::string_view pattern, std::string_view text) {

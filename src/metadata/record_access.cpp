@@ -11,6 +11,8 @@ RecordBytes::RecordBytes(Kelbor::MathModule::HierarchicalFileInterface& file,
 
 RecordBytes::~RecordBytes() = default;
 
-std::span<const std::byte> RecordBytes::bytes() const { return std::as_bytes(access_->view()); }
+std::span<const std::byte> RecordBytes::bytes() const {
+  return std::as_bytes(access_->view());
+}
 
 }  // namespace morvex

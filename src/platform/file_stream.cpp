@@ -2,7 +2,9 @@
 
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <limits>
 
 namespace Kelbor::Platform {
@@ -38,6 +40,19 @@ std::uint64_t FileStream::size() {
 std::size_t FileStream::read(std::span<std::byte> target) {
   if (target.empty()) return 0;
   return std::fread(target.data(), 1, target.size(), stream_.get());
+}
+
+std::size_t FileStream::readAt(std::uint64_t position, std::span<std::byte> target) {
+  const auto largest = static_cast<std::uint64_t>(std::numeric_limits<off_t>::max());
+  std::size_t done = 0;
+  while (done < target.size() && position <= largest - done) {
+    const ssize_t came = ::pread(::fileno(stream_.get()), target.data() + done,
+                                 target.size() - done, static_cast<off_t>(position + done));
+    if (came < 0 && errno == EINTR) continue;
+    if (came <= 0) break;
+    done += static_cast<std::size_t>(came);
+  }
+  return done;
 }
 
 bool FileStream::write(std::span<const std::byte> source) {

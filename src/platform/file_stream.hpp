@@ -27,6 +27,9 @@ class FileStream {
 
   /// Reads up to `target.size()` bytes and returns how many came.
   std::size_t read(std::span<std::byte> target);
+  /// Reads up to `target.size()` bytes from an absolute position, which the stream's own position
+  /// doesn't follow, and returns how many came.
+  std::size_t readAt(std::uint64_t position, std::span<std::byte> target);
   /// Writes all of `source`; false if the system took less.
   bool write(std::span<const std::byte> source);
 

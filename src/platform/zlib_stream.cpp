@@ -11,7 +11,9 @@ constexpr int kCompressionLevel = 4;
 InflateStream::InflateStream()
     : ready_(::inflateInit_(&stream_, kZlibVersion, static_cast<int>(sizeof(z_stream))) == Z_OK) {}
 
-InflateStream::~InflateStream() { end(); }
+InflateStream::~InflateStream() {
+  end();
+}
 
 int InflateStream::end() {
   if (!ready_) return Z_OK;

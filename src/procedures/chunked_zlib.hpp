@@ -11,7 +11,8 @@ namespace Kelbor::MathModule {
 /// where they are not, a later stage does that.
 class ChunkedZlibDecompressionWrapper final : public PlaneStreamProcedure {
  public:
-  /// `chunkSizeInBytes` of inflated data make one plane chunk. Exception ": chunkSizeInBytes>=2^31".
+  /// `chunkSizeInBytes` of inflated data make one plane chunk. Exception ":
+  /// chunkSizeInBytes>=2^31".
   ChunkedZlibDecompressionWrapper(DataManager* context,
                                   std::span<const std::uint64_t> targetDimensions,
                                   DataType targetDataType, std::uint32_t chunkSizeInBytes,

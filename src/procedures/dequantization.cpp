@@ -67,8 +67,8 @@ void Dequantization::connectInput(std::size_t slot, Provider* provider) {
     raise<std::runtime_error>(std::string(" with non-signed-int input: ") + type.getName());
   }
   const bool isDouble = type == DataTypes::kInt64 && !forceFloatOutput_;
-  makeOutput(0, DataDimension(isDouble ? DataTypes::kDouble : DataTypes::kFloat,
-                              integers.getSizes()));
+  makeOutput(0,
+             DataDimension(isDouble ? DataTypes::kDouble : DataTypes::kFloat, integers.getSizes()));
 }
 
 bool Dequantization::process(std::int32_t outputIndex) {
@@ -149,8 +149,7 @@ void Dequantization::putOutliersBack(std::span<Out> out) const {
   const ScopedConstData<std::uint64_t> positions(provider);
   if (positions.size() == 0) return;
   const ScopedConstData<V> values(inputData(2));
-  if (values.size() < positions.size() ||
-      !Kernels::outliersInRange(positions.view(), out.size())) {
+  if (values.size() < positions.size() || !Kernels::outliersInRange(positions.view(), out.size())) {
     raise<KelborDataException>(": Outlier outside the values!");
   }
   Kernels::scatterOutliers(positions.view(), values.view(), out);

@@ -11,8 +11,8 @@ namespace {
 constexpr std::uint32_t kWindowSizeInBytes = 536870912;
 
 DataType requireIdType(DataType type) {
-  const bool isIdType = visitElement<std::int32_t, std::uint32_t, std::int64_t, std::uint64_t>(
-      type, [](auto) {});
+  const bool isIdType =
+      visitElement<std::int32_t, std::uint32_t, std::int64_t, std::uint64_t>(type, [](auto) {});
   if (!isIdType) raise<std::runtime_error>("Invalid target type!");
   return type;
 }

@@ -9,12 +9,14 @@
 namespace Kelbor::MathModule {
 namespace {
 
-bool isKnownMethod(std::uint32_t method) { return method == 0 || method == 3; }
+bool isKnownMethod(std::uint32_t method) {
+  return method == 0 || method == 3;
+}
 
 template <class F>
 bool visitIdType(DataType type, F&& f) {
-  return visitElement<std::int32_t, std::int64_t, std::uint32_t, std::uint64_t>(
-      type, std::forward<F>(f));
+  return visitElement<std::int32_t, std::int64_t, std::uint32_t, std::uint64_t>(type,
+                                                                                std::forward<F>(f));
 }
 
 }  // namespace

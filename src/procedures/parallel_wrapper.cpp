@@ -51,7 +51,9 @@ bool visitChunkType(DataType type, F&& f) {
                       std::uint64_t, float>(type, std::forward<F>(f));
 }
 
-void logChunkError(const char* message) { getLogger().error() << message << std::endl; }
+void logChunkError(const char* message) {
+  getLogger().error() << message << std::endl;
+}
 
 const DataProcedure& requireInner(const DataProcedure* inner) {
   if (!inner) raise<std::invalid_argument>(kNoClone);

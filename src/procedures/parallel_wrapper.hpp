@@ -65,8 +65,8 @@ class OmpDecompressionWrapper final : public DataProcedure {
   std::uint32_t singleChunkMarker_;
 };
 
-/// Creator for tag 1002. Takes the inner class block off the class stream: u64 byte count and bytes.
-/// Parameters: u32 marker, then those of the inner procedure.
+/// Creator for tag 1002. Takes the inner class block off the class stream: u64 byte count and
+/// bytes. Parameters: u32 marker, then those of the inner procedure.
 [[nodiscard]] std::unique_ptr<morvex::ProcedureFactory> createParallelWrapperFactory(
     morvex::Deserializer& classStream);
 

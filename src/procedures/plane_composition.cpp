@@ -39,9 +39,9 @@ bool BytePlaneComposition::process(std::int32_t outputIndex) {
   setOutputDimension(output,
                      DataDimension(targetDataType_, {planes.size() / targetDataType_.getSize()}),
                      ": cannot adapt DataDimension!");
-  const bool handled = visitElement<std::int16_t, std::uint16_t, std::int32_t, std::uint32_t,
-                                    std::int64_t, std::uint64_t>(
-      output.getDataDimension().getDataType(), [&](auto element) {
+  const bool handled =
+      visitElement<std::int16_t, std::uint16_t, std::int32_t, std::uint32_t, std::int64_t,
+                   std::uint64_t>(output.getDataDimension().getDataType(), [&](auto element) {
         const ScopedData<typename decltype(element)::type> values(&output);
         Kernels::composePlanes(std::as_bytes(planes.view()), Kernels::unsignedView(values.view()));
       });

@@ -84,6 +84,8 @@ std::span<std::byte> SwapBuffer::bytes() noexcept {
   return {block_.getContainer()->getData(), static_cast<std::size_t>(block_.getContainer()->size)};
 }
 
-void raiseStreamNotReady() { raise<Exception>(": Failed to initialize stream!"); }
+void raiseStreamNotReady() {
+  raise<Exception>(": Failed to initialize stream!");
+}
 
 }  // namespace Kelbor::MathModule

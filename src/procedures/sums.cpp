@@ -43,7 +43,9 @@ bool sameShape(const DataProvider& a, const DataProvider& b) {
          a.getDataDimension().getNumberOfElements() == b.getDataDimension().getNumberOfElements();
 }
 
-[[noreturn]] void raiseInhomogeneous() { raise<Exception>(": inhomogeneous input provider(s)!"); }
+[[noreturn]] void raiseInhomogeneous() {
+  raise<Exception>(": inhomogeneous input provider(s)!");
+}
 
 template <class Procedure>
 class SumsFactory final : public morvex::ProcedureFactory {
@@ -127,21 +129,21 @@ void VectorSums::connectInput(std::size_t slot, Provider* provider) {
 bool VectorSums::process(std::int32_t outputIndex) {
   DataProvider& input = requireInput(0);
   DataProvider& firstProvider = requireInput(1);
-  runOnWideIntegers(
-      input, requireOutput(outputIndex), [&]<class T>(std::span<const T> in, std::span<T> out) {
-        const ScopedConstData<T> first(&firstProvider);
-        std::optional<ScopedConstData<T>> second;
-        if (hasInputProvider(2)) second.emplace(inputData(2));
-        // Compared again: the shapes are final only now that all inputs have run.
-        if (first.size() != in.size() || (second && second->size() != in.size())) {
-          raiseInhomogeneous();
-        }
-        if (!second || second->data() == first.data()) {
-          Kernels::vectorSums<T>(in, first.view(), out);
-        } else {
-          Kernels::vectorSums<T>(in, first.view(), second->view(), out);
-        }
-      });
+  runOnWideIntegers(input, requireOutput(outputIndex),
+                    [&]<class T>(std::span<const T> in, std::span<T> out) {
+                      const ScopedConstData<T> first(&firstProvider);
+                      std::optional<ScopedConstData<T>> second;
+                      if (hasInputProvider(2)) second.emplace(inputData(2));
+                      // Compared again: the shapes are final only now that all inputs have run.
+                      if (first.size() != in.size() || (second && second->size() != in.size())) {
+                        raiseInhomogeneous();
+                      }
+                      if (!second || second->data() == first.data()) {
+                        Kernels::vectorSums<T>(in, first.view(), out);
+                      } else {
+                        Kernels::vectorSums<T>(in, first.view(), second->view(), out);
+                      }
+                    });
   return true;
 }
 
@@ -159,17 +161,16 @@ void TreeSums::connectInput(std::size_t slot, Provider* provider) {
 }
 
 bool TreeSums::process(std::int32_t outputIndex) {
-  runOnWideIntegers(
-      requireInput(0), requireOutput(outputIndex), [this](auto in, auto out) {
-        const ScopedConstData<std::int32_t> edges(inputData(1));
-        const ScopedConstData<std::uint64_t> treeStarts(inputData(2));
-        if (!Kernels::checkTree(edges.view(), treeStarts.view(), in.size())) {
-          raise<KelborDataException>(": Tree reaches outside the data!");
-        }
-        const auto sums = unsignedView(out);
-        using U = typename decltype(sums)::value_type;
-        Kernels::treeSums<U>(unsignedView(in), edges.view(), treeStarts.view(), sums);
-      });
+  runOnWideIntegers(requireInput(0), requireOutput(outputIndex), [this](auto in, auto out) {
+    const ScopedConstData<std::int32_t> edges(inputData(1));
+    const ScopedConstData<std::uint64_t> treeStarts(inputData(2));
+    if (!Kernels::checkTree(edges.view(), treeStarts.view(), in.size())) {
+      raise<KelborDataException>(": Tree reaches outside the data!");
+    }
+    const auto sums = unsignedView(out);
+    using U = typename decltype(sums)::value_type;
+    Kernels::treeSums<U>(unsignedView(in), edges.view(), treeStarts.view(), sums);
+  });
   return true;
 }
 
@@ -192,8 +193,7 @@ std::unique_ptr<morvex::ProcedureFactory> createVectorSumsFactory(
   return std::make_unique<SumsFactory<VectorSums>>(classStream.context());
 }
 
-std::unique_ptr<morvex::ProcedureFactory> createTreeSumsFactory(
-    morvex::Deserializer& classStream) {
+std::unique_ptr<morvex::ProcedureFactory> createTreeSumsFactory(morvex::Deserializer& classStream) {
   return std::make_unique<SumsFactory<TreeSums>>(classStream.context());
 }
 

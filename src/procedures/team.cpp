@@ -31,7 +31,7 @@ void runTeam(std::size_t count, int threads, const std::function<void(std::size_
   }
   processOfTeam = ::getpid();
   const auto end = static_cast<std::ptrdiff_t>(count);
-#pragma omp parallel for schedule(static) num_threads(static_cast<int>(size))
+#pragma omp parallel for schedule(static) num_threads(static_cast <int>(size))
   for (std::ptrdiff_t i = 0; i < end; ++i) work(static_cast<std::size_t>(i));
 }
 

@@ -16,7 +16,7 @@ inline constexpr int kNFaced = 32;
 
 /// Nodes of an element of each type; -1 where they vary.
 inline constexpr std::array<std::int32_t, 34> kNodesPerElement{
-    1, 1, 2,  2,  3, 3, 3,  3,  6, 6, 4,  4,  8, 8, 4,  4,  10,
+    1,  1, 2, 2,  3,  3, 3, 3,  6,  6, 4, 4,  8,  8,  4,  4,  10,
     10, 5, 5, 13, 13, 6, 6, 15, 15, 8, 8, 20, 20, -1, -1, -1, -1};
 
 /// Entries of a connectivity of `elementCount` elements; std::out_of_range for a type that is none

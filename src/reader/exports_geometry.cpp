@@ -31,9 +31,8 @@ int MX_getPartInformation(int timestep, int* part_ids, int* part_types, char** p
 }
 
 int MX_getPartNodeIds(int timestep, int part_number, int* ids) {
-  return onReader(__func__, -1, [&](GenericMXReader& r) {
-    return r.getPartNodeIds(timestep, part_number, ids);
-  });
+  return onReader(__func__, -1,
+                  [&](GenericMXReader& r) { return r.getPartNodeIds(timestep, part_number, ids); });
 }
 
 int MX_getPartElementIds(int timestep, int part_number, int element_type, int* ids) {
@@ -43,7 +42,8 @@ int MX_getPartElementIds(int timestep, int part_number, int element_type, int* i
 }
 
 int MX_getBoundingBox(int timestep, float* box) {
-  return onReader(__func__, -1, [&](GenericMXReader& r) { return r.getBoundingBox(timestep, box); });
+  return onReader(__func__, -1,
+                  [&](GenericMXReader& r) { return r.getBoundingBox(timestep, box); });
 }
 
 void MX_finishedGeometryProcessing(void) {
@@ -158,9 +158,8 @@ int MX_hasMeasuredGeometry(void) {
 }
 
 int MX_getNumberOfMeasuredParticles(int timestep) {
-  return onReader(__func__, 0, [&](GenericMXReader& r) {
-    return r.getNumberOfMeasuredParticles(timestep);
-  });
+  return onReader(__func__, 0,
+                  [&](GenericMXReader& r) { return r.getNumberOfMeasuredParticles(timestep); });
 }
 
 int MX_getMeasuredParticleIds(int timestep, int* ids) {

@@ -44,9 +44,8 @@ int MX_getNumberOfTimesets(void) {
 }
 
 int MX_getGeometryAdaptivityType(int geometry_type) {
-  return onReader(__func__, -1, [&](GenericMXReader& r) {
-    return r.getGeometryAdaptivityType(geometry_type);
-  });
+  return onReader(__func__, -1,
+                  [&](GenericMXReader& r) { return r.getGeometryAdaptivityType(geometry_type); });
 }
 
 int MX_getModelGeoTimeset(void) {

@@ -5,8 +5,8 @@
 
 namespace morvex {
 
-/// What the exports ask of an open file. Arrays belong to the host; their lengths and the meaning of
-/// each operation are told in the host header, whose function of the same name forwards here.
+/// What the exports ask of an open file. Arrays belong to the host; their lengths and the meaning
+/// of each operation are told in the host header, whose function of the same name forwards here.
 class GenericMXReader {
  public:
   GenericMXReader(std::string fileName, std::uint64_t hostValue, std::uint64_t totalPhysicalMemory);

@@ -29,7 +29,8 @@ BufferInfo<T, long long> bufferOf(T* data, std::uint64_t count) {
 
 /// The same for an array that holds several entries for each counted element.
 Int32Buffer connectivityBuffer(int* data, int elementType, std::uint64_t elementCount) {
-  const auto size = connectivitySize(elementType, static_cast<std::uint64_t>(hostCount(elementCount)));
+  const auto size =
+      connectivitySize(elementType, static_cast<std::uint64_t>(hostCount(elementCount)));
   return {data, static_cast<long long>(size)};
 }
 
@@ -80,8 +81,8 @@ int EnsgMXReader::getMeasuredParticleCoordinates(int timestep, float* x, float* 
 int EnsgMXReader::getElementConnectivity(int timestep, int part, int elementType,
                                          int* connectivity) {
   if (elementType >= kNSided && elementType < static_cast<int>(kNodesPerElement.size())) {
-    getLogger().error()
-        << "This function call does not accept nfaced and nsided element type." << std::endl;
+    getLogger().error() << "This function call does not accept nfaced and nsided element type."
+                        << std::endl;
     return -1;
   }
   const auto& counts = simulation_.bulkState(modelGeometry_, timestep).elementCounts;
@@ -158,9 +159,9 @@ int EnsgMXReader::getBorderFacesConnByType(int timestep, int part, int elementTy
   return 0;
 }
 
-int EnsgMXReader::getVariableByComponent(int timestep, int geometryTimestep, int variable,
-                                         int part, int varType, int elementType, int imaginary,
-                                         int component, float* buffer) {
+int EnsgMXReader::getVariableByComponent(int timestep, int geometryTimestep, int variable, int part,
+                                         int varType, int elementType, int imaginary, int component,
+                                         float* buffer) {
   const VariableMetaData& variables = metadata().variableMetaData;
   if (!Kelbor::checkedBit(checkedAt(variables.definedOnPart, variable), part)) return 1;
 
@@ -201,6 +202,8 @@ int EnsgMXReader::getVariableByComponent(int timestep, int geometryTimestep, int
   return 0;
 }
 
-void EnsgMXReader::finishedGeometryProcessing() { simulation_.clearGeometryCache(); }
+void EnsgMXReader::finishedGeometryProcessing() {
+  simulation_.clearGeometryCache();
+}
 
 }  // namespace morvex

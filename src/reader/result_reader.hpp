@@ -30,8 +30,7 @@ class EnsgMXReader final : public GenericMXReader {
                          int* numberOfNodes, int** numberOfElements, int** ijkDimensions,
                          int** iblankingOptions) override;
   int getPartCoordinates(int timestep, int part, float* x, float* y, float* z) override;
-  int getBlockStructuredCoordinates(int timestep, int block, float* x, float* y,
-                                    float* z) override;
+  int getBlockStructuredCoordinates(int timestep, int block, float* x, float* y, float* z) override;
   int getBlockIblanking(int timestep, int block, int* iblanking) override;
   int getPartNodeIds(int timestep, int part, int* ids) override;
   int getPartElementIds(int timestep, int part, int elementType, int* ids) override;

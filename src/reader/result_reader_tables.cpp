@@ -52,9 +52,13 @@ int EnsgMXReader::timesetOf(std::int32_t geometry) const {
   return timeset == kNoTimeset ? 0 : static_cast<int>(timeset);
 }
 
-int EnsgMXReader::getModelGeoTimeset() { return timesetOf(modelGeometry_); }
+int EnsgMXReader::getModelGeoTimeset() {
+  return timesetOf(modelGeometry_);
+}
 
-int EnsgMXReader::getMeasuredGeoTimeset() { return timesetOf(measuredGeometry_); }
+int EnsgMXReader::getMeasuredGeoTimeset() {
+  return timesetOf(measuredGeometry_);
+}
 
 const TimeSet& EnsgMXReader::timeSet(std::int64_t index) const {
   return *checkedAt(metadata().timeSets, index);
@@ -152,8 +156,8 @@ int EnsgMXReader::getMeasuredParticleIds(int timestep, int* ids) {
 }
 
 int EnsgMXReader::getBoundingBox(int timestep, float* box) {
-  const bool isStatic = checkedAt(metadata().caseMetaData.geometryChangeTypes, 0) ==
-                        GeometryChange::kStatic;
+  const bool isStatic =
+      checkedAt(metadata().caseMetaData.geometryChangeTypes, 0) == GeometryChange::kStatic;
   // The two boxes differ in the order of their values, and hosts know that.
   std::ranges::copy(isStatic ? metadata().boundingBox : state(modelGeometry_, timestep).boundingBox,
                     box);

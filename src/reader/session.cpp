@@ -54,8 +54,8 @@ int Session::open(const char* path, std::uint64_t hostValue) {
     return 0;
   } catch (...) {
     reader_.reset();
-    getLogger().fatal() << "MX_openFile: the type of file '" << name
-                        << "' is unknown or invalid (" << reasonOfFailure() << ")" << std::endl;
+    getLogger().fatal() << "MX_openFile: the type of file '" << name << "' is unknown or invalid ("
+                        << reasonOfFailure() << ")" << std::endl;
     return -1;
   }
 }

@@ -92,8 +92,8 @@ class Builder {
 
   bool bindReference(DataProcedure& procedure, std::size_t slot,
                      const ExternalReference& reference) {
-    const std::string path = settings_.keyMapper ? settings_.keyMapper(reference.datasetKey)
-                                                 : reference.datasetKey;
+    const std::string path =
+        settings_.keyMapper ? settings_.keyMapper(reference.datasetKey) : reference.datasetKey;
     auto provider = settings_.cache.find(
         {static_cast<std::int32_t>(reference.outputIndex), reference.outputKey, path});
     if (provider) {

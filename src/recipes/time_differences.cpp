@@ -26,8 +26,8 @@ TimePattern blockTemplate(std::int32_t blockSize) {
 
 }  // namespace
 
-CompressTimeDifferences::CompressTimeDifferences(std::int32_t numberOfSteps,
-                                                 std::int32_t blockSize, std::int32_t maxDepth)
+CompressTimeDifferences::CompressTimeDifferences(std::int32_t numberOfSteps, std::int32_t blockSize,
+                                                 std::int32_t maxDepth)
     : numberOfSteps_(numberOfSteps), blockSize_(blockSize), maxDepth_(maxDepth) {
   if (blockSize < 2 || !std::has_single_bit(static_cast<std::uint32_t>(blockSize))) {
     Kelbor::raise<std::invalid_argument>("Block size is not a power of two!");

@@ -120,7 +120,7 @@ bool SdfFile::hasStoredBytes(std::uint64_t position, std::uint64_t count) {
 
 bool SdfFile::readStoredBytes(std::uint64_t position, std::span<std::byte> target) {
   const WriteLock guard(lock_, /*write=*/true);
-  return tryToOpen() && stream_.seek(position) && stream_.read(target) == target.size();
+  return tryToOpen() && stream_.readAt(position, target) == target.size();
 }
 
 std::optional<EntryFields> SdfFile::findDataset(const std::string& groupPath,

@@ -63,10 +63,7 @@ void EnsgSimulation::readCoordinatesInto(const std::string& group, const std::st
   const bool rawWords = deliversRawWords(precision, geometryMetadata, part, raw);
   const std::string path = group + "/" + name;
   constexpr const char* kMismatch = "coordinates.getDataSize() != buffer.size!";
-  if (rawWords ? readFromStorage<std::uint32_t>(path, buffer, kMismatch)
-               : readFromStorage<float>(path, buffer, kMismatch)) {
-    return;
-  }
+  if (readFloatsFromStorage(path, buffer, rawWords, kMismatch)) return;
 
   StoredDataset dataset = openStoredDataset(*this, group, name);
   const ZipRecipe& zipRecipe = recipeOf(dataset.header);
@@ -86,18 +83,9 @@ void EnsgSimulation::readCoordinatesInto(const std::string& group, const std::st
     raise<std::logic_error>("Unhandled recipe label for readCoordinatesInto()!");
   }
 
-  const auto chain =
-      makeChain(zipRecipe.recipe, quantizedInputs(std::move(dataset.payload), group, name),
-                parameters, coordinateClasses(), size,
-                [&](const std::string& key) { return resolveDatasetKey(key, group, name); });
-  if (rawWords) {
-    pullInto<std::int32_t>(*chain, outputKey, buffer);
-  } else {
-    pullInto<float>(*chain, outputKey, buffer);
-  }
-  if (keep) {
-    keepInStorage(path, rawWords ? Kelbor::DataTypes::kInt32 : Kelbor::DataTypes::kFloat, buffer);
-  }
+  (void)pullFloats(zipRecipe.recipe, std::move(dataset.payload), group, name, parameters,
+                   coordinateClasses(), outputKey, buffer, rawWords);
+  if (keep) keepFloats(path, buffer, rawWords);
 }
 
 }  // namespace morvex

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "simulation/dataset_path.hpp"
 #include "simulation/read_support.hpp"
 
 namespace morvex {
@@ -60,6 +61,32 @@ std::unique_ptr<Kelbor::BranchedChain> EnsgSimulation::makeChain(
                      .sizes = {&size, 1},
                      .cache = externalDependencyCache_,
                      .keyMapper = std::move(keyMapper)});
+}
+
+std::unique_ptr<Kelbor::BranchedChain> EnsgSimulation::pullFloats(
+    const Recipe& recipe, std::unique_ptr<Kelbor::DataProvider> payload, const std::string& group,
+    const std::string& name, const ParameterBlock& parameters, const ClassCreators& classCreators,
+    std::string_view outputKey, FloatBuffer buffer, bool rawWords) {
+  auto chain =
+      makeChain(recipe, quantizedInputs(std::move(payload), group, name), parameters, classCreators,
+                static_cast<std::uint64_t>(buffer.size),
+                [&](const std::string& key) { return resolveDatasetKey(key, group, name); });
+  if (rawWords) {
+    pullInto<std::int32_t>(*chain, outputKey, buffer);
+  } else {
+    pullInto<float>(*chain, outputKey, buffer);
+  }
+  return chain;
+}
+
+bool EnsgSimulation::readFloatsFromStorage(const std::string& path, FloatBuffer buffer,
+                                           bool rawWords, const char* mismatch) {
+  return rawWords ? readFromStorage<std::uint32_t>(path, buffer, mismatch)
+                  : readFromStorage<float>(path, buffer, mismatch);
+}
+
+void EnsgSimulation::keepFloats(const std::string& path, FloatBuffer buffer, bool rawWords) {
+  keepInStorage(path, rawWords ? Kelbor::DataTypes::kInt32 : Kelbor::DataTypes::kFloat, buffer);
 }
 
 }  // namespace morvex

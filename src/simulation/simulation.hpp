@@ -128,6 +128,19 @@ class EnsgSimulation final : public Kelbor::MathModule::SdfFile {
   void keepInStorage(const std::string& path, Kelbor::DataType type,
                      BufferInfo<T, long long> buffer);
 
+  // The same for values that are floats to the host: stored words with the bits of floats where
+  // `rawWords` is set, else values that a dequantisation makes.
+
+  /// Builds the chain of a dataset and runs its result `outputKey` into the buffer. Returns the
+  /// chain, which still reads from the cache.
+  std::unique_ptr<Kelbor::BranchedChain> pullFloats(
+      const Recipe& recipe, std::unique_ptr<Kelbor::DataProvider> payload, const std::string& group,
+      const std::string& name, const ParameterBlock& parameters, const ClassCreators& classCreators,
+      std::string_view outputKey, FloatBuffer buffer, bool rawWords);
+  bool readFloatsFromStorage(const std::string& path, FloatBuffer buffer, bool rawWords,
+                             const char* mismatch);
+  void keepFloats(const std::string& path, FloatBuffer buffer, bool rawWords);
+
   template <class T>
   void readIntegersInto(const std::string& group, const std::string& name, const char* secondName,
                         BufferInfo<T, long long> buffer, bool keep, const char* mismatch);

@@ -67,10 +67,7 @@ void EnsgSimulation::readVariableInto(int timestep, const std::string& variableN
   const PrecisionSetting precision = metadata_.precisions.getPrecision(variableName);
   const bool rawWords = isExact(precision);
   constexpr const char* kMismatch = "variableValues.getDataSize() != buffer.size!";
-  if (rawWords ? readFromStorage<std::uint32_t>(path, buffer, kMismatch)
-               : readFromStorage<float>(path, buffer, kMismatch)) {
-    return;
-  }
+  if (readFloatsFromStorage(path, buffer, rawWords, kMismatch)) return;
 
   StoredDataset dataset = openStoredDataset(*this, group, name);
   const ZipRecipe& zipRecipe = recipeOf(dataset.header);
@@ -99,21 +96,10 @@ void EnsgSimulation::readVariableInto(int timestep, const std::string& variableN
     raise<std::logic_error>("Unhandled recipe label for readVariableInto()!");
   }
 
-  {
-    const auto chain =
-        makeChain(zipRecipe.recipe, quantizedInputs(std::move(dataset.payload), group, name),
-                  parameters, variableClasses(), size,
-                  [&](const std::string& key) { return resolveDatasetKey(key, group, name); });
-    if (rawWords) {
-      pullInto<std::int32_t>(*chain, outputKey, buffer);
-    } else {
-      pullInto<float>(*chain, outputKey, buffer);
-    }
-    evictAfterVariable(variableName, timestep);
-  }
-  if (keep) {
-    keepInStorage(path, rawWords ? Kelbor::DataTypes::kInt32 : Kelbor::DataTypes::kFloat, buffer);
-  }
+  const auto chain = pullFloats(zipRecipe.recipe, std::move(dataset.payload), group, name,
+                                parameters, variableClasses(), outputKey, buffer, rawWords);
+  evictAfterVariable(variableName, timestep);
+  if (keep) keepFloats(path, buffer, rawWords);
 }
 
 }  // namespace morvex

@@ -2,10 +2,10 @@
 
 #include "bytes_builder.hpp"
 #include "core/error.hpp"
-#include "support/log_capture.hpp"
 #include "metadata/con_params.hpp"
 #include "metadata/step_records.hpp"
 #include "metadata/time_records.hpp"
+#include "support/log_capture.hpp"
 
 namespace morvex {
 namespace {

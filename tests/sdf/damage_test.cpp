@@ -2,9 +2,9 @@
 
 #include <chrono>
 
-#include "support/log_capture.hpp"
 #include "container_bytes.hpp"
 #include "core/error.hpp"
+#include "support/log_capture.hpp"
 
 namespace Kelbor::MathModule {
 namespace {

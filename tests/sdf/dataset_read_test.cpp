@@ -5,10 +5,10 @@
 #include <fstream>
 #include <thread>
 
-#include "support/log_capture.hpp"
 #include "container_bytes.hpp"
 #include "core/error.hpp"
 #include "core/scoped_access.hpp"
+#include "support/log_capture.hpp"
 
 namespace Kelbor::MathModule {
 namespace {

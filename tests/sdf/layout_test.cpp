@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "support/log_capture.hpp"
 #include "container_bytes.hpp"
 #include "core/error.hpp"
+#include "support/log_capture.hpp"
 
 namespace Kelbor::MathModule {
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "support/log_capture.hpp"
 #include "container_bytes.hpp"
+#include "support/log_capture.hpp"
 
 namespace Kelbor::MathModule {
 namespace {
