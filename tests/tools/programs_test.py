@@ -24,10 +24,16 @@ SAMPLE = pathlib.Path(workspace.name) / "sample.mvx"
 TRUTH = pathlib.Path(workspace.name) / "truth.json"
 
 
+# A sanitizer's report must not look like a code of the programs.
+ENVIRONMENT = os.environ | {
+    name: f"{os.environ.get(name, '')}:exitcode=99" for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS")
+}
+
+
 def run(program, *arguments, stdout=subprocess.PIPE):
     command = [TOOLS / program, *map(str, arguments)]
     return subprocess.run(command, stdout=stdout, stderr=subprocess.PIPE, text=True, timeout=300,
-                          check=False)
+                          check=False, env=ENVIRONMENT)
 
 
 def setUpModule():
@@ -139,6 +145,20 @@ class Verify(TestCase):
                 copy.write_bytes(damaged)
                 result = self.expect(DATA_FAILED, "morvex", "verify", copy)
                 self.assertEqual(re.findall(r"(?m)^FAILED  (\S+): \S", result.stdout), [path])
+
+
+    def test_the_reason_is_told_where_the_exception_is_no_standard_one(self):
+        data = bytearray(SAMPLE.read_bytes())
+        position, size = payloads(data)["/kelbor/recipes"]
+        tag = struct.pack("<i", 1005)
+        at = data.index(tag, position, position + size)
+        data[at:at + 4] = struct.pack("<i", 1999)
+        copy = SAMPLE.with_suffix(".damaged")
+        copy.write_bytes(data)
+        result = self.expect(DATA_FAILED, "morvex", "verify", copy)
+        self.assertRegex(result.stdout,
+                         r"(?m)^FAILED  /\S+: Deserialization: Invalid class type detected$")
+        self.assertIn("unknown class 1999", run("morvex-dump", copy, "--recipes").stdout)
 
 
 class Dump(TestCase):
