@@ -1,6 +1,7 @@
 // Exports that open, end and set up, and those about time.
 
 #include <cstring>
+#include <string_view>
 
 #include "morvex/morvex_ensg.h"
 #include "platform/thread_count.hpp"
@@ -12,7 +13,7 @@ using morvex::session;
 
 namespace {
 
-constexpr const char* kRelease = "7.0.1";
+constexpr std::string_view kRelease = "7.0.1";
 constexpr std::size_t kReleaseSize = 20;
 
 }  // namespace
@@ -35,7 +36,7 @@ int MX_setNumberOfOmpThreads(int threads) {
 
 int MX_getReaderRelease(char* release) {
   std::memset(release, 0, kReleaseSize);
-  std::memcpy(release, kRelease, std::strlen(kRelease));
+  kRelease.copy(release, kReleaseSize - 1);
   return 0;
 }
 

@@ -1,6 +1,5 @@
 #include "simulation/dataset_path.hpp"
 
-#include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/finder.hpp>
 #include <boost/algorithm/string/iter_find.hpp>
 #include <boost/algorithm/string/join.hpp>
@@ -22,7 +21,7 @@ constexpr std::string_view kStepOffset = "[ts";
 std::vector<std::string> componentsOf(const std::string& path) {
   std::vector<std::string> components;
   boost::algorithm::iter_split(components, path,
-                               boost::algorithm::token_finder(boost::is_any_of("/")));
+                               boost::algorithm::token_finder([](char c) { return c == '/'; }));
   return components;
 }
 

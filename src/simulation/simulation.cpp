@@ -8,7 +8,6 @@
 namespace morvex {
 
 using Kelbor::checkedAt;
-using Kelbor::raise;
 
 EnsgSimulation::EnsgSimulation(Kelbor::DataManager* context, const std::string& filePath,
                                bool keepUnloaded)
