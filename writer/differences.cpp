@@ -78,6 +78,7 @@ Words differencesAlong(const Forest& forest, const Words& words) {
 
 std::vector<std::int32_t> timeReferences(std::int32_t step, std::int32_t steps,
                                          std::int32_t blockSize, std::int32_t maxDepth) {
+  if (blockSize < 2) throw std::logic_error("Time differences need blocks of steps");
   const std::int32_t wholeBlocks = (steps - 1) / blockSize;
   const std::int32_t lastOfBlocks = wholeBlocks * blockSize;
   if (step == 0 || step == lastOfBlocks || step == steps - 1) return {};

@@ -50,8 +50,7 @@ def main():
 
         pc_file = next(prefix.rglob("morvex-ensg.pc"))
         environment = os.environ | {"PKG_CONFIG_PATH": str(pc_file.parent)}
-        flags = run("pkg-config", f"--define-variable=prefix={prefix}", "--cflags", "--libs",
-                    "morvex-ensg", env=environment).split()
+        flags = run("pkg-config", "--cflags", "--libs", "morvex-ensg", env=environment).split()
         program = root / "host"
         run("cc", "-std=c99", source / "examples/host.c", "-o", program, *flags)
         library = next(prefix.rglob("libmorvex-ensg.so"))
