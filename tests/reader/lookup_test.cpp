@@ -82,7 +82,7 @@ TEST_F(LookupTest, PartTablesHoldWholeNamesAndFillOptionalArraysWhereTheyApply) 
   Writer::ResultFileBuilder file;
   file.nameWidth = 5;
   file.part("12345").nodes({0, 1}, {0, 1}, {0, 1}).elements(2, {1, 2});
-  file.part("b1").block({2, 1, 1, 9}).nodes({0, 1}, {0, 0}, {0, 0});
+  file.part("b1").block({2, 1, 1, 9}).nodes({0, 1}, {0, 0}, {0, 0}).id = 77;
   file.part("b2").block({1, 1, 1, 0}, 2).nodes({0}, {0}, {0});
   open(file);
   ASSERT_EQ(MX_getNumberOfParts(), 3);
@@ -104,6 +104,7 @@ TEST_F(LookupTest, PartTablesHoldWholeNamesAndFillOptionalArraysWhereTheyApply) 
   EXPECT_EQ(ask(nullptr, nullptr), 0);
   EXPECT_STREQ(names[0].data(), "12345");
   EXPECT_STREQ(names[1].data(), "b1");
+  EXPECT_EQ(ids[1], 77);
   EXPECT_EQ(types, (std::array<int, 3>{0, 1, 2}));
   EXPECT_EQ(nodes, (std::array<int, 3>{2, 2, 1}));
   EXPECT_EQ(elements[0][2], 1);

@@ -1,62 +1,48 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/error.hpp"
 #include "recipes/parameter_blocks.hpp"
 #include "recipes/recipe.hpp"
+#include "writer/byte_writer.hpp"
 
 namespace morvex {
 namespace {
 
-/// Packs numbers and texts as the records hold them.
-class Packed {
- public:
-  template <class T>
-  Packed& add(T value) {
-    const auto* bytes = reinterpret_cast<const std::byte*>(&value);
-    for (std::size_t i = 0; i < sizeof(T); ++i) bytes_.push_back(bytes[i]);
-    return *this;
-  }
-  Packed& text(const std::string& characters) {
-    for (const char c : characters) add(c);
-    return *this;
-  }
-  Packed& countedText(const std::string& characters) {
-    return add(std::uint64_t{characters.size()}).text(characters);
-  }
-  Packed& version() { return add(std::uint32_t{0}).add(std::uint32_t{0}).add(std::uint32_t{0}); }
-  Packed& block(const Packed& inner) {
-    add(static_cast<std::int32_t>(inner.bytes_.size()));
-    for (const std::byte b : inner.bytes_) bytes_.push_back(b);
-    return *this;
-  }
-  [[nodiscard]] const std::vector<std::byte>& bytes() const { return bytes_; }
+using Writer::ByteWriter;
 
- private:
-  std::vector<std::byte> bytes_;
-};
-
-Packed wholeBlock() {
-  Packed block;
-  block.version().text("DC");
-  block.countedText(std::string("stream\0bytes", 12));
-  block.add(std::uint64_t{2}).add(std::uint32_t{3}).add(std::uint32_t{1});
-  block.add(std::uint64_t{4});
-  block.add(std::uint32_t{0}).add(std::uint32_t{7});
-  block.add(std::uint32_t{1}).add(std::uint32_t{5}).add(std::uint32_t{6});
-  block.add(std::uint32_t{2}).add(std::uint32_t{9});
-  block.countedText("[ts-1]").countedText("Sum").add(std::uint8_t{2});
-  block.add(std::uint32_t{77});  // a kind that nobody knows takes nothing more
-  return block.add(std::uint64_t{2}).countedText("").countedText("Uncompressed");
+/// Begins as records and blocks do.
+ByteWriter versioned() {
+  return ByteWriter(MetadataVersion{});
 }
 
-Packed wholeRecord() {
-  Packed record;
-  record.version().add(std::int32_t{1}).block(wholeBlock()).text(std::string("abs_x\0", 6));
-  return record;
+/// A list of one recipe.
+ByteWriter recordOf(const ByteWriter& block, std::string_view label) {
+  return versioned()
+      .i32(1)
+      .i32(static_cast<std::int32_t>(block.bytes().size()))
+      .raw(block.bytes())
+      .text(label)
+      .u8(0);
+}
+
+ByteWriter wholeBlock() {
+  ByteWriter block = versioned().text("DC");
+  block.countedText(std::string_view("stream\0bytes", 12));
+  block.u64(2).u32(3).u32(1);
+  block.u64(4);
+  block.u32(0).u32(7);
+  block.u32(1).u32(5).u32(6);
+  block.u32(2).u32(9).countedText("[ts-1]").countedText("Sum").u8(2);
+  block.u32(77);  // a kind that nobody knows takes nothing more
+  return block.u64(2).countedText("").countedText("Uncompressed");
+}
+
+ByteWriter wholeRecord() {
+  return recordOf(wholeBlock(), "abs_x");
 }
 
 TEST(RecipeRecord, HoldsClassesWiringAndKeys) {
@@ -85,43 +71,30 @@ TEST(RecipeRecord, EveryTruncationIsRefused) {
 }
 
 TEST(RecipeRecord, RefusesWhatIsNoChainAndCountsBeyondTheBytes) {
-  Packed wrongMagic;
-  wrongMagic.version().text("DX");
-  Packed noVersion;  // shorter than a version: the magic is looked for behind it all the same
-  noVersion.text("DC");
-  Packed hugeCount;
-  hugeCount.version().text("DC").countedText("").add(~std::uint64_t{0} / 4);
-  for (const Packed* block : {&wrongMagic, &noVersion, &hugeCount}) {
-    Packed record;
-    record.version().add(std::int32_t{1}).block(*block).text(std::string(1, '\0'));
-    EXPECT_THROW((void)readRecipes(record.bytes()), InternalError);
+  const std::vector<ByteWriter> broken{
+      versioned().text("DX"),
+      ByteWriter().text("DC"),  // shorter than a version: the magic is looked for behind it
+      versioned().text("DC").countedText("").u64(~std::uint64_t{0} / 4),
+  };
+  for (const ByteWriter& block : broken) {
+    EXPECT_THROW((void)readRecipes(recordOf(block, "").bytes()), InternalError);
   }
-  Packed manyRecipes;
-  manyRecipes.version().add(std::int32_t{0x7FFFFFFF});
-  EXPECT_THROW((void)readRecipes(manyRecipes.bytes()), InternalError);
-  Packed none;
-  none.version().add(std::int32_t{-5});
-  EXPECT_TRUE(readRecipes(none.bytes()).empty());
+  EXPECT_THROW((void)readRecipes(versioned().i32(0x7FFFFFFF).bytes()), InternalError);
+  EXPECT_TRUE(readRecipes(versioned().i32(-5).bytes()).empty());
 }
 
 TEST(ParameterBlocks, HoldTheValuesInTheOrderOfTheChain) {
-  const Packed decompression =
-      Packed().version().add(std::int32_t{-1}).add(std::int32_t{4}).add(std::uint64_t{65536});
+  const ByteWriter decompression = versioned().i32(-1).i32(4).u64(65536);
   EXPECT_EQ(decompressionBlock(Kelbor::DataTypes::kInt16), decompression.bytes());
-
-  const Packed window =
-      Packed().version().add(std::int32_t{-1}).add(std::int32_t{3}).add(std::int32_t{6});
-  EXPECT_EQ(windowBlock(), window.bytes());
+  EXPECT_EQ(windowBlock(), versioned().i32(-1).i32(3).i32(6).bytes());
 
   const PrecisionSetting uniform{QuantizationType::UniformQuantization, {0.25}};
-  Packed split = Packed().version().add(std::int32_t{9}).add(std::int32_t{10});
-  split.add(std::uint32_t{0}).add(0.25).add(std::uint8_t{0});
+  const ByteWriter split = versioned().i32(9).i32(10).u32(0).f64(0.25).u8(0);
   EXPECT_EQ(dequantizationBlock(false, uniform), split.bytes());
 
   const PrecisionSetting adaptive{QuantizationType::AdaptiveExponentQuantization, {1, 2, 3, 4}};
-  Packed whole = Packed().version().add(std::int32_t{-1}).add(std::int32_t{6});
-  whole.add(std::uint64_t{65536}).add(std::int32_t{9}).add(std::int32_t{10});
-  whole.add(std::uint32_t{3}).add(-1.0).add(std::uint8_t{0});
+  const ByteWriter whole =
+      versioned().i32(-1).i32(6).u64(65536).i32(9).i32(10).u32(3).f64(-1.0).u8(0);
   EXPECT_EQ(dequantizationBlock(true, adaptive), whole.bytes());
 }
 

@@ -13,53 +13,11 @@ class Records : public ResultSession {
   Records() {
     PartBuilder& hull = file_.part("hull").nodes({1, 2, -3}, {4, 5, 6}, {7, 8, 9.5F});
     hull.elements(6, {1, 2, 3}).elements(0, {1, 3});
-    hull.id = 77;
-    file_.part(std::string(file_.nameWidth, 'w')).nodes({0}, {0}, {0}).block({1, 1, 1, 5}, 1);
-    file_.part("blanked").nodes({0}, {0}, {0}).block({1, 1, 1, 6}, 2);
+    file_.part("block").nodes({0}, {0}, {0}).block({1, 1, 1, 5}, 1);
   }
 
   ResultFileBuilder file_;
 };
-
-TEST_F(Records, TellHostsAboutParts) {
-  open(file_);
-  ASSERT_EQ(MX_getNumberOfParts(), 3);
-  std::array<int, 3> ids{};
-  std::array<int, 3> types{};
-  std::array<int, 3> nodes{};
-  std::array<std::array<char, 81>, 3> names{};
-  std::array<std::array<int, 34>, 3> elements{};
-  std::array<std::array<int, 4>, 3> extents{};
-  std::array<std::array<int, 5>, 3> blanking{};
-  char* namePointers[3];
-  int* elementPointers[3];
-  int* extentPointers[3];
-  int* blankingPointers[3];
-  for (std::size_t i = 0; i < 3; ++i) {
-    blanking[i].fill(9);
-    namePointers[i] = names[i].data();
-    elementPointers[i] = elements[i].data();
-    extentPointers[i] = extents[i].data();
-    blankingPointers[i] = blanking[i].data();
-  }
-  EXPECT_EQ(MX_getPartInformation(0, ids.data(), types.data(), namePointers, nodes.data(),
-                                  elementPointers, extentPointers, blankingPointers),
-            0);
-  EXPECT_EQ(ids, (std::array{77, 2, 3}));
-  EXPECT_EQ(types, (std::array{0, 1, 2}));
-  EXPECT_EQ(nodes, (std::array{3, 1, 1}));
-  EXPECT_STREQ(names[0].data(), "hull");
-  EXPECT_EQ(names[1].data(), std::string(80, 'w'));
-  EXPECT_EQ(elements[0][6], 1);
-  EXPECT_EQ(elements[0][0], 2);
-  EXPECT_EQ(elements[0][10], 0);
-  EXPECT_EQ(extents[1], (std::array{1, 1, 1, 5}));
-  EXPECT_EQ(blanking[1][0], 9);
-  EXPECT_EQ(blanking[2][4], 0);
-  std::array<float, 6> box{};
-  EXPECT_EQ(MX_getBoundingBox(0, box.data()), 0);
-  EXPECT_EQ(box, (std::array{-3.0F, 2.0F, 0.0F, 6.0F, 0.0F, 9.5F}));
-}
 
 TEST_F(Records, TellHostsAboutVariablesAndTime) {
   file_.timeSet({0.5F, 1.5F});
@@ -145,7 +103,7 @@ TEST_F(Records, OctreesAreReadOver) {
   octree.partFlags = {true, false};
   file_.octrees = {{octree}};
   open(file_);
-  EXPECT_EQ(MX_getNumberOfParts(), 3);
+  EXPECT_EQ(MX_getNumberOfParts(), 2);
 
   CaseMetaData caseMetaData;
   caseMetaData.numGeometries = 1;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <bit>
 #include <cstdint>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "morvex/morvex_ensg.h"
+#include "support/temporary_path.hpp"
 #include "writer/result_file.hpp"
 
 namespace morvex::Writer {
@@ -21,28 +21,19 @@ using Ints = std::vector<std::int32_t>;
 /// A file that goes with its test, opened through the exports.
 class ResultSession : public ::testing::Test {
  protected:
-  ResultSession() {
-    static int number = 0;
-    path_ = (std::filesystem::temp_directory_path() /
-             ("morvex_writer_" + std::to_string(::getpid()) + "_" + std::to_string(number++)))
-                .string();
-  }
-  ~ResultSession() override {
-    MX_exit();
-    std::filesystem::remove(path_);
-  }
+  ~ResultSession() override { MX_exit(); }
 
   void open(const ResultFileBuilder& file) {
-    file.write(path_);
+    file.write(path());
     open();
   }
   void open(const ResultImage& image) {
-    image.write(path_);
+    image.write(path());
     open();
   }
-  void open() { ASSERT_EQ(MX_openFile(path_.c_str(), 0), 0); }
+  void open() { ASSERT_EQ(MX_openFile(path().c_str(), 0), 0); }
 
-  [[nodiscard]] const std::string& path() const { return path_; }
+  [[nodiscard]] std::string path() const { return temporary_.string(); }
 
   /// All axes of a part, or of the particles for part -1.
   static std::array<Floats, 3> coordinates(int step, int part, std::size_t count) {
@@ -70,7 +61,7 @@ class ResultSession : public ::testing::Test {
   }
 
  private:
-  std::string path_;
+  TemporaryPath temporary_{"writer.sdf"};
 };
 
 /// Smooth values with some noise, other ones for each `seed`.
