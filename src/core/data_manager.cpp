@@ -29,7 +29,7 @@ void internalAllocate(DataContainer* container, std::uint64_t size) {
 }  // namespace
 
 DataManager::DataManager([[maybe_unused]] std::uint64_t totalPhysicalMemory) {
-  getLogger().warning() << "Using lightweight data manager!" << std::endl;
+  getLogger().warning() << "Using lightweight data manager!";
 }
 
 bool DataManager::allocate(DataContainer* container, std::uint64_t size) noexcept {
@@ -37,7 +37,7 @@ bool DataManager::allocate(DataContainer* container, std::uint64_t size) noexcep
     internalAllocate(container, size);
     return true;
   } catch (const std::exception& failure) {
-    getLogger().warning() << "internalAllocate failed: " << failure.what() << std::endl;
+    getLogger().warning() << "internalAllocate failed: " << failure.what();
     return false;
   }
 }

@@ -14,7 +14,7 @@ Exception::Exception(std::string typeName, std::string message, std::string file
       function_(std::move(function)),
       cause_(cause) {
   getLogger().error() << typeName_ << ": " << message_ << " @" << file_ << ":" << line_ << "["
-                      << function_ << "]" << std::endl;
+                      << function_ << "]";
 }
 
 const char* Exception::what() const noexcept {
@@ -32,7 +32,7 @@ const char* Exception::what() const noexcept {
 }
 
 void abortProcess(const char* message) {
-  getLogger().fatal() << message << std::endl;
+  getLogger().fatal() << message;
   std::abort();
 }
 

@@ -103,7 +103,7 @@ template <class E>
     throw E(E::kTypeName, message, "<file>", -1, "<function>");
   } else {
     if constexpr (std::derived_from<E, std::exception>) {
-      getLogger().error() << message << std::endl;
+      getLogger().error() << message;
     }
     throw E(message);
   }

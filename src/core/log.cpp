@@ -1,7 +1,10 @@
 #include "core/log.hpp"
 
+#include <algorithm>
+#include <charconv>
 #include <iostream>
-#include <locale>
+
+#include "platform/immortal.hpp"
 
 namespace Kelbor {
 namespace {
@@ -22,45 +25,102 @@ constexpr std::array<LevelTraits, 9> kLevels{{{"DeepTrace", "", false},
                                               {"Fatal", "FATAL: ", true},
                                               {"Silent", "", true}}};
 
-std::size_t indexOf(LogLevel level) {
-  return static_cast<std::size_t>(level);
+const LevelTraits& traitsOf(LogLevel level) {
+  return kLevels.at(static_cast<std::size_t>(level));
 }
+
+/// The digits that std::to_chars makes of a number; none has more than 32.
+template <class... Arguments>
+class Digits {
+ public:
+  explicit Digits(Arguments... arguments)
+      : end_(std::to_chars(text_.begin(), text_.end(), arguments...).ptr) {}
+  [[nodiscard]] std::string_view view() const { return {text_.begin(), end_}; }
+
+ private:
+  std::array<char, 32> text_;
+  char* end_;
+};
 
 }  // namespace
 
 const char* levelName(LogLevel level) {
-  return kLevels.at(indexOf(level)).name;
+  return traitsOf(level).name;
 }
 
-Logger::Logger()
-    : streams_{std::ostream(nullptr), std::ostream(nullptr), std::ostream(nullptr),
-               std::ostream(nullptr), std::ostream(nullptr), std::ostream(nullptr),
-               std::ostream(nullptr), std::ostream(nullptr)} {
-  for (std::ostream& stream : streams_) stream.imbue(std::locale::classic());
-  setLogLevel(LogLevel::status);
+void LogLine::begin() noexcept {
+  append(traitsOf(level_).prefix);
 }
 
-void Logger::setLogLevel(LogLevel level, const char* logFilePath) {
-  for (std::ostream& stream : streams_) stream.rdbuf(nullptr);
-  logFile_.reset();
-  if (logFilePath) logFile_ = std::make_unique<std::ofstream>(logFilePath);
-  level_ = level;
-  for (std::size_t k = 0; k < kStreamCount; ++k) {
-    std::streambuf* buffer = kLevels[k].toStandardError ? std::cerr.rdbuf() : std::cout.rdbuf();
-    if (logFile_) buffer = logFile_->is_open() ? logFile_->rdbuf() : nullptr;
-    if (indexOf(level) > k) buffer = &nullSink_;
-    streams_[k].rdbuf(buffer);  // also resets the state: bad where there is no buffer
+void LogLine::end() noexcept {
+  append("\n");
+  flush();
+  logger_->sync(level_);
+  logger_->lock_.unlock();
+}
+
+void LogLine::append(std::string_view text) noexcept {
+  for (;;) {
+    const std::size_t count = std::min(text.size(), kRoom - used_);
+    std::copy_n(text.data(), count, text_.data() + used_);
+    used_ += count;
+    text.remove_prefix(count);
+    if (text.empty()) return;
+    flush();
   }
 }
 
-std::ostream& Logger::begin(LogLevel level) {
-  std::ostream& stream = streams_[indexOf(level)];
-  return stream << kLevels[indexOf(level)].prefix;
+void LogLine::appendSigned(long long number) noexcept {
+  append(Digits(number).view());
+}
+
+void LogLine::appendUnsigned(unsigned long long number) noexcept {
+  append(Digits(number).view());
+}
+
+void LogLine::appendReal(double number) noexcept {
+  constexpr int kSignificantDigits = 6;
+  append(Digits(number, std::chars_format::general, kSignificantDigits).view());
+}
+
+void LogLine::flush() noexcept {
+  if (!hasLog_) logger_->lock_.lock();
+  hasLog_ = true;
+  logger_->write(level_, {text_.data(), used_});
+  used_ = 0;
+}
+
+void Logger::setLogLevel(LogLevel level, const char* logFilePath) {
+  logFile_.reset();
+  if (logFilePath) logFile_ = std::make_unique<std::ofstream>(logFilePath);
+  level_ = level;
+}
+
+// The standard streams' buffers are looked up for each line: a host may exchange them at any time.
+std::streambuf* Logger::sinkOf(LogLevel level) const noexcept {
+  if (logFile_) return logFile_->is_open() ? logFile_->rdbuf() : nullptr;
+  return traitsOf(level).toStandardError ? std::cerr.rdbuf() : std::cout.rdbuf();
+}
+
+void Logger::write(LogLevel level, std::string_view text) noexcept {
+  try {
+    if (auto* sink = sinkOf(level)) {
+      sink->sputn(text.data(), static_cast<std::streamsize>(text.size()));
+    }
+  } catch (...) {  // a host's own buffer may throw: the line is lost, what it tells of goes on
+  }
+}
+
+void Logger::sync(LogLevel level) noexcept {
+  try {
+    if (auto* sink = sinkOf(level)) sink->pubsync();
+  } catch (...) {  // as in write
+  }
 }
 
 Logger& getLogger() {
-  static Logger& logger = *new Logger;
-  return logger;
+  static Platform::Immortal<Logger> logger;
+  return logger.get();
 }
 
 }  // namespace Kelbor

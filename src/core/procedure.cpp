@@ -44,8 +44,7 @@ DataProcedure::~DataProcedure() {
     if (input) input->releaseReference();
   }
   if (hasReferencedOutput()) {
-    getLogger().fatal() << "DataProcedure::~DataProcedure: existing output provider still has ref!"
-                        << std::endl;
+    getLogger().fatal() << "DataProcedure::~DataProcedure: existing output provider still has ref!";
     abortProcess("Maybe you deleted the DataProcedures in a chain from left to right?");
   }
 }

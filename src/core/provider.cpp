@@ -40,8 +40,7 @@ void DataProvider::clearContent() {
 
 bool DataProvider::setDataDimension(const DataDimension& dimension) {
   if (container_ && !container_->isUnlocked()) {
-    getLogger().error() << "Cannot change dimensions of provider that has read and/or write locks!"
-                        << std::endl;
+    getLogger().error() << "Cannot change dimensions of provider that has read and/or write locks!";
     return false;
   }
   dimension_ = dimension;

@@ -1,7 +1,6 @@
 #include "metadata/precisions.hpp"
 
 #include <cmath>
-#include <ostream>
 #include <stdexcept>
 
 #include "core/checked.hpp"
@@ -16,6 +15,7 @@ namespace {
 constexpr std::string_view kCoordinates = "coordinates";
 constexpr std::string_view kMeasuredCoordinates = "mcoordinates";
 constexpr const char* kDefaultEntry = "DEFAULT_VARIABLE_PRECISION";
+constexpr const char* kLineStart = "Precision(";
 constexpr const char* kFileSource = "<compressed file>";
 
 /// Room for the parameters of every stored entry, whatever its type uses.
@@ -44,20 +44,17 @@ double parameter(const PrecisionSetting& setting, std::size_t index) {
   return Kelbor::checkedAt(setting.parameters, index);
 }
 
-std::ostream& beginLine(const std::string& name) {
-  return Kelbor::getLogger().debug() << "Precision(" << name;
-}
-
 /// The parameters are fetched before the line begins: a setting with too few leaves no half line.
 void logValue(const std::string& name, const char* label, const PrecisionSetting& setting) {
   const double value = parameter(setting, 0);
-  beginLine(name) << label << value << std::endl;
+  Kelbor::getLogger().debug() << kLineStart << name << label << value;
 }
 
 void logFourValues(const std::string& name, const char* label, const PrecisionSetting& setting) {
   const double last = parameter(setting, kParameterCount - 1);
-  beginLine(name) << label << parameter(setting, 0) << ", " << parameter(setting, 1) << ", "
-                  << parameter(setting, 2) << ", " << last << std::endl;
+  Kelbor::getLogger().debug() << kLineStart << name << label << parameter(setting, 0) << ", "
+                              << parameter(setting, 1) << ", " << parameter(setting, 2) << ", "
+                              << last;
 }
 
 PrecisionSetting readSetting(Kelbor::RecordCursor& cursor) {
@@ -177,8 +174,8 @@ PrecisionSetting Precisions::absoluteSetting(const std::string& name, double per
   double step = percentage / 100.0 * maximum->second;
   step = step == 0.0 ? kStepForZero : shortenStep(step);
   if (isNew) {
-    beginLine(name) << ") = relative: " << percentage << " * " << maximum->second << " = " << step
-                    << std::endl;
+    Kelbor::getLogger().debug() << kLineStart << name << ") = relative: " << percentage << " * "
+                                << maximum->second << " = " << step;
   }
   return uniformSetting(step);
 }

@@ -1,7 +1,6 @@
 #include "metadata/step_records.hpp"
 
 #include <algorithm>
-#include <ostream>
 
 #include "core/log.hpp"
 #include "metadata/metadata_version.hpp"
@@ -19,8 +18,7 @@ void readMetaPerTimeStep(std::span<const std::byte> bytes, std::span<GeometryMet
   for (std::uint64_t i = 0; i < used; ++i) states[i].boundingBox = cursor.read<StoredBox>();
   if (boxes > used) {
     Kelbor::getLogger().warning() << "Bounding boxes for " << boxes << " time steps, but only "
-                                  << states.size() << " stored states: the rest is ignored"
-                                  << std::endl;
+                                  << states.size() << " stored states: the rest is ignored";
   }
 }
 

@@ -27,7 +27,7 @@ class DecoderZlibFactory final : public morvex::ProcedureFactory {
 /// Inflates into the target and returns how many bytes came.
 std::uint64_t inflateInto(std::span<const std::byte> stream, std::span<std::byte> target) {
   if (stream.empty()) {
-    getLogger().debug() << ": Processing empty dataset" << std::endl;
+    getLogger().debug() << ": Processing empty dataset";
     std::ranges::fill(target, std::byte{0});
     return target.size();
   }

@@ -136,8 +136,7 @@ void Dequantization::dequantize(std::span<const In> in, std::span<Out> out,
     case adaptiveScaledExponent:
       return Kernels::dequantizeExponents(in, exponents, adaptiveScale_, out);
     default:
-      getLogger().error() << "Unhandled (de)quantization type: " << quantizationType_ << "!"
-                          << std::endl;
+      getLogger().error() << "Unhandled (de)quantization type: " << quantizationType_ << "!";
       raise<std::runtime_error>("Unhandled quantization type!");
   }
 }

@@ -24,7 +24,7 @@ bool visitIdType(DataType type, F&& f) {
 IdWindowReconstruction::IdWindowReconstruction(DataManager* context, std::uint32_t idWindowMethod)
     : DataProcedure(context, 2, 1), idWindowMethod_(idWindowMethod) {
   if (!isKnownMethod(idWindowMethod)) {
-    getLogger().error() << "Unsupported IdWindowMethod type: " << idWindowMethod << std::endl;
+    getLogger().error() << "Unsupported IdWindowMethod type: " << idWindowMethod;
   }
 }
 
@@ -41,7 +41,7 @@ void IdWindowReconstruction::connectInput(std::size_t slot, Provider* provider) 
   const DataProvider* newIds = inputData(1);
   if (references && newIds &&
       references->getDataDimension().getDataType() != newIds->getDataDimension().getDataType()) {
-    getLogger().error() << ": Types of input providers do not match!" << std::endl;
+    getLogger().error() << ": Types of input providers do not match!";
   }
 }
 

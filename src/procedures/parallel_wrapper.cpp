@@ -52,7 +52,7 @@ bool visitChunkType(DataType type, F&& f) {
 }
 
 void logChunkError(const char* message) {
-  getLogger().error() << message << std::endl;
+  getLogger().error() << message;
 }
 
 const DataProcedure& requireInner(const DataProcedure* inner) {

@@ -25,7 +25,7 @@ StreamOutcome WindowZlibDecompression::decode(std::span<const std::byte> stream,
   return std::visit(
       [&](auto values) {
         if (stream.empty()) {
-          getLogger().debug() << ": Processing empty dataset" << std::endl;
+          getLogger().debug() << ": Processing empty dataset";
           std::ranges::fill(values, typename decltype(values)::value_type{0});
           return StreamOutcome{true, std::nullopt};
         }

@@ -81,8 +81,7 @@ int EnsgMXReader::getMeasuredParticleCoordinates(int timestep, float* x, float* 
 int EnsgMXReader::getElementConnectivity(int timestep, int part, int elementType,
                                          int* connectivity) {
   if (elementType >= kNSided && elementType < static_cast<int>(kNodesPerElement.size())) {
-    getLogger().error() << "This function call does not accept nfaced and nsided element type."
-                        << std::endl;
+    getLogger().error() << "This function call does not accept nfaced and nsided element type.";
     return -1;
   }
   const auto& counts = simulation_.bulkState(modelGeometry_, timestep).elementCounts;
@@ -173,7 +172,7 @@ int EnsgMXReader::getVariableByComponent(int timestep, int geometryTimestep, int
       geometry = measuredGeometry_;
       break;
     default:
-      getLogger().error() << "Unsupported Geometry Type" << std::endl;
+      getLogger().error() << "Unsupported Geometry Type";
       return -1;
   }
   const GeometryMetadata& sizes = state(geometry, geometryTimestep);

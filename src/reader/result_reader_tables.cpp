@@ -80,12 +80,12 @@ int EnsgMXReader::getTimestepsValues(int timeset, float* values) {
 
 int EnsgMXReader::getGeometryAdaptivityType(int geometryType) {
   if (geometryType != 0 && geometryType != 1) {
-    getLogger().error() << "Invalid geometry type" << std::endl;
+    getLogger().error() << "Invalid geometry type";
     return -1;
   }
   const std::int32_t index = geometryType == 0 ? modelGeometry_ : measuredGeometry_;
   if (index < 0) {
-    getLogger().error() << "Invalid geometry index" << std::endl;
+    getLogger().error() << "Invalid geometry index";
     return -1;
   }
   switch (checkedAt(metadata().caseMetaData.geometryChangeTypes, index)) {

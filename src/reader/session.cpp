@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <exception>
 #include <stdexcept>
-#include <string>
 
 #include "core/error.hpp"
 #include "platform/system_info.hpp"
@@ -17,20 +16,24 @@ namespace {
 
 constexpr const char* kWorkflowLogVariable = "MORVEX_WORKFLOW_LOG";
 
-/// What the exception in flight says, in one line.
-std::string reasonOfFailure() {
-  std::string reason = "unknown failure";
+/// Leaves the one line of an open that failed, with what the exception in flight says. Memory may
+/// have run out: takes none.
+void logRefusedFile(const char* path) noexcept {
+  const auto log = [path](const char* reason) {
+    getLogger().fatal() << "MX_openFile: the type of file '" << path << "' is unknown or invalid ("
+                        << reason << ")";
+  };
   try {
     throw;
   } catch (const Kelbor::Exception& failure) {
-    reason = failure.message();
+    log(failure.message().c_str());
   } catch (const std::exception& failure) {
-    reason = failure.what();
+    log(failure.what());
   } catch (const Exception& failure) {
-    reason = failure.getMessage();
+    log(failure.getMessage());
   } catch (...) {  // nothing below throws anything else
+    log("unknown failure");
   }
-  return reason;
 }
 
 // Before anything can ask for it, so that the environment is read when the library is loaded.
@@ -41,21 +44,19 @@ std::string reasonOfFailure() {
 Session::Session() : log_(std::getenv(kWorkflowLogVariable)) {}
 
 int Session::open(const char* path, std::uint64_t hostValue) {
-  const std::string name = path ? path : "";
   try {
     const std::uint64_t totalPhysicalMemory = Kelbor::Platform::totalPhysicalMemory();
     if (reader_) {
-      getLogger().warning() << "MX_openFile called without closing existing reader!" << std::endl;
+      getLogger().warning() << "MX_openFile called without closing existing reader!";
       end();
     }
     if (!path) throw std::invalid_argument("no path");
-    reader_ = std::make_unique<EnsgMXReader>(name, hostValue, totalPhysicalMemory);
+    reader_ = std::make_unique<EnsgMXReader>(path, hostValue, totalPhysicalMemory);
     log_.begin(path);
     return 0;
   } catch (...) {
     reader_.reset();
-    getLogger().fatal() << "MX_openFile: the type of file '" << name << "' is unknown or invalid ("
-                        << reasonOfFailure() << ")" << std::endl;
+    logRefusedFile(path ? path : "");
     return -1;
   }
 }
@@ -81,7 +82,7 @@ Session& session() {
 }
 
 void logNoSession(const char* exportName) {
-  getLogger().error() << exportName << ": no file is open" << std::endl;
+  getLogger().error() << exportName << ": no file is open";
 }
 
 }  // namespace morvex

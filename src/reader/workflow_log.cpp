@@ -10,8 +10,6 @@ using Kelbor::getLogger;
 
 namespace {
 
-constexpr std::size_t kLongestPath = 255;
-
 constexpr const char* kRule = "#---------------------------------------------------------------\n";
 constexpr const char* kShortRule = "#--------------------------------------------------------\n\n";
 
@@ -21,24 +19,23 @@ WorkflowLog::WorkflowLog(const char* path) {
   if (!path) return;
   if (std::strlen(path) > kLongestPath) {
     getLogger().warning() << "MORVEX_WORKFLOW_LOG is longer than " << kLongestPath
-                          << " bytes and is ignored" << std::endl;
+                          << " bytes and is ignored";
     return;
   }
-  path_ = path;
+  std::strcpy(path_.data(), path);
   enabled_ = true;
 }
 
 void WorkflowLog::begin(const char* inputFile) {
   if (!enabled_) return;
-  file_.reset(std::fopen(path_.c_str(), "w"));
+  file_.reset(std::fopen(path_.data(), "w"));
   if (!file_) {
-    getLogger().error() << "Failed to create file " << path_
-                        << "for MORVEX log output. Benchmarking data output will be disabled!"
-                        << std::endl;
+    getLogger().error() << "Failed to create file " << path_.data()
+                        << "for MORVEX log output. Benchmarking data output will be disabled!";
     enabled_ = false;
     return;
   }
-  getLogger().notice() << "MORVEX benchmarking is enabled!" << std::endl;
+  getLogger().notice() << "MORVEX benchmarking is enabled!";
   write(kRule);
   write("%s\n", kRule);
   write("#MORVEX-EnSight-API Workflow\n");

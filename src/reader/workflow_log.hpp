@@ -1,8 +1,9 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdio>
 #include <memory>
-#include <string>
 
 namespace morvex {
 
@@ -35,8 +36,10 @@ class WorkflowLog {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
   };
 
+  static constexpr std::size_t kLongestPath = 255;
+
   bool enabled_ = false;
-  std::string path_;
+  std::array<char, kLongestPath + 1> path_{};
   std::unique_ptr<std::FILE, Closer> file_;
 };
 

@@ -103,11 +103,10 @@ class Builder {
     }
     if (reference.optional) {
       Kelbor::getLogger().debug() << "Skipping optional external dependency with key '" << path
-                                  << "'" << std::endl;
+                                  << "'";
       return false;
     }
-    Kelbor::getLogger().error() << "External dependency with key '" << path << "' not in cache!"
-                                << std::endl;
+    Kelbor::getLogger().error() << "External dependency with key '" << path << "' not in cache!";
     raise<std::runtime_error>("External dependency must be in cache: " + path);
   }
 

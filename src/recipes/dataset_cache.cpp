@@ -40,8 +40,7 @@ void DatasetCache::removeIf(const std::function<bool(const std::string& datasetP
       ++entry;
       continue;
     }
-    Kelbor::getLogger().debug() << "Removing dataset from cache: " << entry->first.datasetPath
-                                << std::endl;
+    Kelbor::getLogger().debug() << "Removing dataset from cache: " << entry->first.datasetPath;
     entry = entries_.erase(entry);
   }
 }

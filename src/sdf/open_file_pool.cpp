@@ -2,6 +2,7 @@
 
 #include <mutex>
 
+#include "platform/immortal.hpp"
 #include "sdf/hierarchical_file.hpp"
 
 namespace Kelbor::MathModule {
@@ -37,8 +38,8 @@ std::size_t HierarchicalFilePool::size() {
 }
 
 HierarchicalFilePool& getOpenFilePool() {
-  static HierarchicalFilePool& pool = *new HierarchicalFilePool;
-  return pool;
+  static Platform::Immortal<HierarchicalFilePool> pool;
+  return pool.get();
 }
 
 }  // namespace Kelbor::MathModule

@@ -13,11 +13,11 @@ constexpr std::uint64_t kInputBlock = 0x20000000;
 constexpr std::uint64_t kOutputGrant = 0x7FFFFFFF;
 
 void logUnprepared() {
-  getLogger().error() << "Sdf failed to prepare stream!" << std::endl;
+  getLogger().error() << "Sdf failed to prepare stream!";
 }
 
 void logFailure(const char* what, int code) {
-  getLogger().error() << what << ::zError(code) << std::endl;
+  getLogger().error() << what << ::zError(code);
 }
 
 void feed(z_stream& stream, std::span<const std::byte> block) {

@@ -27,7 +27,7 @@ SdfFile::~SdfFile() {
     try {
       finish();
     } catch (...) {  // an exception has been logged where it was raised
-      getLogger().error() << "Failed to finish file: " << getFileName() << std::endl;
+      getLogger().error() << "Failed to finish file: " << getFileName();
     }
   }
   closeIfOpen(/*unregister=*/true);
@@ -160,18 +160,18 @@ bool SdfFile::readTables() {
   ContainerCursor headerCursor(headerBytes);
   const FileHeader header = readFileHeader(headerCursor);
   if (header.magic != kMagic) {
-    getLogger().error() << "File is no Sdf-File!" << std::endl;
+    getLogger().error() << "File is no Sdf-File!";
     return false;
   }
   if (header.version > kVersion) {
-    getLogger().warning() << "SDF versions do not match!" << std::endl;
+    getLogger().warning() << "SDF versions do not match!";
   } else if (flavour_ != 0 && header.version >= kFirstVersionWithFlavour &&
              flavour_ != header.flavour) {
-    getLogger().warning() << "SDF flavours do not match!" << std::endl;
+    getLogger().warning() << "SDF flavours do not match!";
   }
   if (header.tableOffset == 0) return false;
   if (header.tableOffset > fileSize_ - kFieldsSize) {
-    getLogger().error() << "Sdf table region lies beyond the file!" << std::endl;
+    getLogger().error() << "Sdf table region lies beyond the file!";
     return false;
   }
 

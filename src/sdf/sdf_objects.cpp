@@ -113,7 +113,7 @@ Group::Entries SdfGroup::parse(std::span<const std::byte> table) const {
         entry = std::make_unique<SdfStringAttribute>(record.fields);
         break;
       default:
-        getLogger().error() << "Unsupported SdfEntry type!" << std::endl;
+        getLogger().error() << "Unsupported SdfEntry type!";
         continue;
     }
     // Records are sorted, so that each belongs at the end: no search in a table of many thousands.

@@ -26,7 +26,7 @@ const ClassCreators& coordinateClasses() {
 std::string precisionKey(int geometryType) {
   if (geometryType == 0) return kCoordinates;
   if (geometryType == 1) return kMeasuredCoordinates;
-  Kelbor::getLogger().error() << "Invalid geometry type" << std::endl;
+  Kelbor::getLogger().error() << "Invalid geometry type";
   raise<InternalError>("Failed to read coordinates");
 }
 

@@ -77,19 +77,19 @@ void EnsgSimulation::fetchAndCacheExternalDependencies(const Recipe& recipe, std
                                                        const std::string& variableName) {
   std::vector<Dependency> resolved = resolveDependencies(recipe, group, name);
   if (resolved.empty()) {
-    getLogger().debug() << "fetchAndCacheExternalDependencies(): <none>\n" << std::endl;
+    getLogger().debug() << "fetchAndCacheExternalDependencies(): <none>\n";
     return;
   }
-  getLogger().debug() << "fetchAndCacheExternalDependencies(): resolvedDeps=\n" << std::endl;
+  getLogger().debug() << "fetchAndCacheExternalDependencies(): resolvedDeps=\n";
   const bool withPattern = variableName != kCoordinates && usesTimeDiffs(variableName);
   for (const auto& [reference, dataset] : resolved) {
-    std::string pattern;
+    const PatternEntry* entry = nullptr;
     if (withPattern) {
-      const int step = extractTimeStepFromVariablePath(reference.datasetKey);
-      pattern = "[" + toString(patternEntry(variableName, step)) + "]";
+      entry = &patternEntry(variableName, extractTimeStepFromVariablePath(reference.datasetKey));
     }
+    const auto pattern = [&] { return entry ? "[" + toString(*entry) + "]" : std::string(); };
     getLogger().debug() << "--> " << reference.datasetKey << pattern << ":" << reference.outputKey
-                        << ":" << reference.outputIndex << std::endl;
+                        << ":" << reference.outputIndex;
   }
   for (Dependency& dependency : resolved) cookExtRecipe(std::move(dependency), size);
 }

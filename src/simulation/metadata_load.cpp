@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <iomanip>
 #include <span>
 #include <stdexcept>
 #include <string_view>
@@ -46,7 +45,7 @@ class Loader {
   explicit Loader(File& file) : file_(file) {}
 
   SimulationMetadata load() {
-    getLogger().status() << "Reading Metadata..." << std::endl;
+    getLogger().status() << "Reading Metadata...";
     if (!loadVersion()) return std::move(data_);
     loadCase();
     loadGeometries();
@@ -57,17 +56,17 @@ class Loader {
     loadRecipes();
     loadTimeDifferences();
     loadBoxesPerStep();
-    getLogger().debug() << "File Version is " << data_.fileVersion.major << "." << std::setw(2)
-                        << std::setfill('0') << data_.fileVersion.minor << "."
-                        << data_.fileVersion.patch << std::endl;
-    getLogger().status() << "Reading Metadata... done.\n" << std::endl;
+    const auto& [major, minor, patch] = data_.fileVersion;
+    getLogger().debug() << "File Version is " << major << (minor < 10 ? ".0" : ".") << minor << "."
+                        << patch;
+    getLogger().status() << "Reading Metadata... done.\n";
     return std::move(data_);
   }
 
  private:
   /// Logs the task, some lines of which end in a full stop, and opens its record.
   RecordBytes open(const std::string& name, const char* lineEnd = "") {
-    getLogger().debug() << "Running Task: " << kRecordGroup << "/" << name << lineEnd << std::endl;
+    getLogger().debug() << "Running Task: " << kRecordGroup << "/" << name << lineEnd;
     return {file_, kRecordGroup, name};
   }
 
@@ -82,7 +81,7 @@ class Loader {
       raise<UsageException>("File requires Morvex Version " + version + " - Current Version is " +
                             kReaderVersion.toString());
     }
-    getLogger().status() << "File requires minimum Version " << version << "\n" << std::endl;
+    getLogger().status() << "File requires minimum Version " << version << "\n";
     return true;
   }
 
@@ -166,7 +165,7 @@ class Loader {
       const auto timeset = static_cast<std::int32_t>(variables.timesets[v]);
       if (!variables.usesTimeDiffs[v]) {
         getLogger().debug() << "No time differences were applied for "
-                            << "var=" << variables.names[v] << ", timeset=" << timeset << std::endl;
+                            << "var=" << variables.names[v] << ", timeset=" << timeset;
         continue;
       }
       const auto [blockSize, maxDepth] = data_.timeDiffsMetaData;
@@ -179,7 +178,7 @@ class Loader {
       TimePattern& pattern = checkedAt(data_.timeDiffPatterns, timeset);
       pattern = differences.pattern();
       getLogger().debug() << "Pattern for var=" << variables.names[v] << ", timeset=" << timeset
-                          << ": " << toString(pattern) << std::endl;
+                          << ": " << [&] { return toString(pattern); };
     }
   }
 

@@ -58,10 +58,10 @@ void EnsgSimulation::readVariableInto(int timestep, const std::string& variableN
   const bool inTimeDiffs = usesTimeDiffs(variableName);
   if (inTimeDiffs) {
     const PatternEntry& entry = patternEntry(variableName, timestep);
-    getLogger().debug() << "readVariableInto: " << path << "[" << toString(entry) << "]"
-                        << std::endl;
+    getLogger().debug() << "readVariableInto: " << path << "[" << [&] { return toString(entry); }
+                        << "]";
   } else {
-    getLogger().debug() << "readVariableInto: " << path << std::endl;
+    getLogger().debug() << "readVariableInto: " << path;
   }
 
   const PrecisionSetting precision = metadata_.precisions.getPrecision(variableName);
@@ -77,7 +77,7 @@ void EnsgSimulation::readVariableInto(int timestep, const std::string& variableN
   } catch (const std::exception& failure) {
     // What was optional may be missing; if it was not, building the chain says so.
     getLogger().warning() << "fetchAndCacheExternalDependencies for ts" << timestep
-                          << " failed: " << failure.what() << std::endl;
+                          << " failed: " << failure.what();
   }
 
   const std::string& label = zipRecipe.label;

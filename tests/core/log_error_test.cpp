@@ -3,7 +3,12 @@
 
 #include <filesystem>
 #include <fstream>
+#include <limits>
+#include <locale>
+#include <map>
 #include <sstream>
+#include <thread>
+#include <vector>
 
 #include "core/error.hpp"
 #include "fake_procedure.hpp"
@@ -15,14 +20,14 @@ namespace {
 /// One line at each level.
 void logAll() {
   Logger& logger = getLogger();
-  logger.deepTrace() << "a" << std::endl;
-  logger.trace() << "b" << std::endl;
-  logger.notice() << "c" << std::endl;
-  logger.debug() << "d" << std::endl;
-  logger.status() << "e" << std::endl;
-  logger.warning() << "f" << std::endl;
-  logger.error() << "g" << std::endl;
-  logger.fatal() << "h" << std::endl;
+  logger.deepTrace() << "a";
+  logger.trace() << "b";
+  logger.notice() << "c";
+  logger.debug() << "d";
+  logger.status() << "e";
+  logger.warning() << "f";
+  logger.error() << "g";
+  logger.fatal() << "h";
 }
 
 TEST(Log, LevelsLetThroughWhatIsAsSevere) {
@@ -54,7 +59,7 @@ TEST(Log, FileTakesAllLevelsUntilItIsGivenUp) {
   getLogger().setLogLevel(LogLevel::warning, path.c_str());
   logAll();
   getLogger().setLogLevel(LogLevel::warning);
-  getLogger().warning() << "back" << std::endl;
+  getLogger().warning() << "back";
   std::ostringstream content;
   content << std::ifstream(path).rdbuf();
   EXPECT_EQ(content.str(), "WARNING: f\nERROR: g\nFATAL: h\n");
@@ -64,8 +69,97 @@ TEST(Log, FileTakesAllLevelsUntilItIsGivenUp) {
   getLogger().setLogLevel(LogLevel::status, "/nowhere/at/all");
   logAll();
   getLogger().setLogLevel(LogLevel::warning);
-  getLogger().warning() << "again" << std::endl;
+  getLogger().warning() << "again";
   EXPECT_EQ(log.text(), "WARNING: back\nWARNING: again\n") << "a lost file silences";
+}
+
+/// A locale that groups digits, as that of many a desktop program; global for as long as it lives.
+class GroupingHost {
+ public:
+  GroupingHost()
+      : before_(std::locale::global(std::locale(std::locale::classic(), new Grouping))) {}
+  ~GroupingHost() { std::locale::global(before_); }
+  GroupingHost(const GroupingHost&) = delete;
+  GroupingHost& operator=(const GroupingHost&) = delete;
+
+ private:
+  struct Grouping : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+  };
+  std::locale before_;
+};
+
+TEST(Log, NumbersFollowNoLocale) {
+  const GroupingHost host;
+  const LogCapture log;
+  getLogger().warning() << -1234567 << " " << std::uint64_t{18446744073709551615U} << " "
+                        << std::numeric_limits<std::int64_t>::min();
+  EXPECT_EQ(log.text(), "WARNING: -1234567 18446744073709551615 -9223372036854775808\n");
+}
+
+TEST(Log, RealNumbersHaveSixDigitsAsInAStream) {
+  for (const double number :
+       {0.0, -0.0, 1.0, 0.1, 1234567.0, 123456.5, 1e-5, 0.0001, 2.5e300, -1.0 / 3,
+        std::numeric_limits<double>::denorm_min(), std::numeric_limits<double>::infinity()}) {
+    std::ostringstream stream;
+    stream << "WARNING: " << number << "\n";
+    const LogCapture log;
+    getLogger().warning() << number;
+    EXPECT_EQ(log.text(), stream.str());
+  }
+}
+
+TEST(Log, LinesOfAnyLengthStayWholeAmongThreads) {
+  constexpr int kThreads = 4;
+  constexpr int kLines = 50;
+  std::map<std::string, int> expected;
+  const LogCapture log;
+  {
+    std::vector<std::jthread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+      const std::string text(static_cast<std::size_t>(1 + 700 * t), static_cast<char>('a' + t));
+      expected["WARNING: " + text + "#" + std::to_string(t)] = kLines;
+      threads.emplace_back([text, t] {
+        for (int i = 0; i < kLines; ++i) getLogger().warning() << text << "#" << t;
+      });
+    }
+  }
+  std::map<std::string, int> found;
+  std::istringstream lines(log.text());
+  for (std::string line; std::getline(lines, line);) ++found[line];
+  EXPECT_EQ(found, expected);
+}
+
+TEST(Log, LineThatIsOffMakesNoText) {
+  const LogCapture log(LogLevel::warning);
+  int made = 0;
+  const auto text = [&] {
+    ++made;
+    return std::string("costly");
+  };
+  getLogger().status() << text;
+  EXPECT_EQ(made, 0);
+  getLogger().warning() << text;
+  EXPECT_EQ(log.text(), "WARNING: costly\n");
+}
+
+TEST(Log, StreamsOfTheHostMayThrowAndMayBeMissing) {
+  struct FullDisk : std::streambuf {
+    std::streamsize xsputn(const char*, std::streamsize) override { throw std::bad_alloc(); }
+    int sync() override { throw std::bad_alloc(); }
+  };
+  FullDisk disk;
+  std::streambuf* const before = std::cerr.rdbuf(&disk);
+  getLogger().error() << "lost";
+  std::cerr.rdbuf(nullptr);
+  getLogger().error() << "lost";
+  std::ostringstream text;
+  std::cerr.rdbuf(text.rdbuf());
+  getLogger().error() << "found";
+  std::cerr.rdbuf(before);
+  EXPECT_EQ(text.str(), "ERROR: found\n");
 }
 
 TEST(Errors, CoreExceptionsLogThemselvesAndTellTheirCause) {
