@@ -1,9 +1,6 @@
 #include "platform/zlib_stream.hpp"
 
-#include <cstddef>
-#include <mutex>
-#include <utility>
-#include <vector>
+#include "platform/idle_pool.hpp"
 
 namespace Kelbor::Platform {
 namespace {
@@ -11,39 +8,19 @@ namespace {
 constexpr const char* kZlibVersion = "1.2.8";
 constexpr int kCompressionLevel = 4;
 
-/// Streams at their start, for whoever needs one next. Never destroyed: reads may end while the
-/// process does.
-class IdleStreams {
- public:
-  std::unique_ptr<z_stream> take() {
-    const std::lock_guard guard(lock_);
-    if (streams_.empty()) return nullptr;
-    auto stream = std::move(streams_.back());
-    streams_.pop_back();
-    return stream;
-  }
-
-  /// Takes the stream, or leaves it where enough are kept.
-  void keep(std::unique_ptr<z_stream>& stream) {
-    const std::lock_guard guard(lock_);
-    if (streams_.size() < kMost) streams_.push_back(std::move(stream));
-  }
-
- private:
-  static constexpr std::size_t kMost = 16;
-
-  std::mutex lock_;
-  std::vector<std::unique_ptr<z_stream>> streams_;
-};
-
-IdleStreams& idleStreams() {
-  static IdleStreams& streams = *new IdleStreams;
-  return streams;
+void endStream(z_stream* stream) {
+  ::inflateEnd(stream);
+  delete stream;
 }
+
+/// Streams at their start.
+using IdleStreams = IdlePool<z_stream, endStream>;
+constinit IdleStreams idleStreams;
+const IdleStreams::Owner ownerOfIdleStreams(idleStreams);
 
 }  // namespace
 
-InflateStream::InflateStream() : stream_(idleStreams().take()) {
+InflateStream::InflateStream() : stream_(idleStreams.take()) {
   if (stream_) return;
   stream_ = std::make_unique<z_stream>();
   if (::inflateInit_(stream_.get(), kZlibVersion, static_cast<int>(sizeof(z_stream))) != Z_OK) {
@@ -57,8 +34,10 @@ InflateStream::~InflateStream() {
 
 int InflateStream::end() {
   if (!stream_) return Z_OK;
-  if (::inflateReset(stream_.get()) == Z_OK) idleStreams().keep(stream_);
-  if (!stream_) return Z_OK;
+  if (::inflateReset(stream_.get()) == Z_OK) {
+    idleStreams.giveBack(stream_.release());
+    return Z_OK;
+  }
   const int answer = ::inflateEnd(stream_.get());
   stream_.reset();
   return answer;

@@ -11,8 +11,10 @@
 
 #include "platform/critical_section.hpp"
 #include "platform/file_stream.hpp"
+#include "platform/idle_pool.hpp"
 #include "platform/system_info.hpp"
 #include "platform/thread_count.hpp"
+#include "platform/thread_probe.hpp"
 #include "platform/zlib_stream.hpp"
 
 namespace Kelbor::Platform {
@@ -159,6 +161,40 @@ TEST(ZlibStreams, DeflatedBytesComeBack) {
   EXPECT_EQ(inflater.end(), Z_OK);
   EXPECT_FALSE(inflater.isReady());
   EXPECT_EQ(inflater.end(), Z_OK);
+}
+
+/// Counts those that exist.
+struct Counted {
+  Counted() { ++alive; }
+  ~Counted() { --alive; }
+  static inline int alive = 0;
+};
+void endCounted(Counted* object) {
+  delete object;
+}
+
+TEST(IdlePool, KeepsWhatItHasRoomForAndFreesItWithItsOwner) {
+  using Pool = IdlePool<Counted, endCounted>;
+  static constinit Pool pool;
+  {
+    const Pool::Owner owner(pool);
+    EXPECT_EQ(pool.take(), nullptr);
+    auto* const first = new Counted;
+    pool.giveBack(first);
+    EXPECT_EQ(pool.take(), first);
+    pool.giveBack(first);
+    for (int i = 0; i < 40; ++i) pool.giveBack(new Counted);
+    EXPECT_GT(Counted::alive, 1);
+    EXPECT_LT(Counted::alive, 40);
+  }
+  EXPECT_EQ(Counted::alive, 0);
+  EXPECT_EQ(pool.take(), nullptr);
+}
+
+TEST(ThreadProbe, FindsThreadsAndMemoryWhereThereIsPlenty) {
+  EXPECT_EQ(startableThreads(0), 0U);
+  EXPECT_EQ(startableThreads(5), 5U);
+  EXPECT_TRUE(hasMemory(1000));
 }
 
 }  // namespace

@@ -42,6 +42,7 @@ class FastInflater {
 
  private:
   struct Engine;
+  struct IdleEngines;
 
   Engine* engine_ = nullptr;
   const std::byte* begin_ = nullptr;

@@ -1,10 +1,10 @@
 #include <isa-l/igzip_lib.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <new>
 
+#include "platform/idle_pool.hpp"
 #include "procedures/kernels/fast_inflater.hpp"
 #include "procedures/kernels/inflate_engines.hpp"
 
@@ -50,9 +50,6 @@ bool isPlainZlibHeader(std::span<const std::byte> input) noexcept {
 struct FastInflater::Engine {
   inflate_state state;
 
-  [[nodiscard]] static Engine* take() noexcept;
-  static void giveBack(Engine* engine) noexcept;
-
   /// One call of igzip; false for an error. `target` shrinks to what it left unwritten.
   [[nodiscard]] bool run(std::span<std::byte>& target) noexcept {
     const std::size_t granted = std::min<std::size_t>(target.size(), kLargestOutputStep);
@@ -67,36 +64,18 @@ struct FastInflater::Engine {
   [[nodiscard]] bool hasEnded() const noexcept { return state.block_state == ISAL_BLOCK_FINISH; }
 };
 
-namespace {
-
 // A state takes about 90 KiB, so used ones are kept. Not thread-local: that would hold one for each
-// thread of the host that ever read, and could be gone when a thread reads at its very end. After a
-// fork those that other threads had taken are lost to the child, which makes its own.
-// What is kept here lives as long as the process.
-constexpr std::size_t kKeptStates = 16;
-std::array<std::atomic<void*>, kKeptStates> keptStates{};
+// thread of the host that ever read, and could be gone when a thread reads at its very end.
+struct FastInflater::IdleEngines {
+  static void end(Engine* engine) { delete engine; }
+  using Pool = Platform::IdlePool<Engine, end>;
 
-}  // namespace
+  static constinit Pool pool;
+  static const Pool::Owner owner;
+};
 
-FastInflater::Engine* FastInflater::Engine::take() noexcept {
-  for (auto& slot : keptStates) {
-    if (void* kept = slot.exchange(nullptr, std::memory_order_acquire)) {
-      return static_cast<Engine*>(kept);
-    }
-  }
-  return new (std::nothrow) Engine;
-}
-
-void FastInflater::Engine::giveBack(Engine* engine) noexcept {
-  for (auto& slot : keptStates) {
-    void* empty = nullptr;
-    if (slot.compare_exchange_strong(empty, engine, std::memory_order_release,
-                                     std::memory_order_relaxed)) {
-      return;
-    }
-  }
-  delete engine;
-}
+constinit FastInflater::IdleEngines::Pool FastInflater::IdleEngines::pool;
+const FastInflater::IdleEngines::Pool::Owner FastInflater::IdleEngines::owner(pool);
 
 std::vector<InflateEngine> inflateEngines() {
   return {InflateEngine::igzip, InflateEngine::zlib};
@@ -114,7 +93,8 @@ FastInflater::FastInflater(std::span<const std::byte> input, std::uint64_t room)
     : begin_(input.data()) {
   if (!isWanted(input.size(), room)) return;
   if (input.size() > kLargestInput || !isPlainZlibHeader(input)) return;
-  engine_ = Engine::take();
+  engine_ = IdleEngines::pool.take();
+  if (!engine_) engine_ = new (std::nothrow) Engine;
   if (!engine_) return;
   inflate_state& state = engine_->state;
   ::isal_inflate_init(&state);
@@ -127,7 +107,7 @@ FastInflater::FastInflater(std::span<const std::byte> input, std::uint64_t room)
 }
 
 FastInflater::~FastInflater() {
-  if (engine_) Engine::giveBack(engine_);
+  if (engine_) IdleEngines::pool.giveBack(engine_);
 }
 
 bool FastInflater::fill(std::span<std::byte> target) noexcept {
