@@ -7,13 +7,16 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/inflate_engines.hpp"
 #include "platform/zlib_stream.hpp"
-#include "procedures/kernels/inflate_engines.hpp"
 #include "procedures/kernels/inflate_stream.hpp"
 
 namespace {
 
 using namespace Kelbor::MathModule::Kernels;
+using Kelbor::Platform::InflateEngine;
+using Kelbor::Platform::inflateEngines;
+using Kelbor::Platform::useInflateEngine;
 using Bytes = std::vector<std::byte>;
 
 void demand(bool condition) {

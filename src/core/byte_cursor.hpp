@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <cstring>
 #include <span>
-#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -60,10 +59,10 @@ using ContainerCursor = BasicByteCursor<KelborDataException>;
 /// For metadata records, recipes and parameter blocks.
 using RecordCursor = BasicByteCursor<morvex::InternalError>;
 
-/// The bytes as text, up to the first zero byte if there is one.
-[[nodiscard]] inline std::string textOf(std::span<const std::byte> bytes) {
+/// The bytes as text, up to the first zero byte if there is one. A view of them.
+[[nodiscard]] inline std::string_view textOf(std::span<const std::byte> bytes) {
   const std::string_view all(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  return std::string(all.substr(0, all.find('\0')));
+  return all.substr(0, all.find('\0'));
 }
 
 }  // namespace Kelbor

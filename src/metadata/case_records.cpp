@@ -30,7 +30,7 @@ CaseMetaData readCaseMetaData(std::span<const std::byte> bytes, StoredBox& bound
   const auto textLengths = readVector<std::uint32_t>(cursor, record.numGeometries);
   record.geometryTexts.reserve(textLengths.size());
   for (const std::uint32_t length : textLengths) {
-    record.geometryTexts.push_back(Kelbor::textOf(cursor.take(length)));
+    record.geometryTexts.emplace_back(Kelbor::textOf(cursor.take(length)));
   }
 
   boundingBox = storedBox;

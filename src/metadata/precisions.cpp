@@ -191,7 +191,7 @@ void readPrecisions(std::span<const std::byte> bytes, Precisions& precisions,
       cursor.checkCount(storedCount, width + sizeof(std::uint32_t) + kParameterRoom);
   precisions.entries_.clear();
   for (std::uint64_t i = 0; i < count; ++i) {
-    const std::string key = Kelbor::textOf(cursor.take(width));
+    const std::string key(Kelbor::textOf(cursor.take(width)));
     precisions.addEntry(key, readSetting(cursor), kFileSource);
   }
   const std::vector<double> maxValues = readVector<double>(cursor, numVariables);

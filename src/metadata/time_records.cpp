@@ -34,7 +34,7 @@ std::unique_ptr<TimeSet> readTimeSet(std::span<const std::byte> bytes, std::uint
 
   const auto id = cursor.read<std::uint32_t>();
   const auto descriptionLength = cursor.read<std::uint64_t>();
-  std::string description = Kelbor::textOf(cursor.take(descriptionLength));
+  std::string description(Kelbor::textOf(cursor.take(descriptionLength)));
   const auto numberOfSteps = cursor.read<std::int32_t>();
   const std::uint64_t n = numberOfSteps > 0 ? static_cast<std::uint64_t>(numberOfSteps) : 0;
   std::vector<float> timeValues = readVector<float>(cursor, n);

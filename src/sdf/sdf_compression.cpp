@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/log.hpp"
+#include "platform/fast_inflater.hpp"
 #include "platform/zlib_stream.hpp"
 
 namespace Kelbor::MathModule {
@@ -51,6 +52,11 @@ int inflateBlock(z_stream& stream, std::span<std::byte>& room) {
 
 std::optional<std::uint64_t> inflateStream(std::span<const std::byte> stored,
                                            std::span<std::byte> target) {
+  {
+    Platform::FastInflater fast(stored, target.size());
+    const auto length = fast.isReady() ? fast.inflateAll(target) : std::nullopt;
+    if (length) return length;
+  }
   Platform::InflateStream inflater;
   if (!inflater.isReady()) {
     logUnprepared();

@@ -36,9 +36,9 @@ SdfFile::~SdfFile() {
 bool SdfFile::hasDataset(const std::string& groupPath, const std::string& name) {
   const WriteLock guard(lock_, /*write=*/true);
   ensureOpen();
-  Group* group = rootGroup_->getGroupByPath(groupPath);
+  SdfGroup* group = findGroup(groupPath);
   Entry* entry = group ? group->getEntry(name) : nullptr;
-  if (entry && entry->isGroup()) entry = static_cast<Group*>(entry)->getEntry(kOwnDataset);
+  if (entry && entry->isGroup()) entry = group->enter(*entry).getEntry(kOwnDataset);
   return entry && entry->isDataset();
 }
 
@@ -88,11 +88,11 @@ int SdfFile::listEntries(const std::string& groupPath, std::vector<std::string>&
                          std::vector<std::string>& datasets) {
   const WriteLock guard(lock_, /*write=*/true);
   ensureOpen();
-  Group* group = rootGroup_->getGroupByPath(groupPath);
+  SdfGroup* group = findGroup(groupPath);
   if (!group) return 0;
-  for (const auto& [name, entry] : group->getEntries()) {
-    if (entry->isGroup()) groups.push_back(name);
-    if (entry->isDataset()) datasets.push_back(name);
+  for (const Entry& entry : group->getEntries()) {
+    if (entry.isGroup()) groups.emplace_back(entry.name);
+    if (entry.isDataset()) datasets.emplace_back(entry.name);
   }
   return 0;
 }
@@ -107,6 +107,7 @@ bool SdfFile::openHandle() {
 bool SdfFile::closeHandle() {
   // The tree of a writable file holds what the disk does not; it refers to the table region.
   if (!isWritable()) {
+    recentGroup_ = nullptr;
     rootGroup_.reset();
     tableRegion_ = ByteBlock();
   }
@@ -127,10 +128,19 @@ std::optional<EntryFields> SdfFile::findDataset(const std::string& groupPath,
                                                 const std::string& name) {
   const WriteLock guard(lock_, /*write=*/true);
   ensureOpen();
-  Group* group = rootGroup_->getGroupByPath(groupPath);
+  SdfGroup* group = findGroup(groupPath);
   const Entry* entry = group ? group->getEntry(name) : nullptr;
   if (!entry || !entry->isDataset()) return std::nullopt;
-  return fieldsOf(*entry);
+  return entry->fields;
+}
+
+SdfGroup* SdfFile::findGroup(const std::string& path) {
+  if (!recentGroup_ || path != recentPath_) {
+    recentGroup_ = nullptr;
+    recentPath_ = path;
+    recentGroup_ = rootGroup_->getGroupByPath(path);
+  }
+  return recentGroup_;
 }
 
 bool SdfFile::tryToOpen() {

@@ -74,6 +74,8 @@ class SdfFile : public HierarchicalFileInterface {
   [[nodiscard]] bool readStoredBytes(std::uint64_t position, std::span<std::byte> target);
 
  private:
+  /// Null if there is none. The file is open.
+  [[nodiscard]] SdfGroup* findGroup(const std::string& path);
   [[nodiscard]] bool tryToOpen();
   [[nodiscard]] bool openStream();
   [[nodiscard]] bool readTables();
@@ -87,6 +89,10 @@ class SdfFile : public HierarchicalFileInterface {
 
   Platform::FileStream stream_;
   std::unique_ptr<SdfGroup> rootGroup_;
+  /// The group that was looked for last: questions come in runs about one. Null where groups may
+  /// have changed since.
+  SdfGroup* recentGroup_ = nullptr;
+  std::string recentPath_;
   /// Position of the next payload, or of the table region. 0 marks a file that is no container.
   std::uint64_t writeOffset_ = 0;
   std::uint64_t fileSize_ = 0;

@@ -70,8 +70,8 @@ struct EntryFields {
 /// One entry of a group's table. The table is a u64 count and as many records, sorted by name.
 struct TableRecord {
   char type = 0;
-  /// Up to the first zero byte, if it has one.
-  std::string name;
+  /// Up to the first zero byte, if it has one; a view into the table.
+  std::string_view name;
   EntryFields fields;
 };
 

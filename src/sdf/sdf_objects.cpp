@@ -1,9 +1,9 @@
 #include "sdf/sdf_objects.hpp"
 
+#include <algorithm>
 #include <utility>
 
 #include "core/error.hpp"
-#include "sdf/sdf_compression.hpp"
 
 namespace Kelbor::MathModule {
 namespace {
@@ -24,106 +24,128 @@ std::string_view cutAtZero(std::string_view name) {
   return name.substr(0, name.find('\0'));
 }
 
+bool isKnownTag(char type) {
+  return type == kDatasetTag || type == kGroupTag || type == kAttributeTag ||
+         type == kStringAttributeTag;
+}
+
+/// Records are written in order, so that there is nothing to do for a table of many thousands.
+/// Where another order was stored, the last record of a name counts.
+void sortByName(SdfGroup::Entries& entries) {
+  const auto outOfOrder = [](const Entry& a, const Entry& b) { return a.name >= b.name; };
+  if (std::ranges::adjacent_find(entries, outOfOrder) == entries.end()) return;
+  std::ranges::reverse(entries);
+  std::ranges::stable_sort(entries, {}, &Entry::name);
+  const auto repeated = std::ranges::unique(entries, {}, &Entry::name);
+  entries.erase(repeated.begin(), repeated.end());
+}
+
 }  // namespace
 
-Group* Group::getGroupByPath(std::string_view path) {
-  Group* group = this;
+SdfGroup* SdfGroup::getGroupByPath(std::string_view path) {
+  SdfGroup* group = this;
   while (true) {
-    group->loadIfEmpty();
     path = skipSlash(path);
-    if (path.empty()) return group;
-    const auto found = group->entries_.find(takeComponent(path));
-    if (found == group->entries_.end() || !found->second->isGroup()) return nullptr;
-    group = static_cast<Group*>(found->second.get());
+    if (path.empty()) break;
+    Entry* entry = group->getEntry(takeComponent(path));
+    if (!entry || !entry->isGroup()) return nullptr;
+    group = &group->enter(*entry);
+  }
+  (void)group->getEntries();
+  return group;
+}
+
+SdfGroup& SdfGroup::getOrCreateGroup(std::string_view path) {
+  SdfGroup* group = this;
+  while (true) {
+    group->load();
+    path = skipSlash(path);
+    if (path.empty()) return *group;
+    Entry& entry = group->obtain(cutAtZero(takeComponent(path)));
+    if (!entry.isGroup()) {
+      auto made = std::make_unique<SdfGroup>();
+      if (entry.type != 0) made->addEntry(kOwnDataset, entry.type, entry.fields);
+      entry.type = kGroupTag;
+      entry.fields = {};
+      entry.group = std::move(made);
+    }
+    group = &group->enter(entry);
   }
 }
 
-Entry* Group::getEntry(std::string_view name) {
-  loadIfEmpty();
-  const auto found = entries_.find(cutAtZero(name));
-  return found == entries_.end() ? nullptr : found->second.get();
+SdfGroup& SdfGroup::enter(Entry& entry) const {
+  if (!entry.group) entry.group = std::make_unique<SdfGroup>(entry.fields, tableRegion_);
+  return *entry.group;
 }
 
-void Group::addEntry(std::string_view name, std::unique_ptr<Entry> entry) {
-  entries_.insert_or_assign(std::string(cutAtZero(name)), std::move(entry));
+Entry* SdfGroup::getEntry(std::string_view name) {
+  Entries& entries = getEntries();
+  name = cutAtZero(name);
+  const auto found = std::ranges::lower_bound(entries, name, {}, &Entry::name);
+  return found == entries.end() || found->name != name ? nullptr : &*found;
 }
 
-const Group::Entries& Group::getEntries() {
-  loadIfEmpty();
+void SdfGroup::addEntry(std::string_view name, char type, const EntryFields& fields) {
+  Entry& entry = obtain(cutAtZero(name));
+  entry.type = type;
+  entry.fields = fields;
+  entry.group.reset();
+}
+
+SdfGroup::Entries& SdfGroup::getEntries() {
+  if (entries_.empty()) load();
   return entries_;
 }
 
-Group* SdfGroup::getOrCreateGroup(std::string_view path) {
-  SdfGroup* group = this;
-  while (true) {
-    group->loadIfEmpty();
-    path = skipSlash(path);
-    if (path.empty()) return group;
-    const std::string_view name = cutAtZero(takeComponent(path));
-    std::unique_ptr<Entry>& slot = group->entries_[std::string(name)];
-    if (!slot || !slot->isGroup()) {
-      auto made = std::make_unique<SdfGroup>();
-      if (slot) made->addEntry(kOwnDataset, std::move(slot));
-      slot = std::move(made);
-    }
-    group = static_cast<SdfGroup*>(slot.get());
-    group->load();
-  }
+Entry& SdfGroup::obtain(std::string_view name) {
+  const auto place = std::ranges::lower_bound(entries_, name, {}, &Entry::name);
+  if (place != entries_.end() && place->name == name) return *place;
+  addedNames_.emplace_front(name);
+  return *entries_.insert(place, Entry{.name = addedNames_.front()});
 }
 
 void SdfGroup::load() {
-  if (field1 == 0 || tableRegion_.empty()) return;
-  if (field2 > tableRegion_.size() || field3 > tableRegion_.size() - field2) {
+  const auto& [size, position, storedSize] = table_;
+  if (size == 0 || tableRegion_.empty()) return;
+  if (position > tableRegion_.size() || storedSize > tableRegion_.size() - position) {
     raise<KelborDataException>("Sdf group table lies beyond the table region!");
   }
-  const auto stored =
-      tableRegion_.subspan(static_cast<std::size_t>(field2), static_cast<std::size_t>(field3));
-  if (field1 == field3) {
+  const auto stored = tableRegion_.subspan(static_cast<std::size_t>(position),
+                                           static_cast<std::size_t>(storedSize));
+  if (size == storedSize) {
     entries_ = parse(stored);
   } else {
-    if (field1 > kMaxInflation * field3) {
+    if (size > kMaxInflation * storedSize) {
       raise<KelborDataException>("Sdf group table claims more bytes than its stream can hold!");
     }
-    ByteBlock table(static_cast<std::size_t>(field1));
+    ByteBlock table(static_cast<std::size_t>(size));
     const auto length = inflateStream(stored, table.view());
     if (!length) raise<Exception>("Failed to decompress SdfGroup!");
     table.shorten(static_cast<std::size_t>(*length));
     entries_ = parse(table.view());
+    inflatedTable_ = std::move(table);
   }
-  field1 = 0;
+  table_.field1 = 0;
 }
 
-Group::Entries SdfGroup::parse(std::span<const std::byte> table) const {
+SdfGroup::Entries SdfGroup::parse(std::span<const std::byte> table) const {
   ContainerCursor cursor(table);
+  std::uint64_t rest = cursor.readCount(kSmallestRecord);
   Entries entries;
-  for (std::uint64_t rest = cursor.readCount(kSmallestRecord); rest > 0; --rest) {
-    TableRecord record = readTableRecord(cursor);
-    std::unique_ptr<Entry> entry;
-    switch (record.type) {
-      case kDatasetTag:
-        entry = std::make_unique<SdfDataset>(record.fields);
-        break;
-      case kGroupTag:
-        entry = std::make_unique<SdfGroup>(record.fields, tableRegion_);
-        break;
-      case kAttributeTag:
-        entry = std::make_unique<SdfAttribute>(record.fields);
-        break;
-      case kStringAttributeTag:
-        entry = std::make_unique<SdfStringAttribute>(record.fields);
-        break;
-      default:
-        getLogger().error() << "Unsupported SdfEntry type!";
-        continue;
+  entries.reserve(static_cast<std::size_t>(rest));
+  for (; rest > 0; --rest) {
+    const TableRecord record = readTableRecord(cursor);
+    if (!isKnownTag(record.type)) {
+      getLogger().error() << "Unsupported SdfEntry type!";
+      continue;
     }
-    // Records are sorted, so that each belongs at the end: no search in a table of many thousands.
-    entries.insert_or_assign(entries.end(), std::move(record.name), std::move(entry));
+    const bool isString = record.type == kStringAttributeTag;
+    entries.push_back({.name = record.name,
+                       .type = isString ? kLoadedStringAttributeTag : record.type,
+                       .fields = record.fields});
   }
+  sortByName(entries);
   return entries;
-}
-
-const EntryFields& fieldsOf(const Entry& entry) {
-  return dynamic_cast<const SdfObject&>(entry);
 }
 
 }  // namespace Kelbor::MathModule

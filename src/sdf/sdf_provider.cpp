@@ -22,8 +22,8 @@ bool canStandFor(std::uint64_t storedSize, std::uint64_t size) {
 
 SdfDataProvider::SdfDataProvider(const EntryFields& fields, std::uint64_t count, SdfFile& file,
                                  std::uint64_t offset)
-    : SdfObject(fields),
-      DataProvider(file.getContext(), DataDimension(DataTypes::kUInt8, {count})),
+    : DataProvider(file.getContext(), DataDimension(DataTypes::kUInt8, {count})),
+      entry_(fields),
       file_(file),
       offset_(offset) {}
 
@@ -31,12 +31,12 @@ bool SdfDataProvider::prepareContent() {
   const std::uint64_t count = getDataDimension().getByteSize();
   std::span<std::byte> nothing;
   if (count == 0) return openTarget(0, nothing);
-  if (field1 <= kMaxInlineSize) return readInline(count);
-  return field3 == 0 ? readPlain(count) : readDeflated(count);
+  if (entry_.field1 <= kMaxInlineSize) return readInline(count);
+  return entry_.field3 == 0 ? readPlain(count) : readDeflated(count);
 }
 
 bool SdfDataProvider::readInline(std::uint64_t count) {
-  const auto bytes = inlineBytes(*this);
+  const auto bytes = inlineBytes(entry_);
   std::span<std::byte> target;
   if (offset_ > bytes.size() || count > bytes.size() - offset_) return false;
   if (!openTarget(count, target)) return false;
@@ -46,7 +46,7 @@ bool SdfDataProvider::readInline(std::uint64_t count) {
 
 bool SdfDataProvider::readPlain(std::uint64_t count) {
   std::uint64_t position = 0;
-  if (__builtin_add_overflow(field2, offset_, &position)) return false;
+  if (__builtin_add_overflow(entry_.field2, offset_, &position)) return false;
   std::span<std::byte> target;
   return file_.hasStoredBytes(position, count) && openTarget(count, target) &&
          file_.readStoredBytes(position, target);
@@ -56,11 +56,12 @@ bool SdfDataProvider::readDeflated(std::uint64_t count) {
   std::uint64_t prefix = 0;
   if (__builtin_add_overflow(count, offset_, &prefix)) return false;
   std::span<std::byte> target;
-  if (!file_.hasStoredBytes(field2, field3) || !canStandFor(field3, prefix)) return false;
+  if (!file_.hasStoredBytes(entry_.field2, entry_.field3) || !canStandFor(entry_.field3, prefix))
+    return false;
   if (!openTarget(count, target)) return false;
 
-  ByteBlock stored(static_cast<std::size_t>(field3));
-  if (!file_.readStoredBytes(field2, stored.view())) return false;
+  ByteBlock stored(static_cast<std::size_t>(entry_.field3));
+  if (!file_.readStoredBytes(entry_.field2, stored.view())) return false;
   if (offset_ == 0) {
     const auto length = inflateStream(stored.view(), target);
     if (!length) return false;

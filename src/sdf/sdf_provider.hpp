@@ -5,7 +5,7 @@
 #include <span>
 
 #include "core/provider.hpp"
-#include "sdf/sdf_objects.hpp"
+#include "sdf/sdf_format.hpp"
 
 namespace Kelbor::MathModule {
 
@@ -13,7 +13,7 @@ class SdfFile;
 
 /// The bytes of a dataset, or of a piece of it, read when they are needed. Keeps a copy of the
 /// entry's fields: the file's tree may go and come back in the meantime.
-class SdfDataProvider final : public SdfObject, public DataProvider {
+class SdfDataProvider final : public DataProvider {
  public:
   /// `count` bytes from `offset` on. The file is borrowed and must outlive the provider.
   SdfDataProvider(const EntryFields& fields, std::uint64_t count, SdfFile& file,
@@ -31,6 +31,7 @@ class SdfDataProvider final : public SdfObject, public DataProvider {
   /// container is constant or too small.
   [[nodiscard]] bool openTarget(std::uint64_t count, std::span<std::byte>& target);
 
+  EntryFields entry_;
   SdfFile& file_;
   std::uint64_t offset_;
 };

@@ -16,7 +16,6 @@ namespace {
 
 constexpr int kNotWritable = -1;
 constexpr int kNotOpen = -2;
-constexpr int kNoGroup = -4;
 
 /// Groups are rewritten by recursion; no reader needs trees anywhere near as deep.
 constexpr std::size_t kMaxGroupDepth = 1000;
@@ -37,11 +36,11 @@ class TreeLoader {
  public:
   void load(SdfGroup& group, std::size_t depth = 0) {
     if (depth > kMaxGroupDepth) raise<KelborDataException>("Sdf groups are nested too deeply!");
-    if (group.field1 != 0 && !tablePositions_.insert(group.field2).second) {
+    if (group.isStored() && !tablePositions_.insert(group.tablePosition()).second) {
       raise<KelborDataException>("Sdf groups share their table!");
     }
-    for (const auto& [name, entry] : group.getEntries()) {
-      if (entry->isGroup()) load(static_cast<SdfGroup&>(*entry), depth + 1);
+    for (Entry& entry : group.getEntries()) {
+      if (entry.isGroup()) load(group.enter(entry), depth + 1);
     }
   }
 
@@ -49,22 +48,21 @@ class TreeLoader {
   std::set<std::uint64_t> tablePositions_;
 };
 
-/// Appends the tables of a loaded group and of all groups below it, children first, and sets the
-/// groups' fields to where they stand.
-void writeTables(SdfGroup& group, std::vector<std::byte>& region) {
+/// Appends the tables of a loaded group and of all groups below it, children first. Returns where
+/// the group's own stands now.
+EntryFields writeTables(SdfGroup& group, std::vector<std::byte>& region) {
   std::vector<std::byte> table;
   writeNumber(table, group.getEntries().size());
-  for (const auto& [name, entry] : group.getEntries()) {
-    if (entry->isGroup()) writeTables(static_cast<SdfGroup&>(*entry), region);
-    writeTableRecord(table, entry->getType(), name, fieldsOf(*entry));
+  for (Entry& entry : group.getEntries()) {
+    if (entry.isGroup()) entry.fields = writeTables(group.enter(entry), region);
+    writeTableRecord(table, entry.type, entry.name, entry.fields);
   }
   const Bytes plain = table;
   const auto deflated = deflateIfShorter({&plain, 1});
   const Bytes stored = deflated ? deflated->view() : plain;
-  group.field1 = plain.size();
-  group.field2 = region.size();
-  group.field3 = stored.size();
+  const EntryFields place{plain.size(), region.size(), stored.size()};
   region.insert(region.end(), stored.begin(), stored.end());
+  return place;
 }
 
 }  // namespace
@@ -88,7 +86,9 @@ int SdfFile::createGroup(const std::string& path) {
   if (!isWritable()) return -1;
   const WriteLock guard(lock_, /*write=*/true);
   ensureOpen();
-  return rootGroup_->getOrCreateGroup(path) ? 0 : -1;
+  recentGroup_ = nullptr;
+  (void)rootGroup_->getOrCreateGroup(path);
+  return 0;
 }
 
 int SdfFile::storeDataset(const std::string& groupPath, const std::string& name,
@@ -103,8 +103,8 @@ int SdfFile::storeDataset(const std::string& groupPath, const std::string& name,
 
   const WriteLock guard(lock_, /*write=*/true);
   if (!tryToOpen()) return kNotOpen;
-  Group* group = rootGroup_->getOrCreateGroup(groupPath);
-  if (!group) return kNoGroup;
+  recentGroup_ = nullptr;
+  SdfGroup& group = rootGroup_->getOrCreateGroup(groupPath);
 
   if (isInline) {
     std::array<std::byte, kMaxInlineSize> bytes{};
@@ -120,7 +120,7 @@ int SdfFile::storeDataset(const std::string& groupPath, const std::string& name,
       for (const Bytes source : sources) append(source);
     }
   }
-  group->addEntry(name, std::make_unique<SdfDataset>(fields));
+  group.addEntry(name, kDatasetTag, fields);
   if (storedSize) *storedSize = deflated ? fields.field3 : fields.field1;
   return 0;
 }
@@ -152,8 +152,8 @@ void SdfFile::finish() {
   ensureOpen();  // the pool may have closed it
   TreeLoader().load(*rootGroup_);
   std::vector<std::byte> region;
-  writeTables(*rootGroup_, region);
-  writeEntryFields(region, *rootGroup_);
+  const EntryFields root = writeTables(*rootGroup_, region);
+  writeEntryFields(region, root);
 
   // The trailer is found from the file's end, and the file never shrinks: tables that became
   // shorter than the ones they replace move up to where those ended.
@@ -165,6 +165,7 @@ void SdfFile::finish() {
   writeNumber(offsetBytes, tableOffset);
   writeAt(kTableOffsetPosition, offsetBytes);
   if (!closeIfOpen(/*unregister=*/true)) raise<KelborDataException>("Failed to write to Sdf file!");
+  recentGroup_ = nullptr;
   rootGroup_.reset();
 }
 

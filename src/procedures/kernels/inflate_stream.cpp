@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <optional>
 
+#include "platform/fast_inflater.hpp"
 #include "platform/zlib_stream.hpp"
 #include "procedures/kernels/byte_planes.hpp"
-#include "procedures/kernels/fast_inflater.hpp"
 
 namespace Kelbor::MathModule::Kernels {
 namespace {
@@ -87,7 +87,7 @@ bool inflateWindows(BlockInflater& inflater, std::span<std::byte> swap,
 
 std::optional<std::uint64_t> inflateAllFast(std::span<const std::byte> input,
                                             std::span<std::byte> target) noexcept {
-  FastInflater inflater(input, target.size());
+  Platform::FastInflater inflater(input, target.size());
   if (!inflater.isReady()) return std::nullopt;
   return inflater.inflateAll(target);
 }
@@ -140,8 +140,13 @@ bool decodePlaneChunksFast(std::span<const std::byte> input, PlaneChunks<U> chun
                            const PlaneChunkGeometry& geometry) noexcept {
   const bool isOneOffer = input.size() <= geometry.inputBound;
   if (!isOneOffer && geometry.chunkBytes < kFarReadAhead) return false;
-  FastInflater inflater(input, chunks.totalBytes());
+  Platform::FastInflater inflater(input, chunks.totalBytes());
   if (!inflater.isReady()) return false;
+  if (isOneOffer && geometry.chunkCount == 1) {
+    if (inflater.inflateAll(chunks.planes()) != chunks.planes().size()) return false;
+    chunks.decode();
+    return true;
+  }
   // Where zlib stands at least. It, too, has decoded the next symbol when a chunk is full.
   std::uint64_t start = 0;
   while (!chunks.done()) {

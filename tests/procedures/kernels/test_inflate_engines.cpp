@@ -7,14 +7,19 @@
 
 #include "deflate_builder.hpp"
 #include "kernel_test_support.hpp"
+#include "platform/fast_inflater.hpp"
+#include "platform/inflate_engines.hpp"
 #include "platform/zlib_stream.hpp"
-#include "procedures/kernels/fast_inflater.hpp"
-#include "procedures/kernels/inflate_engines.hpp"
 #include "procedures/kernels/inflate_stream.hpp"
 
 namespace Kelbor::MathModule::Kernels {
 namespace {
 
+using Platform::FastInflater;
+using Platform::InflateEngine;
+using Platform::inflateEngines;
+using Platform::useBestInflateEngine;
+using Platform::useInflateEngine;
 using Testing::DeflateBuilder;
 using Testing::randomBytes;
 using Bytes = std::vector<std::byte>;

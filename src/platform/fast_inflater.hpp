@@ -5,7 +5,7 @@
 #include <optional>
 #include <span>
 
-namespace Kelbor::MathModule::Kernels {
+namespace Kelbor::Platform {
 
 /// Inflates one zlib stream with the fast engine, which has its own idea of damaged streams and of
 /// how far it reads ahead. So it vouches only for what zlib would answer as well: after a false,
@@ -28,7 +28,7 @@ class FastInflater {
   /// The next bytes of the stream; true if they filled `target`.
   [[nodiscard]] bool fill(std::span<std::byte> target) noexcept;
 
-  /// Everything, the checksum included, and how many bytes it was.
+  /// Everything, the checksum included, and how many bytes it was; instead of fill().
   [[nodiscard]] std::optional<std::uint64_t> inflateAll(std::span<std::byte> target) noexcept;
 
   /// Bytes of input behind which zlib stands at most, the last begun byte and readAhead() included.
@@ -48,4 +48,4 @@ class FastInflater {
   const std::byte* begin_ = nullptr;
 };
 
-}  // namespace Kelbor::MathModule::Kernels
+}  // namespace Kelbor::Platform

@@ -1,9 +1,9 @@
 // The build without a fast engine: no stream is taken.
 
-#include "procedures/kernels/fast_inflater.hpp"
-#include "procedures/kernels/inflate_engines.hpp"
+#include "platform/fast_inflater.hpp"
+#include "platform/inflate_engines.hpp"
 
-namespace Kelbor::MathModule::Kernels {
+namespace Kelbor::Platform {
 
 std::vector<InflateEngine> inflateEngines() {
   return {InflateEngine::zlib};
@@ -35,4 +35,4 @@ bool FastInflater::endsHere() noexcept {
   return false;
 }
 
-}  // namespace Kelbor::MathModule::Kernels
+}  // namespace Kelbor::Platform

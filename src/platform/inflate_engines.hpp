@@ -2,7 +2,7 @@
 
 #include <vector>
 
-namespace Kelbor::MathModule::Kernels {
+namespace Kelbor::Platform {
 
 /// What inflates the stored streams. zlib is always there and its answers are the defined ones; a
 /// fast engine is tried first where the build has one, and counts only where it must agree.
@@ -18,4 +18,4 @@ void useInflateEngine(InflateEngine engine);
 /// Back to the first engine, but zlib for so little data that setting up costs the most.
 void useBestInflateEngine();
 
-}  // namespace Kelbor::MathModule::Kernels
+}  // namespace Kelbor::Platform

@@ -4,11 +4,11 @@
 #include <atomic>
 #include <new>
 
+#include "platform/fast_inflater.hpp"
 #include "platform/idle_pool.hpp"
-#include "procedures/kernels/fast_inflater.hpp"
-#include "procedures/kernels/inflate_engines.hpp"
+#include "platform/inflate_engines.hpp"
 
-namespace Kelbor::MathModule::Kernels {
+namespace Kelbor::Platform {
 namespace {
 
 // igzip makes larger tables for each block than zlib, which pays off from about these sizes.
@@ -68,7 +68,7 @@ struct FastInflater::Engine {
 // thread of the host that ever read, and could be gone when a thread reads at its very end.
 struct FastInflater::IdleEngines {
   static void end(Engine* engine) { delete engine; }
-  using Pool = Platform::IdlePool<Engine, end>;
+  using Pool = IdlePool<Engine, end>;
 
   static constinit Pool pool;
   static const Pool::Owner owner;
@@ -119,15 +119,13 @@ bool FastInflater::fill(std::span<std::byte> target) noexcept {
 }
 
 std::optional<std::uint64_t> FastInflater::inflateAll(std::span<std::byte> target) noexcept {
-  std::span<std::byte> unwritten = target;
-  while (!unwritten.empty()) {
-    const std::size_t wanted = unwritten.size();
-    if (!engine_->run(unwritten)) return std::nullopt;
-    if (engine_->hasEnded()) return target.size() - unwritten.size();
-    if (unwritten.size() == wanted) return std::nullopt;
-  }
-  if (!endsHere()) return std::nullopt;
-  return target.size();
+  // In one go igzip decodes straight into the target, not by way of its own 64 KiB.
+  inflate_state& state = engine_->state;
+  state.next_out = reinterpret_cast<std::uint8_t*>(target.data());
+  state.avail_out =
+      static_cast<std::uint32_t>(std::min<std::size_t>(target.size(), kLargestOutputStep));
+  if (::isal_inflate_stateless(&state) != ISAL_DECOMP_OK) return std::nullopt;
+  return state.total_out;
 }
 
 std::uint64_t FastInflater::position() const noexcept {
@@ -150,4 +148,4 @@ bool FastInflater::endsHere() noexcept {
   return engine_->run(room) && !room.empty() && engine_->hasEnded();
 }
 
-}  // namespace Kelbor::MathModule::Kernels
+}  // namespace Kelbor::Platform
