@@ -1,7 +1,8 @@
-# What a consumer finds: the library, its header, a CMake package and a pkg-config file.
+# What a consumer finds: the libraries, their headers, a CMake package and pkg-config files.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS morvex-ensg EXPORT morvex-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS morvex-ensg morvex_guard EXPORT morvex-targets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY include/morvex DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(EXPORT morvex-targets NAMESPACE morvex:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/morvex)
 
