@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
-#include <locale>
 #include <map>
 #include <sstream>
 #include <thread>
@@ -12,6 +11,7 @@
 
 #include "core/error.hpp"
 #include "fake_procedure.hpp"
+#include "support/grouping_host.hpp"
 #include "support/log_capture.hpp"
 
 namespace Kelbor {
@@ -73,26 +73,8 @@ TEST(Log, FileTakesAllLevelsUntilItIsGivenUp) {
   EXPECT_EQ(log.text(), "WARNING: back\nWARNING: again\n") << "a lost file silences";
 }
 
-/// A locale that groups digits, as that of many a desktop program; global for as long as it lives.
-class GroupingHost {
- public:
-  GroupingHost()
-      : before_(std::locale::global(std::locale(std::locale::classic(), new Grouping))) {}
-  ~GroupingHost() { std::locale::global(before_); }
-  GroupingHost(const GroupingHost&) = delete;
-  GroupingHost& operator=(const GroupingHost&) = delete;
-
- private:
-  struct Grouping : std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-  };
-  std::locale before_;
-};
-
 TEST(Log, NumbersFollowNoLocale) {
-  const GroupingHost host;
+  const morvex::GroupingHost host;
   const LogCapture log;
   getLogger().warning() << -1234567 << " " << std::uint64_t{18446744073709551615U} << " "
                         << std::numeric_limits<std::int64_t>::min();

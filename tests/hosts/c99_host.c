@@ -1,13 +1,12 @@
-/* A host in plain C: every function of the header is there to be linked. */
-#include <stdio.h>
-#include <string.h>
-
+/* A host in plain C: every function of the header is there to be linked, and a file is read.
+   Usage: c99_host FILE */
+#include "host_file.h"
 #include "morvex/morvex_ensg.h"
 
 typedef void (*AnyFunction)(void);
 #define ADDRESS(name) ((AnyFunction)(name))
 
-int main(void) {
+int main(int argc, char** argv) {
   const AnyFunction all[] = {ADDRESS(MX_openFile),
                              ADDRESS(MX_exit),
                              ADDRESS(MX_setNumberOfOmpThreads),
@@ -49,8 +48,11 @@ int main(void) {
                              ADDRESS(MX_getConstantValue),
                              ADDRESS(MX_hasBorderFaces),
                              ADDRESS(MX_getBorderFacesConnByType)};
+  const HostLibrary library = {MX_openFile, MX_getNumberOfParts, MX_getPartCoordinates,
+                               MX_getVariableByComponent, MX_exit};
   char release[20];
   size_t i;
+  if (argc != 2) return 2;
   memset(release, 'x', sizeof release);
   if (MX_getReaderRelease(release) != 0 || strcmp(release, "7.0.1") != 0 || release[19] != 0) {
     printf("unexpected release %.20s\n", release);
@@ -60,5 +62,6 @@ int main(void) {
     if (!all[i]) return 1;
   }
   if (sizeof all / sizeof all[0] != 41) return 1;
-  return MX_openFile("no such file", 0) == -1 && MX_getNumberOfParts() == 0 ? 0 : 1;
+  if (MX_openFile("no such file", 0) != -1 || MX_getNumberOfParts() != 0) return 1;
+  return hostReads(&library, argv[1]) ? 0 : 1;
 }
