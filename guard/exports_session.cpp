@@ -40,7 +40,7 @@ mxg_code mxg_open_file(const char* path, uint64_t host_value) {
     call.session.facts.reset();
     call.session.paths.clear();
     if (MX_openFile(path, host_value) != 0) {
-      refuse(MXG_CANNOT_OPEN, "can't open " + std::string(path) + "; the message log tells why");
+      refuse(MXG_CANNOT_OPEN, "Can't open " + std::string(path) + "; the message log tells why");
     }
     call.session.facts.emplace();
   });

@@ -1,6 +1,6 @@
 #include "array_list.hpp"
 
-#include "morvex/morvex_ensg.h"
+#include <algorithm>
 
 namespace morvex::tools {
 namespace {
@@ -16,7 +16,7 @@ class ModelArrays {
       push(part.isBlock() ? ArrayKind::blockCoordinates : ArrayKind::coordinates);
     }
     if (!hasState_ || part.isBlock()) return;
-    for (int type = 0; type < MX_ELEMENT_TYPES; ++type) {
+    for (int type = 0; type < MXG_ELEMENT_TYPES; ++type) {
       if (part.elements[static_cast<std::size_t>(type)] != 0) addElements(type);
     }
     for (int type = 0; type < kNSided; ++type) {
@@ -72,7 +72,7 @@ std::vector<ArrayId> variableArrays(const Contents& contents, const Section& sec
   }
   const int geometryStep = reader.geometryStep(variable, section.step);
   if (variable.isMeasured) {
-    if (reader.particleCount(geometryStep) != 0) addComponents(variable, array, arrays);
+    if (readParticleCount(geometryStep) != 0) addComponents(variable, array, arrays);
     return arrays;
   }
   const std::vector<Part>& parts = reader.parts(geometryStep);
@@ -82,7 +82,7 @@ std::vector<ArrayId> variableArrays(const Contents& contents, const Section& sec
     if (parts[i].isBlock() || variable.location == Variable::kPerNode) {
       if (parts[i].nodes != 0) addComponents(variable, array, arrays);
     } else if (variable.location == Variable::kPerElement) {
-      for (int type = 0; type < MX_ELEMENT_TYPES; ++type) {
+      for (int type = 0; type < MXG_ELEMENT_TYPES; ++type) {
         array.elementType = type;
         if (parts[i].elements[static_cast<std::size_t>(type)] != 0) {
           addComponents(variable, array, arrays);
@@ -101,7 +101,7 @@ bool isAbsent(const Contents& contents, int variable, int step, ArrayReader& rea
       if (!reader.read(array).empty()) return false;
     }
   } catch (const ReadFailure& failure) {
-    return failure.isMissing();
+    return failure.code() == MXG_NO_SUCH_DATA;
   }
   return false;
 }
@@ -143,7 +143,7 @@ std::vector<ArrayId> arraysOf(const Contents& contents, const Section& section,
                               ArrayReader& reader) {
   if (section.of == Section::Of::variable) return variableArrays(contents, section, reader);
   if (section.of == Section::Of::particles) {
-    if (reader.particleCount(section.step) == 0) return {};
+    if (readParticleCount(section.step) == 0) return {};
     return {{.kind = ArrayKind::particles, .step = section.step}};
   }
   const bool hasState = contents.model.stateAt(section.step) == section.step;

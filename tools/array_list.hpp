@@ -23,8 +23,8 @@ void settleStaticVariables(Contents& contents, ArrayReader& reader);
 /// particles, then variable by variable.
 [[nodiscard]] std::vector<Section> sectionsOf(const Contents& contents);
 
-/// The arrays of a section that have values, in the order of parts, types and components. Throws
-/// what the library does where sizes can't be told.
+/// The arrays of a section that have values, in the order of parts, types and components.
+/// AskFailure where sizes can't be told.
 [[nodiscard]] std::vector<ArrayId> arraysOf(const Contents& contents, const Section& section,
                                             ArrayReader& reader);
 

@@ -3,13 +3,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "answers.hpp"
 #include "contents.hpp"
 
 namespace morvex::tools {
@@ -47,21 +46,6 @@ struct DatasetValues {
   std::span<const std::byte> bytes;
 };
 
-/// An array that can't be read.
-class ReadFailure : public std::runtime_error {
- public:
-  ReadFailure(std::string path, const std::string& reason, bool isMissing = false)
-      : std::runtime_error(reason), path_(std::move(path)), isMissing_(isMissing) {}
-  /// Of the dataset, as the file names it.
-  [[nodiscard]] const std::string& path() const noexcept { return path_; }
-  /// Whether the file has no such dataset.
-  [[nodiscard]] bool isMissing() const noexcept { return isMissing_; }
-
- private:
-  std::string path_;
-  bool isMissing_;
-};
-
 /// Memory without initial values that is used again; the largest size that was asked for stays.
 class Scratch {
  public:
@@ -83,31 +67,27 @@ class ArrayReader {
   explicit ArrayReader(const Contents& contents) : contents_(contents) {}
 
   /// The values stay until the next question. Empty if the variable isn't defined on the part.
-  /// Throws ReadFailure, whatever the library threw.
+  /// Throws ReadFailure; AskFailure where it can't be told which dataset is meant.
   std::span<const DatasetValues> read(const ArrayId& array);
 
   /// The parts of the model at a step; those of the last asked step are kept.
   const std::vector<Part>& parts(int step);
-
-  /// The number of particles at a step.
-  [[nodiscard]] int particleCount(int step) const;
 
   /// The step of a variable's geometry whose sizes hold at a step of the variable: the same number
   /// for the same time set, else the last one that is not later.
   [[nodiscard]] int geometryStep(const Variable& variable, int step) const;
 
  private:
-  struct Target {
-    std::string name;    ///< of the dataset
-    std::int64_t count;  ///< of values; one below zero is for the library to refuse
-    std::size_t size;    ///< bytes of a value
-  };
-  using Question = std::function<int()>;
+  /// Asks for an array of `T`, or for three of one size, as answerOf does, and publishes it.
+  template <class T, class Ask>
+  void readOne(const Ask& ask);
+  template <class Ask>
+  void readAxes(const Ask& ask);
+  /// Makes room for a dataset of the question that was just asked.
+  void makeRoom(std::size_t index, std::uint64_t bytes);
+  /// The datasets of the question that was just answered.
+  void publish(mxg_code code, std::size_t datasets);
 
-  /// Makes room for the targets, asks, and publishes what came.
-  void ask(const std::string& group, const std::vector<Target>& targets, const Question& question);
-  void makeRoom(const std::vector<Target>& targets);
-  std::size_t failedTarget(std::size_t targets, const Question& question);
   template <class T>
   [[nodiscard]] T* values(std::size_t index) {
     return reinterpret_cast<T*>(scratch_[index].bytes().data());

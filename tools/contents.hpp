@@ -13,7 +13,7 @@ namespace morvex::tools {
 /// The session of the library, of which a process has one. Ends it on destruction.
 class OpenFile {
  public:
-  /// Throws std::runtime_error if the library refuses the file; it has told why in its log.
+  /// AskFailure if the library refuses the file; it has told why in its log.
   explicit OpenFile(const std::string& path);
   ~OpenFile();
   OpenFile(const OpenFile&) = delete;
@@ -39,7 +39,7 @@ struct Part {
   int id = 0;
   int type = 0;  ///< 0 unstructured, else a structured block
   std::string name;
-  int nodes = 0;  ///< below zero if there are too many for the interface
+  std::uint64_t nodes = 0;
   ElementCounts elements{};
   std::array<std::int32_t, 4> extents{};  ///< of a block
   ElementCounts borderFaces{};
@@ -82,7 +82,7 @@ struct Contents {
   std::vector<std::vector<float>> timeSets;  ///< the times of each set
   Geometry model;
   Geometry measured;
-  int partCount = 0;
+  std::uint64_t partCount = 0;
   std::vector<Variable> variables;
   /// Questions that the library could not answer, with its reasons.
   std::vector<std::string> problems;
@@ -91,13 +91,16 @@ struct Contents {
 /// Asks the open session. What can't be answered is left empty and told in `problems`.
 [[nodiscard]] Contents readContents();
 
-/// The parts of the model at one of its steps, border faces included. Throws what the library does.
+/// The parts of the model at one of its steps, border faces included. AskFailure.
 [[nodiscard]] std::vector<Part> readParts(const Contents& contents, int step);
+
+/// The number of particles at one of their steps. AskFailure.
+[[nodiscard]] std::uint64_t readParticleCount(int step);
 
 /// The box of the model at one of its steps; nothing where the file has none.
 [[nodiscard]] std::optional<Box> readBox(const Contents& contents, int step);
 
-/// The value of a constant at a step. Throws what the library does.
+/// The value of a constant at a step. AskFailure.
 [[nodiscard]] float readConstant(int variable, int step);
 
 }  // namespace morvex::tools

@@ -14,7 +14,6 @@
 #include "array_list.hpp"
 #include "exit_codes.hpp"
 #include "failure_text.hpp"
-#include "morvex/morvex_ensg.h"
 #include "output_streams.hpp"
 #include "text_table.hpp"
 #include "writer/crash_box.hpp"
@@ -170,7 +169,7 @@ class Demo {
       const int part = static_cast<int>(i);
       expect(static_cast<std::size_t>(parts[i].nodes) == model_.nodeCount(part),
              "nodes of part " + parts[i].name);
-      for (int type = 0; type < MX_ELEMENT_TYPES; ++type) {
+      for (int type = 0; type < MXG_ELEMENT_TYPES; ++type) {
         expect(static_cast<std::size_t>(parts[i].elements[static_cast<std::size_t>(type)]) ==
                    model_.elementCount(part, type),
                "elements of part " + parts[i].name + ", " + elementName(type));
@@ -252,33 +251,34 @@ class Demo {
   /// Ids are made by the library: nodes and elements count from 0 in each part, particles from 1.
   void checkIds() {
     Outcome outcome;
-    const auto check = [&](int count, int first, const auto& ask, const std::string& what) {
-      std::vector<int> ids(static_cast<std::size_t>(count));
-      std::vector<int> expected(ids.size());
+    const auto check = [&](std::uint64_t count, int first, const auto& ask,
+                           const std::string& what) {
+      const auto ids = answerOf<std::int32_t>(ask);
+      std::vector<std::int32_t> expected(static_cast<std::size_t>(count));
       std::iota(expected.begin(), expected.end(), first);
-      comparison_.require(ask(ids.data()) == 0 && ids == expected, what, outcome);
+      comparison_.require(ids == expected, what, outcome);
       outcome.arrays += 1;
-      outcome.bytes += ids.size() * sizeof(int);
+      outcome.bytes += ids.size() * sizeof(std::int32_t);
     };
     const auto start = Clock::now();
     const std::vector<Part>& parts = reader_.parts(0);
     for (int p = 0; p < static_cast<int>(parts.size()); ++p) {
       const Part& part = parts[static_cast<std::size_t>(p)];
-      check(
-          part.nodes, 0, [&](int* ids) { return MX_getPartNodeIds(0, p, ids); }, "node ids");
+      const auto nodeIds = [&](auto... out) { return mxg_get_part_node_ids(0, p, out...); };
+      check(part.nodes, 0, nodeIds, "node ids");
       int first = 0;
-      for (int type = 0; type < MX_ELEMENT_TYPES; ++type) {
-        const int count = part.elements[static_cast<std::size_t>(type)];
+      for (int type = 0; type < MXG_ELEMENT_TYPES; ++type) {
+        const std::uint64_t count = part.elements[static_cast<std::size_t>(type)];
         if (count == 0) continue;
-        check(
-            count, first, [&](int* ids) { return MX_getPartElementIds(0, p, type, ids); },
-            "element ids");
-        first += count;
+        const auto elementIds = [&](auto... out) {
+          return mxg_get_part_element_ids(0, p, type, out...);
+        };
+        check(count, first, elementIds, "element ids");
+        first += static_cast<int>(count);
       }
     }
-    check(
-        reader_.particleCount(0), 1, [](int* ids) { return MX_getMeasuredParticleIds(0, ids); },
-        "particle ids");
+    const auto particleIds = [](auto... out) { return mxg_get_measured_particle_ids(0, out...); };
+    check(readParticleCount(0), 1, particleIds, "particle ids");
     outcome.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     totals_["ids"].add(outcome);
     all_.add(outcome);
@@ -311,7 +311,7 @@ int compare(const std::string& path, const CrashBox::Options& options, OutputStr
   std::optional<OpenFile> file;
   try {
     file.emplace(path);
-  } catch (const std::runtime_error& failure) {
+  } catch (const AskFailure& failure) {
     put(streams.messages(), std::string("morvex-demo: ") + failure.what() + "\n");
     return kCannotOpen;
   }

@@ -4,8 +4,7 @@
 
 namespace morvex::tools {
 
-/// What the exception in flight says, in one line. To be called in a catch block; knows the
-/// standard exceptions and those of the library, and names the class of any other.
+/// What the exception in flight says, in one line. To be called in a catch block.
 [[nodiscard]] std::string failureText();
 
 }  // namespace morvex::tools

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "answers.hpp"
 #include "failure_text.hpp"
-#include "morvex/morvex_ensg.h"
 #include "text_table.hpp"
 
 namespace morvex::tools {
@@ -21,11 +21,11 @@ void attempt(Info& info, const std::string& question, const Ask& ask) {
 
 std::string elementsText(const ElementCounts& counts) {
   std::string text;
-  for (int type = 0; type < MX_ELEMENT_TYPES; ++type) {
+  for (int type = 0; type < MXG_ELEMENT_TYPES; ++type) {
     const auto count = counts[static_cast<std::size_t>(type)];
     if (count == 0) continue;
     if (!text.empty()) text += ", ";
-    text += elementName(type) + " " + std::to_string(static_cast<std::uint32_t>(count));
+    text += elementName(type) + " " + std::to_string(count);
   }
   return text.empty() ? "-" : text;
 }
@@ -73,17 +73,16 @@ std::string timeSetTables(const Contents& contents) {
 std::string partTables(const Info& info) {
   TextTable parts({">part", ">id", "name", "shape", ">nodes", "elements"});
   TextTable faces({">part", "border faces"});
-  std::array<std::uint64_t, MX_ELEMENT_TYPES> totals{};
+  std::array<std::uint64_t, MXG_ELEMENT_TYPES> totals{};
   std::uint64_t nodes = 0;
   for (std::size_t i = 0; i < info.parts.size(); ++i) {
     const Part& part = info.parts[i];
-    const auto partNodes = static_cast<std::uint32_t>(part.nodes);
-    nodes += partNodes;
+    nodes += part.nodes;
     for (std::size_t type = 0; type < totals.size(); ++type) {
-      totals[type] += static_cast<std::uint32_t>(part.elements[type]);
+      totals[type] += part.elements[type];
     }
     parts.row({std::to_string(i), std::to_string(part.id), shownText(part.name), partShape(part),
-               std::to_string(partNodes), elementsText(part.elements)});
+               std::to_string(part.nodes), elementsText(part.elements)});
     if (std::ranges::any_of(part.borderFaces, [](auto count) { return count != 0; })) {
       faces.row({std::to_string(i), elementsText(part.borderFaces)});
     }
@@ -187,9 +186,7 @@ Info readInfo(const std::string& path, int step) {
   info.path = path;
   info.step = step;
   info.contents = readContents();
-  std::array<char, 20> release{};
-  MX_getReaderRelease(release.data());
-  info.release = release.data();
+  info.release = textOf(&mxg_get_reader_release);
   const Contents& contents = info.contents;
   if (contents.model.isPresent() && step >= contents.model.steps) {
     info.contents.problems.push_back("There is no step " + std::to_string(step) +
@@ -203,7 +200,7 @@ Info readInfo(const std::string& path, int step) {
     if (!measured.isPresent()) return;
     const int states = measured.stateAt(measured.steps - 1) + 1;
     for (int state = 0; state < states; ++state) {
-      info.particles.push_back(MX_getNumberOfMeasuredParticles(state));
+      info.particles.push_back(readParticleCount(state));
     }
   });
   info.constants.resize(contents.variables.size());

@@ -17,7 +17,7 @@ struct Info {
   Contents contents;
   std::vector<Part> parts;
   std::optional<Box> box;
-  std::vector<int> particles;                 ///< their number for each state; empty without any
+  std::vector<std::uint64_t> particles;       ///< their number for each state; empty without any
   std::vector<std::vector<float>> constants;  ///< by variable; empty for those with arrays
 };
 

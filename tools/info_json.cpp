@@ -12,8 +12,8 @@ using Json = nlohmann::ordered_json;
 /// Counts by the name of the type, those that are not 0.
 Json countsJson(const ElementCounts& counts) {
   Json object = Json::object();
-  for (int type = 0; type < MX_ELEMENT_TYPES; ++type) {
-    const auto count = static_cast<std::uint32_t>(counts[static_cast<std::size_t>(type)]);
+  for (int type = 0; type < MXG_ELEMENT_TYPES; ++type) {
+    const std::uint64_t count = counts[static_cast<std::size_t>(type)];
     if (count != 0) object[elementName(type)] = count;
   }
   return object;
@@ -35,7 +35,7 @@ Json partJson(const Part& part) {
   Json object{{"id", part.id},
               {"name", part.name},
               {"type", part.type},
-              {"nodes", static_cast<std::uint32_t>(part.nodes)},
+              {"nodes", part.nodes},
               {"elements", countsJson(part.elements)},
               {"borderFaces", countsJson(part.borderFaces)}};
   if (part.isBlock()) object["extents"] = part.extents;

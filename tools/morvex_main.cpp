@@ -1,15 +1,15 @@
 // The program `morvex`: tells what is in a result file and checks that all of it can be read. It
-// sees the library through its public header alone, as any host does.
+// asks through the guard, as any host may.
 
 #include <CLI/CLI.hpp>
 #include <array>
 #include <iostream>
 #include <map>
 
+#include "answers.hpp"
 #include "exit_codes.hpp"
 #include "failure_text.hpp"
 #include "info.hpp"
-#include "morvex/morvex_ensg.h"
 #include "verify.hpp"
 
 namespace morvex::tools {
@@ -37,12 +37,6 @@ std::vector<std::string> parserArguments(int argc, char** argv) {
   return arguments;
 }
 
-std::string release() {
-  std::array<char, 20> text{};
-  MX_getReaderRelease(text.data());
-  return text.data();
-}
-
 int runInfo(const Arguments& arguments, OutputStreams& streams) {
   const Info info = readInfo(arguments.file, arguments.step);
   put(streams.data(), arguments.asJson ? infoJson(info) : infoText(info));
@@ -53,7 +47,7 @@ int runInfo(const Arguments& arguments, OutputStreams& streams) {
 }
 
 int runVerify(const Arguments& arguments, OutputStreams& streams) {
-  if (arguments.threads > 0) MX_setNumberOfOmpThreads(arguments.threads);
+  if (arguments.threads > 0) require(mxg_set_number_of_omp_threads(arguments.threads));
   Contents contents = readContents();
   const Tally tally = verify(contents, arguments.order, arguments.seed, streams);
   return tally.failures == 0 ? kAllWell : kDataFailed;
@@ -63,9 +57,8 @@ int runOpened(const Arguments& arguments, bool isInfo, OutputStreams& streams) {
   std::optional<OpenFile> file;
   try {
     file.emplace(arguments.file);
-  } catch (const std::runtime_error& failure) {
-    put(streams.messages(),
-        std::string("morvex: ") + failure.what() + "; the message log tells why\n");
+  } catch (const AskFailure& failure) {
+    put(streams.messages(), std::string("morvex: ") + failure.what() + "\n");
     return kCannotOpen;
   }
   return isInfo ? runInfo(arguments, streams) : runVerify(arguments, streams);
@@ -92,7 +85,7 @@ int main(int argc, char** argv) {
   Arguments arguments;
   CLI::App app("Tells what is in a compressed finite-element result file, and checks it.",
                "morvex");
-  app.set_version_flag("--version", "morvex " + release());
+  app.set_version_flag("--version", "morvex " + textOf(&mxg_get_reader_release));
   app.require_subcommand(1);
   app.add_option("--log-file", arguments.logFile,
                  "also -lf LOGFILENAME: the library's messages go to this file instead of\n"

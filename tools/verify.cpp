@@ -5,7 +5,6 @@
 
 #include "failure_text.hpp"
 #include "hash.hpp"
-#include "morvex/morvex_ensg.h"
 #include "progress_bar.hpp"
 #include "text_table.hpp"
 
@@ -48,7 +47,7 @@ class Verification {
     for (const Section& section : sections) {
       // Hosts say so once they are through with the geometry.
       const bool isModel = section.of == Section::Of::model;
-      if (wasModel && !isModel) MX_finishedGeometryProcessing();
+      if (wasModel && !isModel) require(mxg_finished_geometry_processing());
       wasModel = isModel;
       guarded(sectionName(contents_, section), [&] {
         std::vector<ArrayId> arrays = arraysOf(contents_, section, reader_);
