@@ -29,6 +29,20 @@ class InputWriter : public boost::static_visitor<void> {
   ByteWriter& out_;
 };
 
+void append(Bytes& classStream, const ByteWriter& values) {
+  classStream.insert(classStream.end(), values.bytes().begin(), values.bytes().end());
+}
+
+Bytes blockOf(const Recipe& recipe) {
+  ByteWriter out(kFirstVersion);
+  out.text("DC").u64(recipe.classStream.size()).raw(recipe.classStream);
+  out.u64(recipe.inputCounts.size()).array(recipe.inputCounts).u64(recipe.inputs.size());
+  for (const Recipe::Input& input : recipe.inputs) boost::apply_visitor(InputWriter(out), input);
+  out.u64(recipe.outputKeys.size());
+  for (const std::string& key : recipe.outputKeys) out.countedText(key);
+  return out.take();
+}
+
 }  // namespace
 
 Recipe::Input chainInput(std::uint32_t index) {
@@ -43,43 +57,52 @@ Recipe::Input external(std::string datasetKey, bool optional) {
   return ExternalReference{0, std::move(datasetKey), kUncompressedKey, optional};
 }
 
+RecipeBuilder::RecipeBuilder(std::string label) {
+  entry_.label = std::move(label);
+  entry_.recipe.classStream = ByteWriter(kFirstVersion).take();
+}
+
 std::uint32_t RecipeBuilder::add(ClassTag tag, std::vector<Recipe::Input> inputs,
                                  const std::string& outputKey) {
-  classes_.i32(static_cast<std::int32_t>(tag));
+  append(entry_.recipe.classStream, ByteWriter().i32(static_cast<std::int32_t>(tag)));
   return addWiring(std::move(inputs), outputKey);
 }
 
 std::uint32_t RecipeBuilder::addParallel(ClassTag inner, std::vector<Recipe::Input> inputs,
                                          const std::string& outputKey) {
   const Bytes block = ByteWriter(kFirstVersion).i32(static_cast<std::int32_t>(inner)).take();
-  classes_.i32(static_cast<std::int32_t>(ClassTag::parallelWrapper)).u64(block.size()).raw(block);
+  append(entry_.recipe.classStream, ByteWriter()
+                                        .i32(static_cast<std::int32_t>(ClassTag::parallelWrapper))
+                                        .u64(block.size())
+                                        .raw(block));
   return addWiring(std::move(inputs), outputKey);
 }
 
 std::uint32_t RecipeBuilder::addWiring(std::vector<Recipe::Input> inputs,
                                        const std::string& outputKey) {
-  inputCounts_.push_back(static_cast<std::uint32_t>(inputs.size()));
-  inputs_.insert(inputs_.end(), inputs.begin(), inputs.end());
-  outputKeys_.push_back(outputKey);
-  return static_cast<std::uint32_t>(outputKeys_.size() - 1);
+  Recipe& recipe = entry_.recipe;
+  recipe.inputCounts.push_back(static_cast<std::uint32_t>(inputs.size()));
+  recipe.inputs.insert(recipe.inputs.end(), inputs.begin(), inputs.end());
+  recipe.outputKeys.push_back(outputKey);
+  return static_cast<std::uint32_t>(recipe.outputKeys.size() - 1);
 }
 
 Bytes RecipeBuilder::block() const {
-  ByteWriter out(kFirstVersion);
-  out.text("DC").u64(classes_.bytes().size()).raw(classes_.bytes());
-  out.u64(inputCounts_.size()).array(inputCounts_).u64(inputs_.size());
-  for (const Recipe::Input& input : inputs_) boost::apply_visitor(InputWriter(out), input);
-  out.u64(outputKeys_.size());
-  for (const std::string& key : outputKeys_) out.countedText(key);
-  return out.take();
+  return blockOf(entry_.recipe);
 }
 
 Bytes recipeListBytes(std::span<const RecipeBuilder> recipes) {
+  std::vector<ZipRecipe> entries;
+  for (const RecipeBuilder& recipe : recipes) entries.push_back(recipe.entry());
+  return recipeListBytes(entries);
+}
+
+Bytes recipeListBytes(std::span<const ZipRecipe> recipes) {
   ByteWriter out(kFirstVersion);
   out.i32(static_cast<std::int32_t>(recipes.size()));
-  for (const RecipeBuilder& recipe : recipes) {
-    const Bytes block = recipe.block();
-    out.i32(static_cast<std::int32_t>(block.size())).raw(block).text(recipe.label()).u8(0);
+  for (const auto& [recipe, label] : recipes) {
+    const Bytes block = blockOf(recipe);
+    out.i32(static_cast<std::int32_t>(block.size())).raw(block).text(label).u8(0);
   }
   return out.take();
 }

@@ -33,7 +33,7 @@ enum class ClassTag : std::int32_t {
 /// A chain of procedures, written down in the order in which they are made.
 class RecipeBuilder {
  public:
-  explicit RecipeBuilder(std::string label) : label_(std::move(label)) {}
+  explicit RecipeBuilder(std::string label);
 
   /// Appends a procedure and returns its number. An empty key leaves its result without a name.
   std::uint32_t add(ClassTag tag, std::vector<Recipe::Input> inputs,
@@ -42,22 +42,21 @@ class RecipeBuilder {
   std::uint32_t addParallel(ClassTag inner, std::vector<Recipe::Input> inputs,
                             const std::string& outputKey = {});
 
-  [[nodiscard]] const std::string& label() const noexcept { return label_; }
+  [[nodiscard]] const std::string& label() const noexcept { return entry_.label; }
+  /// What readers make of it.
+  [[nodiscard]] const ZipRecipe& entry() const noexcept { return entry_; }
   /// The stored form without its length: version, "DC", classes, wiring, keys.
   [[nodiscard]] Bytes block() const;
 
  private:
   std::uint32_t addWiring(std::vector<Recipe::Input> inputs, const std::string& outputKey);
 
-  std::string label_;
-  ByteWriter classes_{MetadataVersion{0, 0, 0}};
-  std::vector<Recipe::Input> inputs_;
-  std::vector<std::uint32_t> inputCounts_;
-  std::vector<std::string> outputKeys_;
+  ZipRecipe entry_;
 };
 
 /// The record "recipes".
 [[nodiscard]] Bytes recipeListBytes(std::span<const RecipeBuilder> recipes);
+[[nodiscard]] Bytes recipeListBytes(std::span<const ZipRecipe> recipes);
 
 /// How the integers of a dataset are rebuilt from its payload, and what is made of them.
 struct ValueRecipe {

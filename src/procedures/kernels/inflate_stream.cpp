@@ -180,7 +180,7 @@ PlaneChunkGeometry PlaneChunkGeometry::of(std::uint32_t chunkSizeInBytes, std::s
       static_cast<std::uint64_t>(static_cast<double>(g.chunkBytes) * kGrowth) + kStreamBytes;
   g.remainder = valueCount % g.valuesPerChunk;
   g.chunkCount = valueCount / g.valuesPerChunk + (g.remainder != 0 ? 1 : 0);
-  g.swapBytes = g.remainder != 0 && g.chunkCount == 1 ? g.remainder * width : g.chunkBytes;
+  g.swapBytes = std::min(valueCount, g.valuesPerChunk) * width;
   return g;
 }
 

@@ -167,6 +167,14 @@ TYPED_TEST(PlaneStreams, ChunksRoundTrip) {
   }
 }
 
+TYPED_TEST(PlaneStreams, SwapIsNeverLargerThanTheValues) {
+  constexpr std::uint32_t kHuge = 0x7FFFFFFF;  // a file may claim any size of its chunks
+  constexpr std::size_t kWidth = sizeof(TypeParam);
+  EXPECT_EQ(PlaneChunkGeometry::of(kHuge, kWidth, 0).swapBytes, 0U);
+  EXPECT_EQ(PlaneChunkGeometry::of(kHuge, kWidth, 3).swapBytes, 3 * kWidth);
+  EXPECT_EQ(PlaneChunkGeometry::of(2 * kWidth, kWidth, 3).swapBytes, 2 * kWidth);
+}
+
 TYPED_TEST(PlaneStreams, EveryTruncationAndFlippedByteDecodesAsDefined) {
   using U = TypeParam;
   constexpr std::size_t kCount = 150;
