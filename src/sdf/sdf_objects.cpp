@@ -36,8 +36,9 @@ void sortByName(SdfGroup::Entries& entries) {
   if (std::ranges::adjacent_find(entries, outOfOrder) == entries.end()) return;
   std::ranges::reverse(entries);
   std::ranges::stable_sort(entries, {}, &Entry::name);
-  const auto repeated = std::ranges::unique(entries, {}, &Entry::name);
-  entries.erase(repeated.begin(), repeated.end());
+  // clang 14 can't look into the range that std::ranges::unique of this library returns.
+  const auto sameName = [](const Entry& a, const Entry& b) { return a.name == b.name; };
+  entries.erase(std::unique(entries.begin(), entries.end(), sameName), entries.end());
 }
 
 }  // namespace
