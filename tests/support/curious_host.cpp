@@ -5,18 +5,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 #include <map>
 #include <memory>
 
-#include "core/error.hpp"
 #include "morvex/morvex_ensg.h"
 #include "reader/element_types.hpp"
+#include "support/defined_failure.hpp"
 
 namespace morvex {
 namespace {
 
 constexpr int kTypes = MX_ELEMENT_TYPES;
+constexpr std::uint64_t kFailed = 0xCBF29CE484222325U;
 /// Takes every name: all that matters is that nothing is written behind the longest.
 char* nameBuffer() {
   static std::vector<char> longest((std::size_t{1} << 20) + 1);
@@ -36,20 +36,26 @@ class Host {
       askAboutVariables();
       MX_exit();
     }
+    for (const std::uint64_t outcome : result_.outcomes) {
+      result_.digest = mix(result_.digest, outcome);
+    }
     return result_;
   }
 
  private:
-  /// Asks one question; its number counts towards the digest. `otherwise` stands for a failure.
+  /// Asks one question. `otherwise` stands for a failure.
   template <class Question>
   int ask(Question&& question, int otherwise = 0) {
+    result_.outcomes.push_back(kFailed);
     try {
       const int answer = question();
       ++result_.answers;
       note(static_cast<std::uint32_t>(answer));
       return answer;
-    } catch (const std::exception&) {
-    } catch (const Exception&) {
+    } catch (...) {
+      if (std::string undefined = undefinedFailure(); !undefined.empty()) {
+        result_.undefined = std::move(undefined);
+      }
     }
     ++result_.failures;
     return otherwise;
@@ -79,7 +85,11 @@ class Host {
     return bits;
   }
 
-  void note(std::uint64_t bits) { result_.digest = (result_.digest ^ bits) * 0x100000001B3U; }
+  /// Takes a number of the last answer into its outcome.
+  void note(std::uint64_t bits) { result_.outcomes.back() = mix(result_.outcomes.back(), bits); }
+  static std::uint64_t mix(std::uint64_t digest, std::uint64_t bits) {
+    return (digest ^ bits) * 0x100000001B3U;
+  }
 
   void askAboutTime() {
     const int timesets = ask([] { return MX_getNumberOfTimesets(); });

@@ -15,8 +15,13 @@ struct Inquiry {
   std::uint64_t failures = 0;
   /// Arrays that are larger than the host wanted to hold, and were not asked for.
   std::uint64_t passedOver = 0;
-  /// Of all numbers in all answers, in the order of the questions.
+  /// What came of each question, in their order: a digest of all numbers in the answer, or of the
+  /// failure.
+  std::vector<std::uint64_t> outcomes;
+  /// Of all of them.
   std::uint64_t digest = 0;
+  /// The class of an exception that the interface doesn't allow; empty where there was none.
+  std::string undefined;
 };
 
 /// How much a host wants to know.
@@ -33,7 +38,7 @@ struct Curiosity {
 
 /// Opens a file through the exports, asks for everything that it announces, and for a little beyond
 /// its ends, and closes it. Every array is a heap block of exactly the size that the interface
-/// demands. Lets no exception out that the interface allows; any other ends the process.
+/// demands. Lets no exception out.
 Inquiry askEverything(const std::string& path, const Curiosity& curiosity = {});
 
 }  // namespace morvex

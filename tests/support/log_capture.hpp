@@ -31,4 +31,23 @@ class LogCapture {
   std::streambuf* error_;
 };
 
+/// Lets the log go nowhere, at whatever level a session sets it, for as long as it lives.
+class LogDiscard {
+ public:
+  LogDiscard() : output_(std::cout.rdbuf(nullptr)), error_(std::cerr.rdbuf(nullptr)) {
+    getLogger().setLogLevel(LogLevel::silent);
+  }
+  ~LogDiscard() {
+    std::cout.rdbuf(output_);
+    std::cerr.rdbuf(error_);
+    getLogger().setLogLevel(LogLevel::status);
+  }
+  LogDiscard(const LogDiscard&) = delete;
+  LogDiscard& operator=(const LogDiscard&) = delete;
+
+ private:
+  std::streambuf* output_;
+  std::streambuf* error_;
+};
+
 }  // namespace Kelbor
