@@ -1,0 +1,27 @@
+#include "contract.hpp"
+
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+#include "core/log.hpp"
+#include "platform/thread_count.hpp"
+
+namespace morvex::Fuzz {
+
+void requireNone(const std::string& undefined) {
+  if (undefined.empty()) return;
+  std::fprintf(stderr, "Not in the contract: %s\n", undefined.c_str());
+  std::abort();
+}
+
+}  // namespace morvex::Fuzz
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+  // The log finds its streams anew with each file that is opened.
+  std::cout.rdbuf(nullptr);
+  std::cerr.rdbuf(nullptr);
+  Kelbor::getLogger().setLogLevel(Kelbor::LogLevel::silent);
+  Kelbor::Platform::setThreadCount(1);  // a find must come again
+  return 0;
+}
