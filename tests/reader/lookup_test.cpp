@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -248,26 +247,6 @@ TEST_F(LookupTest, BoxesComeInTheOrderOfTheirSource) {
   EXPECT_EQ(MX_getBoundingBox(1, box.data()), 0);
   EXPECT_EQ(box, (std::array<float, 6>{10, 30, 50, 20, 40, 60}));
   expectOutOfRange([&] { MX_getBoundingBox(2, box.data()); });
-}
-
-TEST_F(LookupTest, CountsBeyondTheHostsNumbersAreRefused) {
-  Writer::ResultFileBuilder file;
-  file.part("p").nodes({0}, {0}, {0});
-  Writer::ResultImage image = file.image();
-  Writer::Bytes& geometry = image["/kelbor/geometrymetadata"];
-  // Version, count, three words and a name, then the 64-bit number of nodes.
-  const std::size_t nodes = 12 + 8 + 3 * 4 + file.nameWidth;
-  const std::uint64_t tooMany = std::uint64_t{1} << 31;
-  std::memcpy(geometry.data() + nodes, &tooMany, sizeof tooMany);
-  image.write(path_.string());
-  isOpen_ = MX_openFile(path_.string().c_str(), 0) == 0;
-  ASSERT_TRUE(isOpen_);
-  float value = 77;
-  int id = 77;
-  EXPECT_THROW(MX_getPartCoordinates(0, 0, &value, &value, &value), std::length_error);
-  EXPECT_THROW(MX_getPartNodeIds(0, 0, &id), std::length_error);
-  EXPECT_EQ(value, 77.0F);
-  EXPECT_EQ(id, 77);
 }
 
 }  // namespace

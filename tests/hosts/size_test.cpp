@@ -1,0 +1,217 @@
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/data_manager.hpp"
+#include "morvex/morvex_ensg.h"
+#include "sdf/sdf_file.hpp"
+#include "sdf/sdf_format.hpp"
+#include "support/curious_host.hpp"
+#include "support/log_capture.hpp"
+#include "support/small_file.hpp"
+#include "support/temporary_path.hpp"
+#include "writer/result_file.hpp"
+
+namespace morvex {
+namespace {
+
+using Kelbor::MathModule::SdfFile;
+
+class SizeTest : public testing::Test {
+ protected:
+  Kelbor::LogCapture log_{Kelbor::LogLevel::silent};
+  TemporaryPath path_{"size.sdf"};
+};
+
+constexpr std::uint64_t kFourGibibytes = std::uint64_t{1} << 32;
+
+/// Moves a container's tables up by `distance` bytes and leaves a hole below them: what is added
+/// next stands behind the hole.
+void moveTables(const std::string& path, std::uint64_t distance) {
+  std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+  std::uint64_t tables = 0;
+  file.seekg(Kelbor::MathModule::kTableOffsetPosition);
+  file.read(reinterpret_cast<char*>(&tables), sizeof tables);
+  std::vector<char> region(std::filesystem::file_size(path) - tables);
+  file.seekg(static_cast<std::streamoff>(tables));
+  file.read(region.data(), static_cast<std::streamsize>(region.size()));
+  tables += distance;
+  file.seekp(static_cast<std::streamoff>(tables));
+  file.write(region.data(), static_cast<std::streamsize>(region.size()));
+  file.seekp(Kelbor::MathModule::kTableOffsetPosition);
+  file.write(reinterpret_cast<const char*>(&tables), sizeof tables);
+}
+
+/// "/group/.../name" in its two halves.
+std::pair<std::string, std::string> halvesOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return {path.substr(0, slash), path.substr(slash + 1)};
+}
+
+TEST_F(SizeTest, FileWithDatasetsOnBothSidesOfFourGibibytesIsReadAsASmallOne) {
+  Writer::ResultFileBuilder builder;
+  describeSmallFile(builder);
+  const Writer::ResultImage image = builder.image();
+  image.write(path_.string());
+  const Inquiry expected = askEverything(path_.string());
+  ASSERT_TRUE(expected.opened);
+
+  // Every other dataset first, then the hole, then the others.
+  Writer::ResultImage below = image;
+  std::vector<std::string> above;
+  bool isAbove = false;
+  for (const auto& [name, content] : image.datasets()) {
+    if (isAbove) above.push_back(name);
+    isAbove = !isAbove;
+  }
+  for (const std::string& name : above) below.erase(name);
+  below.write(path_.string());
+  moveTables(path_.string(), kFourGibibytes + 12345);
+  Kelbor::DataManager manager;
+  {
+    SdfFile file(&manager, path_.string(), /*writable=*/true, "", /*compress=*/false);
+    for (const std::string& name : above) {
+      const Writer::Bytes& content = image.at(name);
+      Kelbor::DataProvider source(&manager, Kelbor::DataDimension(Kelbor::DataTypes::kUInt8,
+                                                                  {std::uint64_t{content.size()}}));
+      source.copyMemory(content.data(), content.size());
+      const auto [group, dataset] = halvesOf(name);
+      ASSERT_EQ(file.writeDataset(group, dataset, source, nullptr), 0);
+    }
+  }
+  EXPECT_GT(std::filesystem::file_size(path_.string()), kFourGibibytes);
+
+  std::size_t beyond = 0;
+  std::size_t before = 0;
+  SdfFile file(&manager, path_.string(), /*writable=*/false, "", /*compress=*/false);
+  for (const auto& [name, content] : image.datasets()) {
+    const auto [group, dataset] = halvesOf(name);
+    const auto fields = file.findDataset(group, dataset);
+    ASSERT_TRUE(fields) << name;
+    if (fields->field1 <= Kelbor::MathModule::kMaxInlineSize) continue;
+    ++(fields->field2 > kFourGibibytes ? beyond : before);
+  }
+  EXPECT_GT(beyond, 20U);
+  EXPECT_GT(before, 20U);
+  EXPECT_EQ(askEverything(path_.string()).digest, expected.digest);
+}
+
+constexpr std::uint64_t kTooMany = std::uint64_t{1} << 31;
+constexpr int kTriangle = 6;
+constexpr int kNSided = 30;
+constexpr int kNFaced = 32;
+
+/// A file whose one part claims as many of everything as no host can count.
+void writeHugeCounts(const std::string& path) {
+  Writer::ResultFileBuilder file;
+  file.part("p").nodes({0}, {0}, {0});
+  file.particles().nodes({0}, {0}, {0});
+  file.variable("nodes", Writer::Location::perNode).set({}, {1});
+  file.variable("elements", Writer::Location::perElement).set({.elementType = 0}, {});
+  Writer::ResultImage image = file.image();
+  StoredBox box{};
+  const CaseMetaData record = readCaseMetaData(image.at("/kelbor/casemetadata"), box);
+  auto states = readGeometryMetadata(image.at("/kelbor/geometrymetadata"), record,
+                                     geometryStateCounts(record));
+  for (auto& geometry : states) geometry.at(0).numNodes.at(0) = kTooMany;
+  GeometryMetadata& model = states.at(0).at(0);
+  model.nsidedConnectivitySize.at(0) = kTooMany;
+  model.nfacedConnectivitySize.at(0) = kTooMany;
+  model.nfacedNodesPerFaceSize.at(0) = kTooMany;
+  model.elementCounts.at(0).fill(static_cast<std::uint32_t>(kTooMany));
+  model.borderFaceCounts.at(0).fill(static_cast<std::uint32_t>(kTooMany));
+  image["/kelbor/geometrymetadata"] = Writer::geometryBytes(states, file.nameWidth);
+  image.write(path);
+}
+
+TEST_F(SizeTest, CountsBeyondTheHostsNumbersAreRefusedAndNothingIsWritten) {
+  writeHugeCounts(path_.string());
+  ASSERT_EQ(MX_openFile(path_.string().c_str(), 0), 0);
+  int number = 77;
+  float value = 77;
+  short word = 77;
+  const auto refuses = [](auto&& question) { EXPECT_THROW(question(), std::length_error); };
+  refuses([&] { MX_getPartCoordinates(0, 0, &value, &value, &value); });
+  refuses([&] { MX_getBlockStructuredCoordinates(0, 0, &value, &value, &value); });
+  refuses([&] { MX_getPartNodeIds(0, 0, &number); });
+  for (const int type : {0, kTriangle, kNSided, kNFaced}) {
+    refuses([&] { MX_getPartElementIds(0, 0, type, &number); });
+  }
+  refuses([&] { MX_getElementConnectivity(0, 0, kTriangle, &number); });
+  refuses([&] { MX_getNSidedNumberOfNodesPerFace(0, 0, &number); });
+  refuses([&] { MX_getDataSizeForNSidedConnectivity(0, 0); });
+  refuses([&] { MX_getNSidedConnectivity(0, 0, &number); });
+  refuses([&] { MX_getNFacedNumberOfFacesPerElement(0, 0, &number); });
+  refuses([&] { MX_getDataSizeForNFacedNodesPerFace(0, 0); });
+  refuses([&] { MX_getNFacedNodesPerFace(0, 0, &number); });
+  refuses([&] { MX_getDataSizeForNFacedConnectivity(0, 0); });
+  refuses([&] { MX_getNFacedConnectivity(0, 0, &number); });
+  refuses([&] { MX_getBorderFacesConnByType(0, 0, kTriangle, &number, &number, &word); });
+  refuses([&] { MX_getNumberOfMeasuredParticles(0); });
+  refuses([&] { MX_getMeasuredParticleIds(0, &number); });
+  refuses([&] { MX_getMeasuredParticleCoordinates(0, &value, &value, &value); });
+  refuses([&] { MX_getVariableByComponent(0, 0, 0, 0, 1, 0, 0, 0, &value); });
+  refuses([&] { MX_getVariableByComponent(0, 0, 1, 0, 1, 0, 0, 0, &value); });
+  EXPECT_EQ(number, 77);
+  EXPECT_EQ(value, 77.0F);
+  EXPECT_EQ(word, 77);
+  MX_exit();
+}
+
+constexpr int kSteps = 10000;
+constexpr int kParts = 10;
+
+float valueAt(int step, int part) {
+  return static_cast<float>((step * 7 + part) % 4096) * 0.5F;
+}
+
+bool isRight(int step, int part) {
+  float value = -1;
+  return MX_getVariableByComponent(step, 0, 0, part, 1, 0, 0, 0, &value) == 0 &&
+         value == valueAt(step, part);
+}
+
+TEST_F(SizeTest, TenThousandStepsWithAHundredThousandDatasetsAreWalkedWithFlatMemory) {
+  Writer::ResultFileBuilder builder;
+  const std::uint32_t steps = builder.timeSet(std::vector<float>(kSteps));
+  builder.timeBlocks(8, /*maxDepth=*/2);
+  auto& variable = builder.variable("v", Writer::Location::perNode);
+  variable.onTimeSet(steps).quantised(Writer::Quantisation::uniform(0.5)).timeDifferences();
+  for (int part = 0; part < kParts; ++part) {
+    builder.part("p").nodes({0}, {0}, {0});
+    for (int step = 0; step < kSteps; ++step) {
+      variable.set({.step = step, .part = part}, {valueAt(step, part)});
+    }
+  }
+  const Writer::ResultImage image = builder.image();
+  EXPECT_GE(image.datasets().size(), 100000U);
+  image.write(path_.string());
+
+  ASSERT_EQ(MX_openFile(path_.string().c_str(), 0), 0);
+  EXPECT_EQ(MX_getNumberOfTimesteps(0), kSteps);
+  const auto walk = [](auto&& stepOf) {
+    for (int i = 0; i < kSteps; ++i) {
+      const int step = stepOf(i);
+      ASSERT_TRUE(isRight(step, step % kParts)) << step;
+    }
+  };
+  // The tables of the groups that were entered stay; content that was decoded must not.
+  walk([](int i) { return i; });
+  constexpr std::size_t kMostGrowth = 256 * 1024;
+  const std::size_t memory = ::mallinfo2().uordblks;
+  std::mt19937 random(20240607);
+  walk([&](int) { return static_cast<int>(random() % kSteps); });
+  walk([](int i) { return i; });
+  EXPECT_LE(::mallinfo2().uordblks, memory + kMostGrowth);
+  MX_exit();
+}
+
+}  // namespace
+}  // namespace morvex
