@@ -40,7 +40,8 @@
  *  - std::logic_error for data of a kind that the function does not take,
  *  - Kelbor::Exception (a std::exception) for a damaged dataset,
  *  - morvex::UsageException, morvex::InternalError (no std::exception) for an ambiguous precision
- *    and for a damaged recipe.
+ *    and for a damaged recipe,
+ *  - std::bad_alloc where memory runs out, or a Kelbor::Exception that says so.
  *
  * After any of these the session goes on, and the next question is answered as if nothing had
  * happened.
