@@ -15,5 +15,7 @@ install(FILES ${PROJECT_BINARY_DIR}/morvex-config.cmake
 
 # Found from the file's own place: the prefix is only known when the package is installed.
 file(RELATIVE_PATH MORVEX_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
-configure_file(cmake/morvex-ensg.pc.in ${PROJECT_BINARY_DIR}/morvex-ensg.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/morvex-ensg.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+foreach(package morvex-ensg morvex-guard)
+  configure_file(cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()

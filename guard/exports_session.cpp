@@ -8,13 +8,12 @@
 using namespace morvex::guard;
 
 const char* mxg_code_name(mxg_code code) {
-  static constexpr std::array<const char*, 18> kNames{
-      "MXG_OK",           "MXG_NO_SESSION",     "MXG_BUSY",
-      "MXG_NULL_POINTER", "MXG_OUT_OF_RANGE",   "MXG_BUFFER_TOO_SMALL",
-      "MXG_WRONG_KIND",   "MXG_NOT_DEFINED",    "MXG_REFUSED",
-      "MXG_CANCELLED",    "MXG_CANNOT_OPEN",    "MXG_NO_SUCH_DATA",
-      "MXG_DAMAGED_DATA", "MXG_DAMAGED_RECORD", "MXG_AMBIGUOUS",
-      "MXG_TOO_LARGE",    "MXG_OUT_OF_MEMORY",  "MXG_UNKNOWN"};
+  static constexpr std::array<const char*, 19> kNames{
+      "MXG_OK",           "MXG_NO_SESSION",       "MXG_BUSY",           "MXG_NULL_POINTER",
+      "MXG_OUT_OF_RANGE", "MXG_BUFFER_TOO_SMALL", "MXG_WRONG_KIND",     "MXG_NOT_DEFINED",
+      "MXG_REFUSED",      "MXG_CANCELLED",        "MXG_CANNOT_OPEN",    "MXG_NO_SUCH_DATA",
+      "MXG_NOT_DECODED",  "MXG_DAMAGED_DATA",     "MXG_DAMAGED_RECORD", "MXG_AMBIGUOUS",
+      "MXG_TOO_LARGE",    "MXG_OUT_OF_MEMORY",    "MXG_UNKNOWN"};
   static_assert(kNames.size() == MXG_UNKNOWN + 1);
   const auto index = static_cast<std::size_t>(code);
   return index < kNames.size() ? kNames[index] : "?";

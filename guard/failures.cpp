@@ -15,7 +15,9 @@
 namespace Kelbor {
 
 class Exception : public std::exception {};
+class KelborDataException : public Exception {};
 class MemoryAllocationException : public Exception {};
+class TypeMismatchException : public Exception {};
 
 }  // namespace Kelbor
 
@@ -54,8 +56,13 @@ Description describe() noexcept {
     return {MXG_OUT_OF_MEMORY, "not enough memory"};
   } catch (const Kelbor::MemoryAllocationException& failure) {
     return {MXG_OUT_OF_MEMORY, failure.what()};
-  } catch (const Kelbor::Exception& failure) {
+  } catch (const Kelbor::KelborDataException& failure) {
     return {MXG_DAMAGED_DATA, failure.what()};
+  } catch (const Kelbor::TypeMismatchException& failure) {
+    return {MXG_DAMAGED_DATA, failure.what()};
+  } catch (const Kelbor::Exception& failure) {
+    // Of what fails in a team of threads the library keeps no more than that it did.
+    return {MXG_NOT_DECODED, failure.what()};
   } catch (const UsageException& failure) {
     return {MXG_AMBIGUOUS, failure.getMessage()};
   } catch (const Exception& failure) {
@@ -64,7 +71,7 @@ Description describe() noexcept {
     return {MXG_TOO_LARGE, failure.what()};
   } catch (const std::runtime_error& failure) {
     const bool isMissing = std::string_view(failure.what()).starts_with(kNoDataset);
-    return {isMissing ? MXG_NO_SUCH_DATA : MXG_DAMAGED_DATA, failure.what()};
+    return {isMissing ? MXG_NO_SUCH_DATA : MXG_NOT_DECODED, failure.what()};
   } catch (const std::out_of_range& failure) {
     // The caller's numbers have been checked: one that leads nowhere now stands in the file.
     return {MXG_DAMAGED_RECORD, failure.what()};

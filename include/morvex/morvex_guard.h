@@ -60,12 +60,13 @@ typedef enum mxg_code {
   MXG_CANCELLED = 9,        /**< a progress function has ended the walk */
   MXG_CANNOT_OPEN = 10,     /**< no result file; the message log tells why */
   MXG_NO_SUCH_DATA = 11,    /**< the file does not have the geometry or dataset */
-  MXG_DAMAGED_DATA = 12,    /**< a dataset can't be decoded */
-  MXG_DAMAGED_RECORD = 13,  /**< records, recipes or tables of the file don't fit together */
-  MXG_AMBIGUOUS = 14,       /**< the file's precision patterns name a variable twice */
-  MXG_TOO_LARGE = 15,       /**< more elements than the interface can count */
-  MXG_OUT_OF_MEMORY = 16,   /**< memory ran out */
-  MXG_UNKNOWN = 17          /**< a failure of a class that is not known here */
+  MXG_NOT_DECODED = 12,     /**< a dataset is damaged, or its threads ran out of memory */
+  MXG_DAMAGED_DATA = 13,    /**< a dataset is damaged */
+  MXG_DAMAGED_RECORD = 14,  /**< records, recipes or tables of the file don't fit together */
+  MXG_AMBIGUOUS = 15,       /**< the file's precision patterns name a variable twice */
+  MXG_TOO_LARGE = 16,       /**< more elements than the interface can count */
+  MXG_OUT_OF_MEMORY = 17,   /**< memory ran out */
+  MXG_UNKNOWN = 18          /**< a failure of a class that is not known here */
 } mxg_code;
 
 /** The last failure of a thread. */

@@ -83,7 +83,7 @@ TEST_F(GuardFailures, EachClassHasItsCode) {
   EXPECT_EQ(codeOf(std::bad_alloc()), MXG_OUT_OF_MEMORY);
   EXPECT_EQ(codeOf(std::bad_array_new_length()), MXG_OUT_OF_MEMORY);
   EXPECT_EQ(codeOf(library<Kelbor::MemoryAllocationException>("lost")), MXG_OUT_OF_MEMORY);
-  EXPECT_EQ(codeOf(library<Kelbor::Exception>("lost")), MXG_DAMAGED_DATA);
+  EXPECT_EQ(codeOf(library<Kelbor::Exception>("lost")), MXG_NOT_DECODED);
   EXPECT_EQ(codeOf(library<Kelbor::KelborDataException>("lost")), MXG_DAMAGED_DATA);
   EXPECT_EQ(codeOf(library<Kelbor::TypeMismatchException>("lost")), MXG_DAMAGED_DATA);
   EXPECT_EQ(codeOf(UsageException("lost")), MXG_AMBIGUOUS);
@@ -93,7 +93,7 @@ TEST_F(GuardFailures, EachClassHasItsCode) {
   EXPECT_EQ(codeOf(std::bad_cast()), MXG_DAMAGED_RECORD);
   EXPECT_EQ(codeOf(std::length_error("lost")), MXG_TOO_LARGE);
   EXPECT_EQ(codeOf(std::logic_error("lost")), MXG_WRONG_KIND);
-  EXPECT_EQ(codeOf(std::runtime_error("lost")), MXG_DAMAGED_DATA);
+  EXPECT_EQ(codeOf(std::runtime_error("lost")), MXG_NOT_DECODED);
   EXPECT_EQ(codeOf(Unknown()), MXG_UNKNOWN);
   EXPECT_EQ(codeOf(7), MXG_UNKNOWN);
 }

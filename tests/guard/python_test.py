@@ -16,8 +16,7 @@ from ctypes import byref, c_char, c_char_p, c_float, c_int32, c_uint64, c_void_p
 
 TYPES = 34
 TEXT_SIZE = 1024
-OK, BUSY, OUT_OF_RANGE, TOO_SMALL, CANCELLED, CANNOT_OPEN, NO_SUCH_DATA, DAMAGED_DATA = (
-    0, 2, 4, 5, 9, 10, 11, 12)
+OK, BUSY, OUT_OF_RANGE, TOO_SMALL, CANCELLED, CANNOT_OPEN = 0, 2, 4, 5, 9, 10
 
 
 class Error(ctypes.Structure):

@@ -16,6 +16,8 @@ project(host LANGUAGES C CXX)
 find_package(morvex 7.0 REQUIRED)
 add_executable(host {source}/examples/host.c)
 target_link_libraries(host PRIVATE morvex::ensg)
+add_executable(guarded_host {source}/examples/guarded_host.c)
+target_link_libraries(guarded_host PRIVATE morvex::guard)
 """
 
 
@@ -45,18 +47,22 @@ def main():
         (scratch / "CMakeLists.txt").write_text(PROJECT.format(source=source), encoding="utf-8")
         run("cmake", "-S", scratch, "-B", scratch / "build", f"-DCMAKE_PREFIX_PATH={prefix}")
         run("cmake", "--build", scratch / "build")
-        by_cmake = run(scratch / "build/host", sample)
-        assert "tube: " in by_cmake, by_cmake
+        hosts = {"host": [sample], "guarded_host": [sample, "0"]}
+        answers = {"host": "tube: ", "guarded_host": "step 1 part 0: "}
+        for name, arguments in hosts.items():
+            by_cmake = run(scratch / "build" / name, *arguments)
+            assert answers[name] in by_cmake, by_cmake
 
-        pc_file = next(prefix.rglob("morvex-ensg.pc"))
-        environment = os.environ | {"PKG_CONFIG_PATH": str(pc_file.parent)}
-        flags = run("pkg-config", "--cflags", "--libs", "morvex-ensg", env=environment).split()
-        program = root / "host"
-        run("cc", "-std=c99", source / "examples/host.c", "-o", program, *flags)
-        library = next(prefix.rglob("libmorvex-ensg.so"))
-        by_pkg_config = run(program, sample,
-                            env=os.environ | {"LD_LIBRARY_PATH": str(library.parent)})
-        assert "tube: " in by_pkg_config, by_pkg_config
+        pc_files = next(prefix.rglob("morvex-ensg.pc")).parent
+        libraries = next(prefix.rglob("libmorvex-ensg.so")).parent
+        for name, package in (("host", "morvex-ensg"), ("guarded_host", "morvex-guard")):
+            flags = run("pkg-config", "--cflags", "--libs", package,
+                        env=os.environ | {"PKG_CONFIG_PATH": str(pc_files)}).split()
+            program = root / name
+            run("cc", "-std=c99", source / f"examples/{name}.c", "-o", program, *flags)
+            by_pkg_config = run(program, *hosts[name],
+                                env=os.environ | {"LD_LIBRARY_PATH": str(libraries)})
+            assert answers[name] in by_pkg_config, by_pkg_config
 
 
 if __name__ == "__main__":

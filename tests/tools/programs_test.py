@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Runs the programs on the sample model, on damaged copies of it and on what is no result file.
 
-Reads MORVEX_TOOLS (folder of the programs), MORVEX_EXAMPLE (the example host) and MORVEX_SOURCE (the
-project) from the environment; arguments name the classes to run.
+Reads MORVEX_TOOLS (folder of the programs), MORVEX_EXAMPLE and MORVEX_GUARDED_EXAMPLE (the example
+hosts) and MORVEX_SOURCE (the project) from the environment; arguments name the classes to run.
 """
 
 import json
@@ -287,6 +287,24 @@ class Example(TestCase):
         truth = json.loads(TRUTH.read_text(encoding="utf-8"))
         self.assertEqual([int(nodes) for _, nodes in told],
                          [part["nodes"] for part in truth["parts"]])
+
+    def test_the_guarded_host_tells_ranges_and_failures(self):
+        def ask(variable, path=SAMPLE):
+            return subprocess.run([os.environ["MORVEX_GUARDED_EXAMPLE"], path, str(variable)],
+                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                                  timeout=60, check=False)
+
+        truth = json.loads(TRUTH.read_text(encoding="utf-8"))
+        names = [variable["name"] for variable in truth["variables"]]
+        result = ask(names.index("displacement"))
+        self.assertEqual(result.returncode, 0, result.stderr)
+        told = re.findall(r"(?m)^step (\d) part (\d): \S+ to \S+$", result.stdout)
+        self.assertEqual({step for step, _ in told}, set("01234"))
+        self.assertIn("15 of 15 arrays", result.stderr)
+        self.assertEqual(ask(99).returncode, 2)
+        missing = ask(0, "missing.mvx")
+        self.assertEqual(missing.returncode, 1)
+        self.assertIn("MXG_CANNOT_OPEN", missing.stderr)
 
     def test_the_readme_shows_it_as_it_is(self):
         source = pathlib.Path(os.environ["MORVEX_SOURCE"])
