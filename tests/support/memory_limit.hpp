@@ -9,8 +9,12 @@
 
 namespace morvex {
 
+// Shadow memory knows no measure. clang tells of its sanitizers in another way than g++.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-inline constexpr bool kLimitsMemory = false;  // shadow memory knows no measure
+inline constexpr bool kLimitsMemory = false;
+#elif defined(__clang__)
+inline constexpr bool kLimitsMemory =
+    !__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer);
 #else
 inline constexpr bool kLimitsMemory = true;
 #endif
