@@ -1,5 +1,6 @@
 #include "core/chain.hpp"
 
+#include <algorithm>
 #include <utility>
 
 #include "core/error.hpp"
@@ -32,7 +33,12 @@ DataProcedure& BranchedChain::addProcedure(std::unique_ptr<DataProcedure> proced
 DataProcedure& BranchedChain::addProcedure(const std::string& key,
                                            std::unique_ptr<DataProcedure> procedure) {
   DataProcedure& added = addProcedure(std::move(procedure));
-  namedOutputs_[key] = &added;
+  const auto named = std::ranges::find(namedOutputs_, key, &NamedOutput::first);
+  if (named == namedOutputs_.end()) {
+    namedOutputs_.emplace_back(key, &added);
+  } else {
+    named->second = &added;
+  }
   return added;
 }
 
@@ -46,7 +52,7 @@ void BranchedChain::keepAlive(std::shared_ptr<Provider> provider) {
 }
 
 DataProcedure& BranchedChain::getOutputProcedure(std::string_view key) const {
-  const auto found = namedOutputs_.find(key);
+  const auto found = std::ranges::find(namedOutputs_, key, &NamedOutput::first);
   if (found == namedOutputs_.end()) {
     raise<KelborDataException>("BranchedChain: no output procedure for key " + std::string(key));
   }

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <deque>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "core/procedure.hpp"
@@ -35,9 +34,12 @@ class BranchedChain {
   [[nodiscard]] DataProcedure& getOutputProcedure(std::string_view key) const;
 
  private:
-  std::deque<std::unique_ptr<DataProcedure>> procedures_;
+  using NamedOutput = std::pair<std::string, DataProcedure*>;
+
+  std::vector<std::unique_ptr<DataProcedure>> procedures_;
   std::vector<std::unique_ptr<Provider>> sources_;
-  std::map<std::string, DataProcedure*, std::less<>> namedOutputs_;
+  /// A chain has one or two results.
+  std::vector<NamedOutput> namedOutputs_;
   std::vector<std::unique_ptr<DataProcedure>> sinks_;
   std::vector<std::shared_ptr<Provider>> keptAlive_;
 };

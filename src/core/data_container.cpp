@@ -28,6 +28,13 @@ void DataContainer::wrap(void* source, std::uint64_t byteCount) noexcept {
   data = static_cast<std::byte*>(source);
 }
 
+void DataContainer::borrow(std::span<std::byte> memory) noexcept {
+  isValid = true;
+  isBorrowed = true;
+  size = memory.size();
+  data = memory.data();
+}
+
 bool DataContainer::reallocate(DataProvider& caller) {
   if (provider != &caller) return false;
   return getDataManager().reallocate(*this, caller.getDataDimension().getByteSize());

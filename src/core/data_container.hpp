@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 namespace Kelbor {
 
@@ -47,6 +48,8 @@ class DataContainer : public AnyContainer {
   [[nodiscard]] bool allocate(std::uint64_t byteCount);
   /// Refers to foreign memory, which is never written, resized or freed through this container.
   void wrap(void* source, std::uint64_t byteCount) noexcept;
+  /// Uses foreign memory as its block: writes to it, and leaves it without freeing it.
+  void borrow(std::span<std::byte> memory) noexcept;
   /// Resizes to the owner's byte size. False if `caller` is not the owner or memory runs out.
   [[nodiscard]] bool reallocate(DataProvider& caller);
   /// Moves this container to another provider, so that a step may work in place. False, with
@@ -64,6 +67,8 @@ class DataContainer : public AnyContainer {
   bool isValid = false;
   /// The block is foreign memory that is only read.
   bool isConstant = false;
+  /// The block is foreign memory that is written.
+  bool isBorrowed = false;
   std::byte* data = nullptr;
 };
 

@@ -1,6 +1,7 @@
 #include "core/data_manager.hpp"
 
-#include <cstdlib>
+#include <algorithm>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 
@@ -10,7 +11,7 @@
 namespace Kelbor {
 namespace {
 
-void internalAllocate(DataContainer* container, std::uint64_t size) {
+void internalAllocate(BlockPool& pool, DataContainer* container, std::uint64_t size) {
   if (!container) raise<std::invalid_argument>("NULL DataContainer!");
   if (container->isConstant) {
     raise<std::invalid_argument>("Cannot allocate a constant container!");
@@ -18,7 +19,7 @@ void internalAllocate(DataContainer* container, std::uint64_t size) {
   if (container->size != 0) {
     raise<std::invalid_argument>("Cannot allocate an allocated container!");
   }
-  void* block = std::malloc(size);
+  void* block = pool.take(size);
   if (!block) raise<std::runtime_error>("Allocation of " + std::to_string(size) + " bytes failed!");
   container->size = size;
   container->isValid = true;
@@ -34,7 +35,7 @@ DataManager::DataManager([[maybe_unused]] std::uint64_t totalPhysicalMemory) {
 
 bool DataManager::allocate(DataContainer* container, std::uint64_t size) noexcept {
   try {
-    internalAllocate(container, size);
+    internalAllocate(pool_, container, size);
     return true;
   } catch (const std::exception& failure) {
     getLogger().warning() << "internalAllocate failed: " << failure.what();
@@ -43,10 +44,15 @@ bool DataManager::allocate(DataContainer* container, std::uint64_t size) noexcep
 }
 
 bool DataManager::reallocate(DataContainer& container, std::uint64_t size) noexcept {
-  // One byte at least: realloc may free the block and answer null for a size of 0.
-  void* block = std::realloc(container.data, size == 0 ? 1 : size);
+  void* block = nullptr;
+  if (container.isBorrowed) {
+    block = pool_.take(size);
+    if (block) std::memcpy(block, container.data, std::min(container.size, size));
+    container.isBorrowed = false;
+  } else {
+    block = pool_.resize(container.data, container.size, size);
+  }
   if (!block) {
-    std::free(container.data);
     container.data = nullptr;
     container.isValid = false;
     container.size = 0;
@@ -59,7 +65,10 @@ bool DataManager::reallocate(DataContainer& container, std::uint64_t size) noexc
 }
 
 bool DataManager::deallocate(DataContainer& container) noexcept {
-  if (!container.isConstant) std::free(container.data);
+  if (!container.isConstant && !container.isBorrowed) {
+    pool_.giveBack(container.data, container.size);
+  }
+  container.isBorrowed = false;
   container.isValid = false;
   container.data = nullptr;
   container.size = 0;

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "core/block_pool.hpp"
+
 namespace Kelbor {
 
 class DataContainer;
@@ -23,6 +25,9 @@ class DataManager {
   bool reallocate(DataContainer& container, std::uint64_t size) noexcept;
   /// Frees the block unless it is foreign memory, and leaves the container empty.
   bool deallocate(DataContainer& container) noexcept;
+
+ private:
+  BlockPool pool_;
 };
 
 }  // namespace Kelbor

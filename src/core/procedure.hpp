@@ -1,5 +1,6 @@
 #pragma once
 
+#include <boost/container/small_vector.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -115,7 +116,8 @@ class DataProcedure : public Producer {
   void adoptOutput(std::size_t index, std::unique_ptr<Provider> provider);
 
   DataManager* context_;
-  std::vector<Provider*> inputs_;
+  /// No procedure has more than fit without memory of their own.
+  boost::container::small_vector<Provider*, 4> inputs_;
   std::vector<OutputSlot> outputs_;
 };
 

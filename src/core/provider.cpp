@@ -61,7 +61,9 @@ DataContainer& DataProvider::installNewContainer() {
 
 void DataProvider::allocateContainer() {
   const std::uint64_t byteCount = dimension_.getByteSize();
-  if (!installNewContainer().allocate(byteCount)) {
+  DataContainer& container = installNewContainer();
+  if (byteCount > 0 && byteCount <= lent_.size()) return container.borrow(lent_);
+  if (!container.allocate(byteCount)) {
     container_.reset();
     raise<MemoryAllocationException>("Failed to allocate container!");
   }

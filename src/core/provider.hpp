@@ -96,6 +96,11 @@ class DataProvider : public Provider {
   [[nodiscard]] bool hasContainer() const noexcept { return container_ != nullptr; }
   /// Null while the provider is empty.
   [[nodiscard]] DataContainer* getContainer() const noexcept { return container_.get(); }
+  /// Lets the content that is made next take this memory for its block, if it is large enough; an
+  /// empty span takes that back. The lender sees to it that the memory outlives the content and
+  /// that nobody else uses it meanwhile.
+  void lendMemory(std::span<std::byte> memory) noexcept { lent_ = memory; }
+  [[nodiscard]] std::span<std::byte> lentMemory() const noexcept { return lent_; }
   /// Gives the empty provider a block of its byte size. MemoryAllocationException "Failed to
   /// allocate container!" where memory runs out.
   void allocateContainer();
@@ -121,6 +126,7 @@ class DataProvider : public Provider {
 
   DataDimension dimension_;
   std::unique_ptr<DataContainer> container_;
+  std::span<std::byte> lent_;
 };
 
 }  // namespace Kelbor

@@ -56,6 +56,34 @@ std::byte* openWrite(DataProvider& provider) {
 
 }  // namespace Detail
 
+namespace {
+
+/// While it lives, the content of an input that is yet to be made goes to where the output will be,
+/// if nobody else needs it: what the output has for its block serves both, and no second one is
+/// allocated.
+class OutputLoan {
+ public:
+  OutputLoan(DataProvider& input, const DataProvider& output) : input_(input) {
+    const bool isForOutputAlone = !input.hasContainer() && input.isMigratable();
+    const std::size_t width = input.getDataDimension().getDataType().getSize();
+    if (!isForOutputAlone || width != output.getDataDimension().getDataType().getSize()) return;
+    DataContainer* block = output.getContainer();
+    if (!block) {
+      input_.lendMemory(output.lentMemory());
+    } else if (std::byte* data = block->getData()) {
+      input_.lendMemory({data, static_cast<std::size_t>(block->size)});
+    }
+  }
+  ~OutputLoan() { input_.lendMemory({}); }
+  OutputLoan(const OutputLoan&) = delete;
+  OutputLoan& operator=(const OutputLoan&) = delete;
+
+ private:
+  DataProvider& input_;
+};
+
+}  // namespace
+
 ScopedConstDataAny::ScopedConstDataAny(DataProvider* provider) : provider_(provider) {
   Detail::requireProvider(provider, "ScopedConstDataAny without provider!");
   data_ = Detail::openRead(*provider, "Output container is too small for ScopedConstDataAny!");
@@ -75,7 +103,10 @@ InsituAccess::InsituAccess(DataProvider* input, DataType inputType, DataProvider
   Detail::requireType(*output, outputType);
 
   std::unique_lock guard(input->lock);
-  if (!input->hasContainer()) input->ensureContent();
+  if (!input->hasContainer()) {
+    const OutputLoan loan(*input, *output);
+    input->ensureContent();
+  }
   if (!input->hasContainer()) raise<KelborDataException>("Failed to get read data access!");
   if (input->getDataDimension().getByteSize() > input->getContainer()->size) {
     raise<Exception>("Output container is too small for ScopedConstData!");

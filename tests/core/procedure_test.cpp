@@ -98,6 +98,34 @@ TEST_F(Procedures, TargetThatIsTooSmallFailsWhenItIsFilled) {
   EXPECT_EQ(host, (std::array<std::int32_t, 3>{-1, -1, -1}));
 }
 
+TEST_F(Procedures, WholeChainWorksInTheTargetsMemoryWhereNobodyElseReads) {
+  Doubling first(&manager_);
+  Doubling second(&manager_);
+  Doubling third(&manager_);
+  first.connectInput(0, source_.get());
+  second.connectInput(0, &first.output());
+  third.connectInput(0, &second.output());
+  std::array<std::int32_t, 3> host{};
+  EXPECT_TRUE(third.setOutputBuffer(0, host.data(), 12));
+  source_->addReference();  // its content stays its own
+  EXPECT_EQ(valuesOf(third.output()), (Ints{8, 16, 24}));
+  EXPECT_TRUE(second.workedInPlace && third.workedInPlace);
+  EXPECT_EQ(host, (std::array<std::int32_t, 3>{8, 16, 24}));
+  EXPECT_EQ(valuesOf(*source_), (Ints{1, 2, 3}));
+  EXPECT_FALSE(second.output().hasContainer());
+
+  // With another reader of the middle, its content is apart from the target and outlives the run.
+  second.output().addReference();
+  third.output().clearContent();
+  host = {};
+  EXPECT_EQ(valuesOf(third.output()), (Ints{8, 16, 24}));
+  EXPECT_FALSE(third.workedInPlace);
+  host = {};
+  EXPECT_EQ(valuesOf(second.output()), (Ints{4, 8, 12}));
+  second.output().releaseReference();
+  source_->releaseReference();
+}
+
 TEST_F(Procedures, ProducerThatFailsLeavesATargetEmptyAndOwned) {
   Doubling procedure(&manager_);
   procedure.connectInput(0, source_.get());

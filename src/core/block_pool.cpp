@@ -1,0 +1,80 @@
+#include "core/block_pool.hpp"
+
+#include <algorithm>
+#include <bit>
+#include <cstdlib>
+#include <cstring>
+
+namespace Kelbor {
+namespace {
+
+// The address sanitizer shall see each block with the size that was asked for, and see it end.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kKeepsBlocks = false;
+#elif defined(__has_feature)
+constexpr bool kKeepsBlocks = !__has_feature(address_sanitizer);
+#else
+constexpr bool kKeepsBlocks = true;
+#endif
+
+}  // namespace
+
+BlockPool::~BlockPool() {
+  for (auto& slots : kept_) {
+    for (auto& slot : slots) std::free(slot.load());
+  }
+}
+
+void* BlockPool::take(std::uint64_t size) noexcept {
+  const std::size_t index = classOf(size);
+  // One byte at least: null shall mean that memory ran out.
+  if (index == kClasses) return std::malloc(std::max<std::uint64_t>(size, 1));
+  for (auto& slot : kept_[index]) {
+    if (!slot.load(std::memory_order_relaxed)) continue;
+    if (void* kept = slot.exchange(nullptr, std::memory_order_acquire)) {
+      keptBytes_.fetch_sub(capacityOf(index), std::memory_order_relaxed);
+      return kept;
+    }
+  }
+  return std::malloc(capacityOf(index));
+}
+
+void BlockPool::giveBack(void* block, std::uint64_t size) noexcept {
+  const std::size_t index = classOf(size);
+  if (!block || index == kClasses || !keep(block, index)) std::free(block);
+}
+
+bool BlockPool::keep(void* block, std::size_t index) noexcept {
+  const std::uint64_t capacity = capacityOf(index);
+  if (keptBytes_.fetch_add(capacity, std::memory_order_relaxed) + capacity <= kMostBytes) {
+    for (auto& slot : kept_[index]) {
+      void* empty = nullptr;
+      if (slot.compare_exchange_strong(empty, block, std::memory_order_release,
+                                       std::memory_order_relaxed)) {
+        return true;
+      }
+    }
+  }
+  keptBytes_.fetch_sub(capacity, std::memory_order_relaxed);
+  return false;
+}
+
+void* BlockPool::resize(void* block, std::uint64_t oldSize, std::uint64_t newSize) noexcept {
+  if (classOf(oldSize) == kClasses && classOf(newSize) == kClasses) {
+    void* resized = std::realloc(block, std::max<std::uint64_t>(newSize, 1));
+    if (!resized) std::free(block);
+    return resized;
+  }
+  void* resized = take(newSize);
+  if (resized && block) std::memcpy(resized, block, std::min(oldSize, newSize));
+  giveBack(block, oldSize);
+  return resized;
+}
+
+std::size_t BlockPool::classOf(std::uint64_t size) noexcept {
+  if (!kKeepsBlocks || size <= kSmallestKept / 2) return kClasses;
+  const auto doublings = std::bit_width((size - 1) / kSmallestKept);
+  return std::min(static_cast<std::size_t>(doublings), kClasses);
+}
+
+}  // namespace Kelbor
