@@ -323,8 +323,9 @@ void smoothWholeDecode(benchmark::State& state) {
   std::vector<std::byte> swap(smooth.geometry.swapBytes);
   std::vector<std::uint32_t> out(SmoothStream::kCount);
   for (auto _ : state) {
-    const InflateResult result = decodePlaneChunks<std::uint32_t>(
-        smooth.stream, out, swap, smooth.geometry, PlaneMode::RunningSum);
+    Kelbor::Platform::StreamInput input(smooth.stream);
+    const InflateResult result =
+        decodePlaneChunks<std::uint32_t>(input, out, swap, smooth.geometry, PlaneMode::RunningSum);
     if (!result.ok || result.decodedBytes != smooth.planes.size()) {
       state.SkipWithError("decoding failed");
     }

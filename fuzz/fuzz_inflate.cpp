@@ -2,6 +2,7 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
@@ -16,6 +17,7 @@ namespace {
 using namespace Kelbor::MathModule::Kernels;
 using Kelbor::Platform::InflateEngine;
 using Kelbor::Platform::inflateEngines;
+using Kelbor::Platform::StreamInput;
 using Kelbor::Platform::useInflateEngine;
 using Bytes = std::vector<std::byte>;
 
@@ -40,7 +42,16 @@ Answers answersOf(std::span<const std::byte> stream, std::size_t count, std::uin
   answers.plainBytes.resize(count * 4);
   const auto geometry = PlaneChunkGeometry::of(chunkSize, 4, count);
   Bytes swap(geometry.swapBytes, std::byte{0xd1});
-  answers.chunks = decodePlaneChunks<std::uint32_t>(stream, answers.chunkValues, swap, geometry,
+  // Through a window as small as the loop can do with.
+  Bytes inputWindow(std::max<std::size_t>(geometry.inputBound, 4096));
+  StreamInput input(
+      stream.size(),
+      [stream](std::uint64_t from, std::span<std::byte> target) {
+        std::ranges::copy(stream.subspan(from, target.size()), target.begin());
+        return true;
+      },
+      inputWindow);
+  answers.chunks = decodePlaneChunks<std::uint32_t>(input, answers.chunkValues, swap, geometry,
                                                     PlaneMode::RunningSum);
   Bytes whole(count * 4);
   answers.windows =

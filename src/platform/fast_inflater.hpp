@@ -5,6 +5,8 @@
 #include <optional>
 #include <span>
 
+#include "platform/stream_input.hpp"
+
 namespace Kelbor::Platform {
 
 /// Inflates one zlib stream with the fast engine, which has its own idea of damaged streams and of
@@ -12,11 +14,12 @@ namespace Kelbor::Platform {
 /// an empty optional or StreamRest::unknown the stream is to be inflated again by zlib, from its
 /// start. The target memory then holds anything.
 ///
-/// Nothing behind the input is read and nothing behind a target is written. `input` is borrowed.
+/// Nothing behind the input is read and nothing behind a target is written.
 class FastInflater {
  public:
+  /// Consumes the stream's first two bytes if it is ready for the rest. `input` is borrowed.
   /// `room`: bytes of all targets together.
-  FastInflater(std::span<const std::byte> input, std::uint64_t room) noexcept;
+  FastInflater(StreamInput& input, std::uint64_t room) noexcept;
   ~FastInflater();
   FastInflater(const FastInflater&) = delete;
   FastInflater& operator=(const FastInflater&) = delete;
@@ -28,7 +31,8 @@ class FastInflater {
   /// The next bytes of the stream; true if they filled `target`.
   [[nodiscard]] bool fill(std::span<std::byte> target) noexcept;
 
-  /// Everything, the checksum included, and how many bytes it was; instead of fill().
+  /// Everything, the checksum included, and how many bytes it was; instead of fill(), for a stream
+  /// that its input can show as a whole.
   [[nodiscard]] std::optional<std::uint64_t> inflateAll(std::span<std::byte> target) noexcept;
 
   /// Bytes of input behind which zlib stands at most, the last begun byte and readAhead() included.
@@ -44,8 +48,10 @@ class FastInflater {
   struct Engine;
   struct IdleEngines;
 
+  [[nodiscard]] bool run(std::span<std::byte>& target) noexcept;
+
   Engine* engine_ = nullptr;
-  const std::byte* begin_ = nullptr;
+  [[maybe_unused]] StreamInput& input_;
 };
 
 }  // namespace Kelbor::Platform

@@ -18,6 +18,10 @@ constexpr std::uint64_t kWorthwhileOutput = 8192;
 constexpr std::uint64_t kLargestInput = 2147483647;
 constexpr std::uint64_t kLargestOutputStep = 1073741824;
 
+constexpr std::uint64_t kHeaderBytes = 2;
+// More than the longest header of a block: each call can get somewhere.
+constexpr std::uint64_t kLookAhead = 4096;
+
 enum class Use { always, whereWorthwhile, never };
 std::atomic<Use> use{Use::whereWorthwhile};
 
@@ -33,7 +37,12 @@ bool isWanted(std::uint64_t input, std::uint64_t room) noexcept {
   return false;
 }
 
-/// Whether zlib would take these two bytes for the start of a stream that needs no dictionary.
+/// igzip reads through its pointer only, but the pointer is not const.
+std::uint8_t* writable(std::span<const std::byte> bytes) noexcept {
+  return reinterpret_cast<std::uint8_t*>(const_cast<std::byte*>(bytes.data()));
+}
+
+/// Whether zlib would take the first two bytes for the start of a stream that needs no dictionary.
 bool isPlainZlibHeader(std::span<const std::byte> input) noexcept {
   if (input.size() < 2) return false;
   const auto method = std::to_integer<unsigned>(input[0]);
@@ -49,16 +58,6 @@ bool isPlainZlibHeader(std::span<const std::byte> input) noexcept {
 
 struct FastInflater::Engine {
   inflate_state state;
-
-  /// One call of igzip; false for an error. `target` shrinks to what it left unwritten.
-  [[nodiscard]] bool run(std::span<std::byte>& target) noexcept {
-    const std::size_t granted = std::min<std::size_t>(target.size(), kLargestOutputStep);
-    state.next_out = reinterpret_cast<std::uint8_t*>(target.data());
-    state.avail_out = static_cast<std::uint32_t>(granted);
-    const int code = ::isal_inflate(&state);
-    target = target.subspan(granted - state.avail_out);
-    return code == ISAL_DECOMP_OK;
-  }
 
   /// After a run without error: the checksum was reached and agrees.
   [[nodiscard]] bool hasEnded() const noexcept { return state.block_state == ISAL_BLOCK_FINISH; }
@@ -89,31 +88,43 @@ void useBestInflateEngine() {
   use.store(Use::whereWorthwhile, std::memory_order_relaxed);
 }
 
-FastInflater::FastInflater(std::span<const std::byte> input, std::uint64_t room) noexcept
-    : begin_(input.data()) {
-  if (!isWanted(input.size(), room)) return;
-  if (input.size() > kLargestInput || !isPlainZlibHeader(input)) return;
+FastInflater::FastInflater(StreamInput& input, std::uint64_t room) noexcept : input_(input) {
+  if (!isWanted(input.size(), room) || input.size() > kLargestInput) return;
+  if (!isPlainZlibHeader(input.ahead(kHeaderBytes))) return;
   engine_ = IdleEngines::pool.take();
   if (!engine_) engine_ = new (std::nothrow) Engine;
   if (!engine_) return;
-  inflate_state& state = engine_->state;
-  ::isal_inflate_init(&state);
+  ::isal_inflate_init(&engine_->state);
   // igzip would hold distances against the window size that the header tells, zlib does not.
-  state.crc_flag = ISAL_ZLIB_NO_HDR_VER;
-  const auto body = input.subspan(2);
-  // igzip reads through this pointer only.
-  state.next_in = reinterpret_cast<std::uint8_t*>(const_cast<std::byte*>(body.data()));
-  state.avail_in = static_cast<std::uint32_t>(body.size());
+  engine_->state.crc_flag = ISAL_ZLIB_NO_HDR_VER;
+  input.consume(kHeaderBytes);
 }
 
 FastInflater::~FastInflater() {
   if (engine_) IdleEngines::pool.giveBack(engine_);
 }
 
+/// One call of igzip; false for an error, or if it moved nothing. `target` shrinks to what it left
+/// unwritten.
+bool FastInflater::run(std::span<std::byte>& target) noexcept {
+  inflate_state& state = engine_->state;
+  const std::span<const std::byte> bytes = input_.ahead(kLookAhead);
+  const std::size_t granted = std::min<std::size_t>(target.size(), kLargestOutputStep);
+  state.next_in = writable(bytes);
+  state.avail_in = static_cast<std::uint32_t>(bytes.size());
+  state.next_out = reinterpret_cast<std::uint8_t*>(target.data());
+  state.avail_out = static_cast<std::uint32_t>(granted);
+  const int code = ::isal_inflate(&state);
+  const std::size_t consumed = bytes.size() - state.avail_in;
+  const std::size_t written = granted - state.avail_out;
+  input_.consume(consumed);
+  target = target.subspan(written);
+  return code == ISAL_DECOMP_OK && (consumed != 0 || written != 0);
+}
+
 bool FastInflater::fill(std::span<std::byte> target) noexcept {
   while (!target.empty()) {
-    const std::size_t wanted = target.size();
-    if (!engine_->run(target) || target.size() == wanted) return false;
+    if (!run(target)) return false;
   }
   return true;
 }
@@ -121,6 +132,10 @@ bool FastInflater::fill(std::span<std::byte> target) noexcept {
 std::optional<std::uint64_t> FastInflater::inflateAll(std::span<std::byte> target) noexcept {
   // In one go igzip decodes straight into the target, not by way of its own 64 KiB.
   inflate_state& state = engine_->state;
+  const std::span<const std::byte> bytes = input_.ahead(input_.unread());
+  if (bytes.size() != input_.unread()) return std::nullopt;
+  state.next_in = writable(bytes);
+  state.avail_in = static_cast<std::uint32_t>(bytes.size());
   state.next_out = reinterpret_cast<std::uint8_t*>(target.data());
   state.avail_out =
       static_cast<std::uint32_t>(std::min<std::size_t>(target.size(), kLargestOutputStep));
@@ -129,10 +144,8 @@ std::optional<std::uint64_t> FastInflater::inflateAll(std::span<std::byte> targe
 }
 
 std::uint64_t FastInflater::position() const noexcept {
-  const inflate_state& state = engine_->state;
-  const auto* next = reinterpret_cast<const std::byte*>(state.next_in);
-  const std::int32_t unusedBits = std::max(state.read_in_length, 0);
-  return static_cast<std::uint64_t>(next - begin_) - static_cast<std::uint64_t>(unusedBits / 8);
+  const std::int32_t unusedBits = std::max(engine_->state.read_in_length, 0);
+  return input_.size() - input_.unread() - static_cast<std::uint64_t>(unusedBits / 8);
 }
 
 std::uint64_t FastInflater::readAhead() const noexcept {
@@ -141,11 +154,13 @@ std::uint64_t FastInflater::readAhead() const noexcept {
 }
 
 bool FastInflater::endsHere() noexcept {
-  if (engine_->hasEnded()) return true;
   // Room for one byte takes igzip over the end of the last block, and to the checksum.
   std::byte next;
   std::span<std::byte> room(&next, 1);
-  return engine_->run(room) && !room.empty() && engine_->hasEnded();
+  while (!engine_->hasEnded()) {
+    if (!run(room) || room.empty()) return false;
+  }
+  return true;
 }
 
 }  // namespace Kelbor::Platform

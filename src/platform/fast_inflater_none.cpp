@@ -12,7 +12,7 @@ std::vector<InflateEngine> inflateEngines() {
 void useInflateEngine(InflateEngine /*engine*/) {}
 void useBestInflateEngine() {}
 
-FastInflater::FastInflater(std::span<const std::byte> /*input*/, std::uint64_t /*room*/) noexcept {}
+FastInflater::FastInflater(StreamInput& input, std::uint64_t /*room*/) noexcept : input_(input) {}
 FastInflater::~FastInflater() = default;
 
 bool FastInflater::fill(std::span<std::byte> /*target*/) noexcept {

@@ -37,7 +37,12 @@ std::unique_ptr<DataProcedure> ChunkedZlibDecompressionWrapper::clone() const {
       getContext(), targetDimensions(), targetDataType(), chunkSizeInBytes_, mode_);
 }
 
-StreamOutcome ChunkedZlibDecompressionWrapper::decode(std::span<const std::byte> stream,
+std::uint64_t ChunkedZlibDecompressionWrapper::lookAhead() const {
+  return Kernels::PlaneChunkGeometry::of(chunkSizeInBytes_, targetDataType().getSize(), 0)
+      .inputBound;
+}
+
+StreamOutcome ChunkedZlibDecompressionWrapper::decode(Platform::StreamInput& stream,
                                                       PlaneTarget target) {
   return std::visit(
       [&](auto values) {

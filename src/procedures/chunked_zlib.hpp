@@ -21,7 +21,8 @@ class ChunkedZlibDecompressionWrapper final : public PlaneStreamProcedure {
   [[nodiscard]] std::unique_ptr<DataProcedure> clone() const override;
 
  private:
-  StreamOutcome decode(std::span<const std::byte> stream, PlaneTarget target) override;
+  StreamOutcome decode(Platform::StreamInput& stream, PlaneTarget target) override;
+  [[nodiscard]] std::uint64_t lookAhead() const override;
 
   std::uint32_t chunkSizeInBytes_;
   Kernels::PlaneMode mode_;

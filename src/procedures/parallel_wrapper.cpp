@@ -1,5 +1,6 @@
 #include "procedures/parallel_wrapper.hpp"
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <limits>
@@ -10,6 +11,7 @@
 #include "core/byte_cursor.hpp"
 #include "core/checked.hpp"
 #include "core/error.hpp"
+#include "core/piecewise_source.hpp"
 #include "core/scoped_access.hpp"
 #include "platform/thread_count.hpp"
 #include "procedures/factory_table.hpp"
@@ -21,6 +23,10 @@ namespace {
 constexpr const char* kArbitraryCopy = ": Copying arbitrary providers is not supported!";
 constexpr const char* kNoClone = ": Cloning is not implemented for given procedure!";
 
+/// Decoding so many bytes takes a thread some 100 microseconds: several times what it costs to wake
+/// it and to wait for it.
+constexpr std::uint64_t kBytesWorthAThread = 65536;
+
 /// Deeper than any recipe nests wrappers.
 constexpr unsigned kMostNestedWrappers = 8;
 
@@ -31,18 +37,24 @@ class ParallelWrapperFactory final : public morvex::ProcedureFactory {
 
   std::unique_ptr<DataProcedure> create(std::span<const std::uint64_t> sizes,
                                         morvex::Deserializer& parameters) const override {
-    morvex::Deserializer innerStream(context(), innerBlock_);
-    innerStream.classCreators = &allClassCreators();
-    innerStream.nesting = nesting_ + 1;
-    const auto innerFactory = morvex::readFactory(innerStream);
+    if (!innerFactory_) innerFactory_ = readInnerFactory();
     const std::uint32_t singleChunkMarker = parameters.readU32();
-    return std::make_unique<OmpDecompressionWrapper>(innerFactory->create(sizes, parameters), sizes,
-                                                     singleChunkMarker);
+    return std::make_unique<OmpDecompressionWrapper>(innerFactory_->create(sizes, parameters),
+                                                     sizes, singleChunkMarker);
   }
 
  private:
+  [[nodiscard]] std::unique_ptr<morvex::ProcedureFactory> readInnerFactory() const {
+    morvex::Deserializer innerStream(context(), innerBlock_);
+    innerStream.classCreators = &allClassCreators();
+    innerStream.nesting = nesting_ + 1;
+    return morvex::readFactory(innerStream);
+  }
+
   std::vector<std::byte> innerBlock_;
   unsigned nesting_;
+  /// Read with the first procedure that is made, where a damaged block is found.
+  mutable std::unique_ptr<morvex::ProcedureFactory> innerFactory_;
 };
 
 template <class F>
@@ -55,6 +67,33 @@ void logChunkError(const char* message) {
   getLogger().error() << message;
 }
 
+/// Refuses a count of items that the bytes left can't hold.
+void requireWithin(std::uint64_t count, std::uint64_t width, std::uint64_t bytesLeft) {
+  if (count > bytesLeft / width) raise<KelborDataException>("Count exceeds the record");
+}
+
+/// A part of a source, fetched when it is needed.
+class SliceProvider final : public DataProvider, public PiecewiseSource {
+ public:
+  SliceProvider(DataManager* context, const DataDimension& dimension, PiecewiseSource& whole,
+                std::uint64_t position)
+      : DataProvider(context, dimension), whole_(whole), position_(position) {}
+
+  bool prepareContent() override {
+    allocateContainer();
+    const auto size = static_cast<std::size_t>(getDataDimension().getByteSize());
+    return readPiece(0, {getContainer()->getData(), size});
+  }
+  bool hasPieces() override { return true; }
+  bool readPiece(std::uint64_t from, std::span<std::byte> target) override {
+    return whole_.readPiece(position_ + from, target);
+  }
+
+ private:
+  PiecewiseSource& whole_;
+  std::uint64_t position_;
+};
+
 const DataProcedure& requireInner(const DataProcedure* inner) {
   if (!inner) raise<std::invalid_argument>(kNoClone);
   return *inner;
@@ -62,11 +101,48 @@ const DataProcedure& requireInner(const DataProcedure* inner) {
 
 }  // namespace
 
-/// An input with its content held open, and one wrapping provider for each chunk of it.
-struct OmpDecompressionWrapper::ChunkedInput {
-  std::size_t slot = 0;
-  std::unique_ptr<ScopedConstDataAny> content;
-  std::vector<std::unique_ptr<DataProvider>> chunks;
+/// An input and one provider for each chunk of it. Chunks look at the input's content, which is
+/// held open, or fetch their own bytes where the input can be had piece by piece.
+class OmpDecompressionWrapper::ChunkedInput {
+ public:
+  ChunkedInput(std::size_t slot, DataProvider& input)
+      : slot_(slot), input_(&input), pieces_(piecesOf(input)) {
+    if (!pieces_) content_ = std::make_unique<ScopedConstDataAny>(&input);
+  }
+
+  [[nodiscard]] std::size_t slot() const noexcept { return slot_; }
+  [[nodiscard]] DataProvider& chunk(std::size_t index) { return *chunks_[index]; }
+  [[nodiscard]] std::uint64_t size() const { return input_->getDataDimension().getByteSize(); }
+
+  /// The first `count` bytes, or all if there are fewer.
+  [[nodiscard]] std::span<const std::byte> front(std::uint64_t count) {
+    count = std::min(count, size());
+    if (!pieces_) return content_->bytes().first(static_cast<std::size_t>(count));
+    front_.resize(static_cast<std::size_t>(count));
+    if (!pieces_->readPiece(0, front_)) raise<KelborDataException>(": Failed to read the chunks!");
+    return front_;
+  }
+
+  /// From the byte `position` on, which lies within the input as a whole.
+  void addChunk(const DataDimension& dimension, std::uint64_t position) {
+    if (pieces_) {
+      chunks_.push_back(
+          std::make_unique<SliceProvider>(input_->getContext(), dimension, *pieces_, position));
+      return;
+    }
+    chunks_.push_back(std::make_unique<DataProvider>(input_->getContext(), dimension));
+    // Chunks only look at the input's memory; providers know no read-only view of foreign memory.
+    chunks_.back()->wrapMemory(const_cast<std::byte*>(content_->data()) + position,
+                               dimension.getByteSize());
+  }
+
+ private:
+  std::size_t slot_;
+  DataProvider* input_;
+  PiecewiseSource* pieces_;
+  std::unique_ptr<ScopedConstDataAny> content_;
+  std::vector<std::byte> front_;
+  std::vector<std::unique_ptr<DataProvider>> chunks_;
 };
 
 OmpDecompressionWrapper::OmpDecompressionWrapper(std::unique_ptr<DataProcedure> inner,
@@ -133,48 +209,41 @@ OmpDecompressionWrapper::ChunkedInput OmpDecompressionWrapper::readChunks(
   DataProvider& input = requireInput(slot);
   const DataType type = input.getDataDimension().getDataType();
   if (!visitChunkType(type, [](auto) {})) raiseUnhandledType(type);
-  ChunkedInput result;
-  result.slot = slot;
-  result.content = std::make_unique<ScopedConstDataAny>(&input);
-  const std::span<const std::byte> bytes = result.content->bytes();
-
-  // Chunks only look at the input's memory; providers know no read-only view of foreign memory.
-  const auto addChunk = [&](const DataDimension& dimension, std::span<const std::byte> payload) {
-    auto chunk = std::make_unique<DataProvider>(getContext(), dimension);
-    chunk->wrapMemory(const_cast<std::byte*>(payload.data()), payload.size());
-    result.chunks.push_back(std::move(chunk));
-  };
+  ChunkedInput result(slot, input);
 
   if (singleChunkMarker_ != kChunkTableMarker) {
     numberOfChunks_ = 1;
     chunkSizes_.assign(1, outputValues);
-    addChunk(input.getDataDimension(), bytes);
+    result.addChunk(input.getDataDimension(), 0);
     return result;
   }
 
-  constexpr std::size_t kTableRow = 2 * sizeof(std::uint64_t);
-  ContainerCursor cursor(bytes);
-  const std::uint64_t count = cursor.readCount(kTableRow);
+  constexpr std::uint64_t kCountBytes = sizeof(std::uint64_t);
+  constexpr std::uint64_t kTableRow = 2 * sizeof(std::uint64_t);
+  const auto count = ContainerCursor(result.front(kCountBytes)).read<std::uint64_t>();
+  requireWithin(count, kTableRow, result.size() - kCountBytes);
   if (count > std::uint64_t{std::numeric_limits<std::int32_t>::max()}) {
     raise<KelborDataException>(": Too many chunks!");
   }
   if (!numberOfChunks_) numberOfChunks_ = count;
   if (count != numberOfChunks_) raise<std::runtime_error>(": Mismatch in number of chunks!");
+  std::uint64_t position = kCountBytes + count * kTableRow;
+  ContainerCursor table(result.front(position));
+  (void)table.take(kCountBytes);
   std::vector<std::uint64_t> storedSizes(static_cast<std::size_t>(count));
-  for (std::uint64_t& size : storedSizes) size = cursor.read<std::uint64_t>();
+  for (std::uint64_t& size : storedSizes) size = table.read<std::uint64_t>();
   chunkSizes_.assign(static_cast<std::size_t>(count), 0);
-  for (std::uint64_t& size : chunkSizes_) size = cursor.read<std::uint64_t>();
-  result.chunks.reserve(storedSizes.size());
-  for (const std::uint64_t storedSize : storedSizes) {
-    const std::uint64_t size = cursor.checkCount(storedSize, type.getSize());
-    addChunk(DataDimension(type, {size}), cursor.take(size * type.getSize()));
+  for (std::uint64_t& size : chunkSizes_) size = table.read<std::uint64_t>();
+  for (const std::uint64_t size : storedSizes) {
+    requireWithin(size, type.getSize(), result.size() - position);
+    result.addChunk(DataDimension(type, {size}), position);
+    position += size * type.getSize();
   }
   return result;
 }
 
 template <class Out>
 bool OmpDecompressionWrapper::runChunks(std::vector<ChunkedInput>& inputs, DataProvider& output) {
-  const int threads = Platform::threadCount();
   const ScopedData<Out> values(&output);
   std::uint64_t targetNumberOfValues = 1;
   for (const std::uint64_t extent : targetDimensions_) {
@@ -199,6 +268,10 @@ bool OmpDecompressionWrapper::runChunks(std::vector<ChunkedInput>& inputs, DataP
     slices.push_back({next, size, sizeInBytes});
     next += sizeInBytes;
   }
+
+  const std::uint64_t worthwhile = targetNumberOfValues * sizeof(Out) / kBytesWorthAThread;
+  const auto budget = static_cast<std::uint64_t>(std::max(Platform::threadCount(), 1));
+  const int threads = static_cast<int>(std::min(budget, worthwhile));
 
   std::atomic<bool> succeeded{true};
   runTeam(slices.size(), threads, [&](std::size_t chunk) {
@@ -226,7 +299,7 @@ bool OmpDecompressionWrapper::runChunk(std::vector<ChunkedInput>& inputs, std::s
     return false;
   }
   for (ChunkedInput& input : inputs) {
-    clone->connectInput(input.slot, input.chunks[chunk].get());
+    clone->connectInput(input.slot(), &input.chunk(chunk));
   }
   clone->setOutputBuffer(0, slice.target, slice.sizeInBytes);
   auto* output = dynamic_cast<DataProvider*>(clone->getOutputProvider(0));

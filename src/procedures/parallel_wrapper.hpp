@@ -40,7 +40,7 @@ class OmpDecompressionWrapper final : public DataProcedure {
   bool process(std::int32_t outputIndex) override;
 
  private:
-  struct ChunkedInput;
+  class ChunkedInput;
 
   /// A chunk's slice of the output.
   struct Slice {

@@ -4,12 +4,15 @@
 #include <string>
 
 #include "core/error.hpp"
-#include "core/scoped_access.hpp"
+#include "core/piecewise_source.hpp"
 
 namespace Kelbor::MathModule {
 namespace {
 
 constexpr std::uint32_t kTopBit = 0x80000000U;
+
+/// Of a stream that is read piece by piece; a few times what a call of inflate takes in.
+constexpr std::uint64_t kWindowBytes = 262144;
 
 template <class T>
 PlaneTarget planeTargetOf(std::span<T> values) {
@@ -57,9 +60,9 @@ StreamOutcome PlaneStreamProcedure::decodeInto(DataProvider& input, DataProvider
   const bool handled =
       visitElement<std::int16_t, std::int32_t, std::uint32_t, std::int64_t, std::uint64_t>(
           targetDataType_, [&](auto element) {
-            const ScopedConstData<std::uint8_t> stream(&input);
+            StreamAccess stream(input, lookAhead());
             const ScopedData<typename decltype(element)::type> values(&output);
-            outcome = decode(std::as_bytes(stream.view()), planeTargetOf(values.view()));
+            outcome = decode(stream.input(), planeTargetOf(values.view()));
           });
   if (!handled) raiseUnhandledType(targetDataType_);
   return outcome;
@@ -69,6 +72,25 @@ bool PlaneStreamProcedure::setParameter(std::string_view key, std::uint64_t valu
   if (key != kTotalNumberUncompressedElements) return false;
   targetDimensions_.assign(1, value);
   return true;
+}
+
+StreamAccess::StreamAccess(DataProvider& input, std::uint64_t lookAhead) {
+  const bool isWithinWindow = lookAhead > 0 && lookAhead <= kWindowBytes;
+  PiecewiseSource* pieces = isWithinWindow ? piecesOf(input) : nullptr;
+  if (!pieces) {
+    content_.emplace(&input);
+    input_.emplace(std::as_bytes(content_->view()));
+    return;
+  }
+  window_.emplace(input.getContext(), kWindowBytes);
+  const auto fetch = [pieces](std::uint64_t from, std::span<std::byte> target) {
+    try {
+      return pieces->readPiece(from, target);
+    } catch (...) {
+      return false;  // what failed has been logged where it was raised
+    }
+  };
+  input_.emplace(input.getDataDimension().getByteSize(), fetch, window_->bytes());
 }
 
 SwapBuffer::SwapBuffer(DataManager* context, std::uint64_t sizeInBytes)

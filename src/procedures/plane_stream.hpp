@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "core/procedure.hpp"
+#include "core/scoped_access.hpp"
+#include "platform/stream_input.hpp"
 
 namespace Kelbor::MathModule {
 
@@ -19,6 +21,32 @@ struct StreamOutcome {
   bool ok = false;
   /// Bytes of values; nothing where the output keeps the shape it had.
   std::optional<std::uint64_t> decodedBytes;
+};
+
+/// Working memory of a stream, from the session's data manager, not zeroed.
+class SwapBuffer {
+ public:
+  /// Exception ": Failed to allocate swap buffer!".
+  SwapBuffer(DataManager* context, std::uint64_t sizeInBytes);
+  [[nodiscard]] std::span<std::byte> bytes() noexcept;
+
+ private:
+  DataProvider block_;
+};
+
+/// An input that is a stream: its content, or, where it is large and can be had that way, its bytes
+/// piece by piece through a window.
+class StreamAccess {
+ public:
+  /// Throws what ScopedConstData throws. A `lookAhead` of 0 insists on the content.
+  StreamAccess(DataProvider& input, std::uint64_t lookAhead);
+
+  [[nodiscard]] Platform::StreamInput& input() noexcept { return *input_; }
+
+ private:
+  std::optional<ScopedConstData<std::uint8_t>> content_;
+  std::optional<SwapBuffer> window_;
+  std::optional<Platform::StreamInput> input_;
 };
 
 /// Frame of the procedures that turn one zlib stream of byte planes (input 0, UInt8) into integers
@@ -44,24 +72,15 @@ class PlaneStreamProcedure : public DataProcedure {
   [[nodiscard]] DataType targetDataType() const noexcept { return targetDataType_; }
 
   /// Decodes a whole stream.
-  virtual StreamOutcome decode(std::span<const std::byte> stream, PlaneTarget target) = 0;
+  virtual StreamOutcome decode(Platform::StreamInput& stream, PlaneTarget target) = 0;
+  /// How far decode() looks ahead; 0 where it needs the stream in one piece.
+  [[nodiscard]] virtual std::uint64_t lookAhead() const { return 0; }
 
  private:
   StreamOutcome decodeInto(DataProvider& input, DataProvider& output);
 
   std::vector<std::uint64_t> targetDimensions_;
   DataType targetDataType_;
-};
-
-/// Working memory of a stream, from the session's data manager, not zeroed.
-class SwapBuffer {
- public:
-  /// Exception ": Failed to allocate swap buffer!".
-  SwapBuffer(DataManager* context, std::uint64_t sizeInBytes);
-  [[nodiscard]] std::span<std::byte> bytes() noexcept;
-
- private:
-  DataProvider block_;
 };
 
 /// Exception ": Failed to initialize stream!".

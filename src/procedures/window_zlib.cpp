@@ -20,8 +20,8 @@ std::unique_ptr<DataProcedure> WindowZlibDecompression::clone() const {
                                                    targetDataType(), windowSizeInBytes_);
 }
 
-StreamOutcome WindowZlibDecompression::decode(std::span<const std::byte> stream,
-                                              PlaneTarget target) {
+StreamOutcome WindowZlibDecompression::decode(Platform::StreamInput& input, PlaneTarget target) {
+  const std::span<const std::byte> stream = input.ahead(input.size());
   return std::visit(
       [&](auto values) {
         if (stream.empty()) {

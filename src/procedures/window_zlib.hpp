@@ -18,7 +18,7 @@ class WindowZlibDecompression final : public PlaneStreamProcedure {
 
  private:
   /// An empty stream succeeds: the output keeps its shape and is filled with zeros.
-  StreamOutcome decode(std::span<const std::byte> stream, PlaneTarget target) override;
+  StreamOutcome decode(Platform::StreamInput& stream, PlaneTarget target) override;
 
   std::uint32_t windowSizeInBytes_;
 };

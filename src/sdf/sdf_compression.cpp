@@ -53,7 +53,8 @@ int inflateBlock(z_stream& stream, std::span<std::byte>& room) {
 std::optional<std::uint64_t> inflateStream(std::span<const std::byte> stored,
                                            std::span<std::byte> target) {
   {
-    Platform::FastInflater fast(stored, target.size());
+    Platform::StreamInput input(stored);
+    Platform::FastInflater fast(input, target.size());
     const auto length = fast.isReady() ? fast.inflateAll(target) : std::nullopt;
     if (length) return length;
   }

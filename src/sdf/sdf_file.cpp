@@ -91,8 +91,8 @@ int SdfFile::listEntries(const std::string& groupPath, std::vector<std::string>&
   SdfGroup* group = findGroup(groupPath);
   if (!group) return 0;
   for (const Entry& entry : group->getEntries()) {
-    if (entry.isGroup()) groups.emplace_back(entry.name);
-    if (entry.isDataset()) datasets.emplace_back(entry.name);
+    if (entry.isGroup()) groups.emplace_back(entry.name.text());
+    if (entry.isDataset()) datasets.emplace_back(entry.name.text());
   }
   return 0;
 }

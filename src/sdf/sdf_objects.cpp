@@ -43,6 +43,13 @@ void sortByName(SdfGroup::Entries& entries) {
 
 }  // namespace
 
+EntryName::EntryName(std::string_view text) noexcept : first_(0), text_(text) {
+  for (std::size_t i = 0; i < sizeof first_; ++i) {
+    const auto byte = i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
+    first_ = first_ << 8U | byte;
+  }
+}
+
 SdfGroup* SdfGroup::getGroupByPath(std::string_view path) {
   SdfGroup* group = this;
   while (true) {
@@ -81,9 +88,9 @@ SdfGroup& SdfGroup::enter(Entry& entry) const {
 
 Entry* SdfGroup::getEntry(std::string_view name) {
   Entries& entries = getEntries();
-  name = cutAtZero(name);
-  const auto found = std::ranges::lower_bound(entries, name, {}, &Entry::name);
-  return found == entries.end() || found->name != name ? nullptr : &*found;
+  const EntryName wanted(cutAtZero(name));
+  const auto found = std::ranges::lower_bound(entries, wanted, {}, &Entry::name);
+  return found == entries.end() || found->name != wanted ? nullptr : &*found;
 }
 
 void SdfGroup::addEntry(std::string_view name, char type, const EntryFields& fields) {
@@ -99,10 +106,11 @@ SdfGroup::Entries& SdfGroup::getEntries() {
 }
 
 Entry& SdfGroup::obtain(std::string_view name) {
-  const auto place = std::ranges::lower_bound(entries_, name, {}, &Entry::name);
-  if (place != entries_.end() && place->name == name) return *place;
+  const EntryName wanted(name);
+  const auto place = std::ranges::lower_bound(entries_, wanted, {}, &Entry::name);
+  if (place != entries_.end() && place->name == wanted) return *place;
   addedNames_.emplace_front(name);
-  return *entries_.insert(place, Entry{.name = addedNames_.front()});
+  return *entries_.insert(place, Entry{.name = EntryName(addedNames_.front())});
 }
 
 void SdfGroup::load() {
@@ -141,7 +149,7 @@ SdfGroup::Entries SdfGroup::parse(std::span<const std::byte> table) const {
       continue;
     }
     const bool isString = record.type == kStringAttributeTag;
-    entries.push_back({.name = record.name,
+    entries.push_back({.name = EntryName(record.name),
                        .type = isString ? kLoadedStringAttributeTag : record.type,
                        .fields = record.fields});
   }

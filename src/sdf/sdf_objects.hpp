@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <forward_list>
@@ -16,10 +17,30 @@ namespace Kelbor::MathModule {
 
 class SdfGroup;
 
+/// The name of an entry, borrowed from the group that has it, in the order of C strings. The first
+/// bytes stand in the name itself: most comparisons need not look at the text, which is elsewhere.
+class EntryName {
+ public:
+  explicit EntryName(std::string_view text) noexcept;
+
+  [[nodiscard]] std::string_view text() const noexcept { return text_; }
+
+  friend bool operator==(const EntryName& a, const EntryName& b) noexcept {
+    return a.first_ == b.first_ && a.text_ == b.text_;
+  }
+  friend std::strong_ordering operator<=>(const EntryName& a, const EntryName& b) noexcept {
+    return a.first_ != b.first_ ? a.first_ <=> b.first_ : a.text_ <=> b.text_;
+  }
+
+ private:
+  /// Eight bytes as one number, the first one counting most, with zeros behind a shorter text.
+  std::uint64_t first_;
+  std::string_view text_;
+};
+
 /// A node of a file's tree, as the record in its group's table tells it.
 struct Entry {
-  /// Borrowed: holds as long as the group that has the entry.
-  std::string_view name;
+  EntryName name;
   char type = 0;
   EntryFields fields{};
   /// What is in a group; null until somebody looks into it, and for what is no group.
@@ -34,8 +55,7 @@ struct Entry {
 /// into.
 class SdfGroup {
  public:
-  /// By name. Names have no zero byte, so that this order, by unsigned bytes, is that of C strings.
-  /// Pointers into it hold until an entry is added.
+  /// By name. Pointers into it hold until an entry is added.
   using Entries = std::vector<Entry>;
 
   /// A group that exists in memory only.

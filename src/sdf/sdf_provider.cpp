@@ -45,11 +45,23 @@ bool SdfDataProvider::readInline(std::uint64_t count) {
 }
 
 bool SdfDataProvider::readPlain(std::uint64_t count) {
-  std::uint64_t position = 0;
-  if (__builtin_add_overflow(entry_.field2, offset_, &position)) return false;
   std::span<std::byte> target;
-  return file_.hasStoredBytes(position, count) && openTarget(count, target) &&
-         file_.readStoredBytes(position, target);
+  return hasPlainBytes(count) && openTarget(count, target) && readPiece(0, target);
+}
+
+bool SdfDataProvider::hasPieces() {
+  const bool isPlain = entry_.field1 > kMaxInlineSize && entry_.field3 == 0;
+  return isPlain && hasPlainBytes(getDataDimension().getByteSize());
+}
+
+bool SdfDataProvider::readPiece(std::uint64_t from, std::span<std::byte> target) {
+  return file_.readStoredBytes(entry_.field2 + offset_ + from, target);
+}
+
+bool SdfDataProvider::hasPlainBytes(std::uint64_t count) {
+  std::uint64_t position = 0;
+  return !__builtin_add_overflow(entry_.field2, offset_, &position) &&
+         file_.hasStoredBytes(position, count);
 }
 
 bool SdfDataProvider::readDeflated(std::uint64_t count) {

@@ -55,7 +55,7 @@ EntryFields writeTables(SdfGroup& group, std::vector<std::byte>& region) {
   writeNumber(table, group.getEntries().size());
   for (Entry& entry : group.getEntries()) {
     if (entry.isGroup()) entry.fields = writeTables(group.enter(entry), region);
-    writeTableRecord(table, entry.type, entry.name, entry.fields);
+    writeTableRecord(table, entry.type, entry.name.text(), entry.fields);
   }
   const Bytes plain = table;
   const auto deflated = deflateIfShorter({&plain, 1});

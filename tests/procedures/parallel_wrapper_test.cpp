@@ -49,7 +49,7 @@ class ParallelWrapperTest : public testing::Test {
 };
 
 TEST_F(ParallelWrapperTest, EveryTeamWritesTheSameBitsIntoTheCallersMemory) {
-  const Values values = someValues(1000);
+  const Values values = someValues(200'000);  // enough for teams of 12
   for (const std::uint64_t chunks : {1U, 2U, 7U, 64U}) {
     const Writer::Bytes payload = Writer::chunkedStream<std::int32_t>(
         values, Writer::Chaining::differences, {.planeChunkBytes = 256, .tableChunks = chunks});

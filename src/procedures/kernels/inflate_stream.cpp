@@ -23,26 +23,30 @@ constexpr std::uint64_t kShortReadAhead = 272;
 // Generous for the compressed size of those few symbols.
 constexpr std::uint64_t kReadAheadInput = 32;
 
+using Platform::StreamInput;
+
 uInt stepOf(std::uint64_t remaining, std::uint64_t bound) noexcept {
   return static_cast<uInt>(std::min(remaining, bound));
 }
 
-/// An open zlib stream over one input block.
+/// An open zlib stream over an input.
 class BlockInflater {
  public:
-  explicit BlockInflater(std::span<const std::byte> input) noexcept : unread_(input.size()) {
-    // zlib reads through this pointer only, its type has lost the const for old compilers.
-    stream_.get().next_in = reinterpret_cast<Bytef*>(const_cast<std::byte*>(input.data()));
-    stream_.get().avail_in = 0;
+  explicit BlockInflater(StreamInput& input) noexcept : input_(input) {
+    if (isReady()) stream_.get().avail_in = 0;
   }
 
   [[nodiscard]] bool isReady() const noexcept { return stream_.isReady(); }
-  /// Input that no call has used, offered or not.
-  [[nodiscard]] std::uint64_t unread() const noexcept { return unread_; }
   [[nodiscard]] bool offerIsUsedUp() noexcept { return stream_.get().avail_in == 0; }
   [[nodiscard]] bool grantIsUsedUp() noexcept { return stream_.get().avail_out == 0; }
 
-  void offerInput(std::uint64_t bound) noexcept { stream_.get().avail_in = stepOf(unread_, bound); }
+  /// Offers all input that no call has used, but no more than `bound` bytes.
+  void offerInput(std::uint64_t bound) noexcept {
+    const std::span<const std::byte> bytes = input_.ahead(bound);
+    // zlib reads through this pointer only, its type has lost the const for old compilers.
+    stream_.get().next_in = reinterpret_cast<Bytef*>(const_cast<std::byte*>(bytes.data()));
+    stream_.get().avail_in = stepOf(bytes.size(), bound);
+  }
 
   /// One call of inflate into the front of `target`; adds the bytes that came to `produced`.
   /// Answers as zlib does, but a wish for a dictionary is an error like any other.
@@ -55,7 +59,7 @@ class BlockInflater {
     const uInt offered = stream.avail_in;
     stream.avail_out = granted;
     const int result = ::inflate(&stream, Z_NO_FLUSH);
-    unread_ -= offered - stream.avail_in;
+    input_.consume(offered - stream.avail_in);
     produced += granted - stream.avail_out;
     return result;
   }
@@ -64,7 +68,7 @@ class BlockInflater {
 
  private:
   Platform::InflateStream stream_;
-  std::uint64_t unread_;
+  StreamInput& input_;
 };
 
 bool isFailure(int result) noexcept {
@@ -85,11 +89,13 @@ bool inflateWindows(BlockInflater& inflater, std::span<std::byte> swap,
   }
 }
 
-std::optional<std::uint64_t> inflateAllFast(std::span<const std::byte> input,
+/// Leaves the input at its start where it answers with nothing.
+std::optional<std::uint64_t> inflateAllFast(StreamInput& input,
                                             std::span<std::byte> target) noexcept {
   Platform::FastInflater inflater(input, target.size());
-  if (!inflater.isReady()) return std::nullopt;
-  return inflater.inflateAll(target);
+  const auto size = inflater.isReady() ? inflater.inflateAll(target) : std::nullopt;
+  if (!size) input.rewind();
+  return size;
 }
 
 /// Walks the plane chunks of a dataset: each is inflated into planes(), then decoded.
@@ -136,7 +142,7 @@ class PlaneChunks {
 
 /// True if the fast engine decoded every chunk from no more input than a call of zlib would get.
 template <class U>
-bool decodePlaneChunksFast(std::span<const std::byte> input, PlaneChunks<U> chunks,
+bool decodePlaneChunksFast(StreamInput& input, PlaneChunks<U> chunks,
                            const PlaneChunkGeometry& geometry) noexcept {
   const bool isOneOffer = input.size() <= geometry.inputBound;
   if (!isOneOffer && geometry.chunkBytes < kFarReadAhead) return false;
@@ -185,13 +191,13 @@ PlaneChunkGeometry PlaneChunkGeometry::of(std::uint32_t chunkSizeInBytes, std::s
 }
 
 template <class U>
-InflateResult decodePlaneChunks(std::span<const std::byte> input, std::span<U> output,
-                                std::span<std::byte> swap, const PlaneChunkGeometry& geometry,
-                                PlaneMode mode) noexcept {
+InflateResult decodePlaneChunks(StreamInput& input, std::span<U> output, std::span<std::byte> swap,
+                                const PlaneChunkGeometry& geometry, PlaneMode mode) noexcept {
   PlaneChunks<U> chunks(output, swap, geometry, mode);
   if (!chunks.done() && decodePlaneChunksFast<U>(input, chunks, geometry)) {
     return {.streamReady = true, .ok = true, .decodedBytes = output.size_bytes()};
   }
+  input.rewind();
   InflateResult result;
   BlockInflater inflater(input);
   if (!inflater.isReady()) return result;
@@ -216,11 +222,12 @@ InflateResult decodePlaneChunks(std::span<const std::byte> input, std::span<U> o
 }
 
 template <class U>
-InflateResult decodeWindowedPlanes(std::span<const std::byte> input, std::span<U> output,
+InflateResult decodeWindowedPlanes(std::span<const std::byte> stream, std::span<U> output,
                                    std::span<std::byte> swap,
                                    std::uint32_t windowSizeInBytes) noexcept {
-  if (input.empty()) return {.streamReady = true, .ok = true, .decodedBytes = 0};
+  if (stream.empty()) return {.streamReady = true, .ok = true, .decodedBytes = 0};
   swap = swap.first(output.size() * sizeof(U));
+  StreamInput input(stream);
   InflateResult result;
   // Windows change nothing about a stream that is whole and fits.
   if (const auto size = windowSizeInBytes != 0 ? inflateAllFast(input, swap) : std::nullopt) {
@@ -244,9 +251,10 @@ bool PlainInflateResult::ok() const noexcept {
   return streamReady && code == Z_STREAM_END;
 }
 
-PlainInflateResult inflatePlain(std::span<const std::byte> input,
+PlainInflateResult inflatePlain(std::span<const std::byte> stream,
                                 std::span<std::byte> output) noexcept {
-  if (input.empty()) return {.streamReady = true, .code = Z_STREAM_END, .decodedBytes = 0};
+  if (stream.empty()) return {.streamReady = true, .code = Z_STREAM_END, .decodedBytes = 0};
+  StreamInput input(stream);
   // zlib fails where its first offer ends together with the output; smaller streams are one offer.
   if (input.size() <= kLargestInputStep) {
     if (const auto size = inflateAllFast(input, output)) {
@@ -268,13 +276,13 @@ PlainInflateResult inflatePlain(std::span<const std::byte> input,
   }
 }
 
-template InflateResult decodePlaneChunks(std::span<const std::byte>, std::span<std::uint16_t>,
+template InflateResult decodePlaneChunks(StreamInput&, std::span<std::uint16_t>,
                                          std::span<std::byte>, const PlaneChunkGeometry&,
                                          PlaneMode) noexcept;
-template InflateResult decodePlaneChunks(std::span<const std::byte>, std::span<std::uint32_t>,
+template InflateResult decodePlaneChunks(StreamInput&, std::span<std::uint32_t>,
                                          std::span<std::byte>, const PlaneChunkGeometry&,
                                          PlaneMode) noexcept;
-template InflateResult decodePlaneChunks(std::span<const std::byte>, std::span<std::uint64_t>,
+template InflateResult decodePlaneChunks(StreamInput&, std::span<std::uint64_t>,
                                          std::span<std::byte>, const PlaneChunkGeometry&,
                                          PlaneMode) noexcept;
 template InflateResult decodeWindowedPlanes(std::span<const std::byte>, std::span<std::uint16_t>,

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <span>
 
+#include "platform/stream_input.hpp"
+
 namespace Kelbor::MathModule::Kernels {
 
 // The three ways in which stored streams are inflated. Each opens its own stream, reads nothing
@@ -35,14 +37,15 @@ struct InflateResult {
   std::uint64_t decodedBytes = 0;  ///< inflated bytes that have come; meaningless unless ok
 };
 
-/// Inflates plane chunk after plane chunk through `swap` and decodes each into `output`, whose size
+/// Inflates plane chunk after plane chunk of a stream, which stands at its start and can look ahead
+/// by geometry.inputBound, through `swap` and decodes each into `output`, whose size
 /// is the value count that `geometry` was made for. `swap` has at least geometry.swapBytes bytes;
 /// what they hold doesn't matter. A chunk that comes short is decoded whole, with what the one
 /// before it left in the swap, or zeros. `decodedBytes` may end below the output's size without
 /// failure; values from decodedBytes / sizeof(U) on are then unspecified.
 /// For std::uint16_t, std::uint32_t and std::uint64_t.
 template <class U>
-[[nodiscard]] InflateResult decodePlaneChunks(std::span<const std::byte> input, std::span<U> output,
+[[nodiscard]] InflateResult decodePlaneChunks(Platform::StreamInput& input, std::span<U> output,
                                               std::span<std::byte> swap,
                                               const PlaneChunkGeometry& geometry,
                                               PlaneMode mode) noexcept;
@@ -53,7 +56,7 @@ template <class U>
 /// yields nothing. A stream without its end, one with more than the swap holds, and a window of 0
 /// fail. For the types above.
 template <class U>
-[[nodiscard]] InflateResult decodeWindowedPlanes(std::span<const std::byte> input,
+[[nodiscard]] InflateResult decodeWindowedPlanes(std::span<const std::byte> stream,
                                                  std::span<U> output, std::span<std::byte> swap,
                                                  std::uint32_t windowSizeInBytes) noexcept;
 
@@ -68,7 +71,7 @@ struct PlainInflateResult {
 
 /// Inflates a stream straight into `output`. A stream shorter than the output is well, a longer one
 /// and one without its end fail with Z_BUF_ERROR. Empty input is well and yields nothing.
-[[nodiscard]] PlainInflateResult inflatePlain(std::span<const std::byte> input,
+[[nodiscard]] PlainInflateResult inflatePlain(std::span<const std::byte> stream,
                                               std::span<std::byte> output) noexcept;
 
 }  // namespace Kelbor::MathModule::Kernels

@@ -18,6 +18,7 @@ namespace {
 using Platform::FastInflater;
 using Platform::InflateEngine;
 using Platform::inflateEngines;
+using Platform::StreamInput;
 using Platform::useBestInflateEngine;
 using Platform::useInflateEngine;
 using Testing::DeflateBuilder;
@@ -52,8 +53,9 @@ void addChunked(Answers& answers, const Bytes& stream, std::size_t size, std::ui
   std::vector<U> values(count);
   // Nothing may depend on what the swap holds at first.
   Bytes swap(geometry.swapBytes, std::byte{0xd1});
+  StreamInput input(stream);
   const InflateResult result =
-      decodePlaneChunks<U>(stream, values, swap, geometry, PlaneMode::RunningSum);
+      decodePlaneChunks<U>(input, values, swap, geometry, PlaneMode::RunningSum);
   const auto bytes = std::as_bytes(std::span(values));
   answers.add("chunks of " + std::to_string(chunkSize), result.ok, result.decodedBytes, 0,
               {bytes.begin(), bytes.end()});
@@ -100,7 +102,8 @@ void expectSameAnswers(const Bytes& stream, std::size_t size,
 }
 
 bool fastEngineTakes(const Bytes& stream, const Bytes& inflated) {
-  FastInflater inflater(stream, inflated.size());
+  StreamInput input(stream);
+  FastInflater inflater(input, inflated.size());
   if (!inflater.isReady()) return false;
   Bytes output(inflated.size() + 1);
   const auto size = inflater.inflateAll(output);
@@ -410,10 +413,10 @@ TEST_F(InflateEngines, NothingBehindInputAndOutputIsTouched) {
       const std::span<std::uint16_t> values(reinterpret_cast<std::uint16_t*>(output.bytes.data()),
                                             size / 2);
       const auto geometry = PlaneChunkGeometry::of(65536, 2, values.size());
-      EXPECT_EQ(decodePlaneChunks<std::uint16_t>(input.bytes, values, swap.bytes, geometry,
-                                                 PlaneMode::Plain)
-                    .streamReady,
-                true);
+      StreamInput guarded(input.bytes);
+      EXPECT_TRUE(
+          decodePlaneChunks<std::uint16_t>(guarded, values, swap.bytes, geometry, PlaneMode::Plain)
+              .streamReady);
     }
   }
 }

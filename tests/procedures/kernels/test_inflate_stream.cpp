@@ -123,7 +123,25 @@ template <class U>
 InflateResult decode(const Bytes& input, std::vector<U>& output, const PlaneChunkGeometry& geometry,
                      PlaneMode mode) {
   Bytes swap(geometry.swapBytes);
-  return decodePlaneChunks<U>(input, output, swap, geometry, mode);
+  Platform::StreamInput whole(input);
+  const InflateResult result = decodePlaneChunks<U>(whole, output, swap, geometry, mode);
+
+  // The smallest window that the loop can do with gives the same.
+  Bytes window(std::max<std::size_t>(geometry.inputBound, 4096));
+  const auto fetch = [&input](std::uint64_t from, std::span<std::byte> target) {
+    std::copy_n(input.begin() + static_cast<std::ptrdiff_t>(from), target.size(), target.begin());
+    return true;
+  };
+  Platform::StreamInput pieces(input.size(), fetch, window);
+  std::vector<U> twin(output.size());
+  const InflateResult other = decodePlaneChunks<U>(pieces, twin, swap, geometry, mode);
+  EXPECT_EQ(other.ok, result.ok);
+  if (!result.ok) return result;
+  EXPECT_EQ(other.decodedBytes, result.decodedBytes);
+  const std::size_t count = result.decodedBytes / sizeof(U);
+  EXPECT_TRUE(
+      std::equal(twin.begin(), twin.begin() + static_cast<std::ptrdiff_t>(count), output.begin()));
+  return result;
 }
 
 /// Same answer, and where it is good the same values as far as decoded bytes reach.
@@ -224,11 +242,29 @@ TYPED_TEST(PlaneStreams, ShortStreamYieldsFewerValues) {
   EXPECT_TRUE(sameBits(values, decodedNumbers(numbers, PlaneMode::RunningSum)));
 }
 
+TYPED_TEST(PlaneStreams, BytesThatCanNotBeFetchedAreMissing) {
+  using U = TypeParam;
+  const std::vector<U> numbers(40'000, U{3});
+  const auto geometry = PlaneChunkGeometry::of(65536, sizeof(U), numbers.size());
+  const Bytes stream = deflated(chunkedPlanesOf(numbers, geometry), geometry.chunkBytes);
+  Bytes window(geometry.inputBound);
+  Bytes swap(geometry.swapBytes);
+  std::vector<U> values(numbers.size());
+  Platform::StreamInput input(
+      stream.size(), [](std::uint64_t, std::span<std::byte>) { return false; }, window);
+  const InflateResult result =
+      decodePlaneChunks<U>(input, values, swap, geometry, PlaneMode::RunningSum);
+  EXPECT_TRUE(result.streamReady);
+  EXPECT_FALSE(result.ok);
+}
+
 TYPED_TEST(PlaneStreams, NoValuesNeedNoInput) {
   using U = TypeParam;
   const auto geometry = PlaneChunkGeometry::of(65536, sizeof(U), 0);
   EXPECT_EQ(geometry.chunkCount, 0u);
-  const InflateResult result = decodePlaneChunks<U>({}, {}, {}, geometry, PlaneMode::RunningSum);
+  Platform::StreamInput nothing({});
+  const InflateResult result =
+      decodePlaneChunks<U>(nothing, {}, {}, geometry, PlaneMode::RunningSum);
   EXPECT_TRUE(result.ok);
   EXPECT_EQ(result.decodedBytes, 0u);
 }
