@@ -21,6 +21,9 @@ namespace {
 
 using namespace morvex::Bench;
 
+/// Of a file's arrays, so that all peers' copies fit into memory.
+constexpr std::size_t kMostValues = 150'000'000;
+
 constexpr const char* kUsage =
     "morvex-compare [options]\n"
     "  --rounds N     rounds of each table (9)\n"
@@ -36,6 +39,11 @@ struct Options {
   std::uint32_t datasets = 100'000;
   std::string file;
   std::string only;
+
+  /// A model whose arrays are cut into chunks for threads.
+  [[nodiscard]] CrashModel cutModel(std::uint32_t parts, bool isQuantised) const {
+    return {.nodes = nodes, .parts = parts, .isQuantised = isQuantised, .tableChunks = 8};
+  }
 };
 
 Options optionsOf(int argc, char** argv) {
@@ -119,7 +127,6 @@ class Comparison {
     Arrays truth;
     {
       const Session session(path, 1);
-      constexpr std::size_t kMostValues = 150'000'000;
       listing = listArrays(kMostValues);
       truth = emptyArrays(listing);
       askAll(listing, truth);
@@ -162,6 +169,66 @@ class Comparison {
     printTable(title + ": " + std::to_string(listing.sizes.size()) + " arrays, " +
                    std::to_string(listing.values()) + " values",
                rows, listing.values());
+  }
+
+  /// The same arrays cut for one thread and for two, in the time that a host waits for them.
+  void compareThreads(const std::string& title, const CrashModel& model) {
+    if (!isWanted(title)) return;
+    const std::string path = scratch_.path("threads.sdf");
+    writeCrashModel(path, model);
+    Listing listing;
+    {
+      const Session session(path, 1);
+      listing = listArrays(kMostValues);
+    }
+    Arrays target = emptyArrays(listing);
+    std::vector<Row> rows;
+    for (const int threads : {1, 2}) {
+      rows.push_back({std::to_string(threads) + (threads == 1 ? " thread" : " threads"),
+                      [&, threads](int) {
+                        const Session session(path, threads);
+                        askAll(listing, target);
+                      },
+                      std::filesystem::file_size(path)});
+    }
+    measure(rows, options_.rounds, Clock::wall);
+    printTable(title + ", wall time", rows, listing.values());
+  }
+
+  /// All steps of a variable, one after the other, stored plainly and as differences.
+  void compareWalks() {
+    const std::string title = "forward walk over 96 steps";
+    if (!isWanted(title)) return;
+    CrashModel model{.nodes = options_.nodes / 10, .parts = 4, .steps = 96};
+    const std::string plain = scratch_.path("plain.sdf");
+    writeCrashModel(plain, model);
+    model.usesTimeDifferences = true;
+    const std::string differences = scratch_.path("differences.sdf");
+    writeCrashModel(differences, model);
+    Listing walk;
+    {
+      const Session session(plain, 1);
+      walk = listArrays(kMostValues);
+    }
+    constexpr int kDisplacement = 0;
+    std::erase_if(walk.questions, [](const Question& q) { return q.variable != kDisplacement; });
+    Arrays target = emptyArrays(walk);
+    std::vector<Row> rows;
+    for (const std::string& path : {plain, differences}) {
+      rows.push_back({path == plain ? "plain steps" : "time differences",
+                      [&, path](int) {
+                        const Session session(path, 1);
+                        MX_finishedGeometryProcessing();
+                        askAll(walk, target);
+                      },
+                      std::filesystem::file_size(path)});
+    }
+    rows.front().run(-1);
+    const Arrays truth = target;
+    rows.back().run(-1);
+    demandSame("The walk over differences", truth, target);
+    measure(rows, options_.rounds);
+    printTable(title, rows, 0);
   }
 
   void compareManyArrays() {
@@ -297,6 +364,12 @@ int main(int argc, char** argv) {
     comparison.compareCrashModel("exact model of 42 parts", 42, false);
     comparison.compareCrashModel("quantised model of one part", 1, true);
     comparison.compareCrashModel("exact model of one part", 1, false);
+    comparison.compareThreads("threads on a quantised model of one part",
+                              options.cutModel(1, true));
+    comparison.compareThreads("threads on an exact model of one part", options.cutModel(1, false));
+    comparison.compareThreads("threads on a quantised model of 1,000 parts",
+                              options.cutModel(1000, true));
+    comparison.compareWalks();
     comparison.compareManyArrays();
     if (!options.file.empty() && comparison.isWanted("file")) {
       comparison.compareFile("file " + options.file, options.file, false);

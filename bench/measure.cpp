@@ -39,13 +39,13 @@ std::vector<double> ratios(const Row& a, const Row& b) {
   return result;
 }
 
-}  // namespace
-
-double cpuSeconds() {
+double secondsOf(Clock clock) {
   timespec now{};
-  ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+  ::clock_gettime(clock == Clock::wall ? CLOCK_MONOTONIC : CLOCK_PROCESS_CPUTIME_ID, &now);
   return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
+
+}  // namespace
 
 ScratchDirectory::ScratchDirectory()
     : directory_(std::filesystem::temp_directory_path() /
@@ -69,13 +69,13 @@ std::int64_t peakMemoryOf(const std::function<void()>& call) {
   return isReset && before >= 0 && peak >= 0 ? std::max<std::int64_t>(peak - before, 0) : -1;
 }
 
-void measure(std::vector<Row>& rows, int rounds) {
+void measure(std::vector<Row>& rows, int rounds, Clock clock) {
   for (Row& row : rows) row.peakMemory = peakMemoryOf([&] { row.run(-1); });
   for (int round = 0; round < rounds; ++round) {
     for (Row& row : rows) {
-      const double start = cpuSeconds();
+      const double start = secondsOf(clock);
       row.run(round);
-      row.seconds.push_back(cpuSeconds() - start);
+      row.seconds.push_back(secondsOf(clock) - start);
     }
   }
 }

@@ -8,8 +8,9 @@
 
 namespace morvex::Bench {
 
-/// Processor time of the whole process, all threads together.
-[[nodiscard]] double cpuSeconds();
+/// What a row's time is: that of the processor, all threads of the process together, or that of
+/// the clock on the wall.
+enum class Clock { processor, wall };
 
 /// A directory for files that goes with the object.
 class ScratchDirectory {
@@ -38,7 +39,7 @@ struct Row {
 };
 
 /// Runs all rows once for their memory, which also warms up, then round by round.
-void measure(std::vector<Row>& rows, int rounds);
+void measure(std::vector<Row>& rows, int rounds, Clock clock = Clock::processor);
 
 /// Median times, and how often the first row fits into each other one: the median over the rounds
 /// with the middle half of them. `values` of a row's run give the speed in million values a second.

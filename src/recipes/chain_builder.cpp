@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "core/error.hpp"
-#include "recipes/procedure_factory.hpp"
 
 namespace morvex {
 
@@ -19,6 +18,30 @@ std::unique_ptr<ProcedureFactory> readFactory(Deserializer& classStream) {
   const auto creator = classStream.classCreators->find(tag);
   if (creator == classStream.classCreators->end()) raise<InternalError>(kInvalidClassType);
   return creator->second(classStream);
+}
+
+FactoryList::FactoryList(Kelbor::DataManager* context, const std::vector<std::byte>& classStream,
+                         const ClassCreators& classCreators)
+    : start_(context, classStream), next_(start_) {
+  start_.classCreators = &classCreators;
+  next_ = start_;
+}
+
+const ProcedureFactory& FactoryList::at(std::size_t index) {
+  try {
+    while (factories_.size() <= index) factories_.push_back(readFactory(next_));
+  } catch (...) {
+    factories_.clear();
+    next_ = start_;
+    throw;
+  }
+  return *factories_[index];
+}
+
+FactoryList& FactoryCache::factoriesOf(const Recipe& recipe, Kelbor::DataManager* context,
+                                       const ClassCreators& classCreators) {
+  const auto key = std::pair(&recipe, &classCreators);
+  return lists_.try_emplace(key, context, recipe.classStream, classCreators).first->second;
 }
 
 namespace {
@@ -43,11 +66,11 @@ class Builder {
     if (count > kMostProcedures || recipe_.outputKeys.size() < count) {
       raise<InternalError>("Invalid number of procedures in recipe");
     }
-    Deserializer classStream(settings_.context, recipe_.classStream);
-    classStream.classCreators = &settings_.classCreators;
+    FactoryList& factories =
+        settings_.factories.factoriesOf(recipe_, settings_.context, settings_.classCreators);
     procedures_.reserve(count);
     for (std::size_t p = 0; p < count; ++p) {
-      auto procedure = readFactory(classStream)->create(settings_.sizes, parameters);
+      auto procedure = factories.at(p).create(settings_.sizes, parameters);
       connectInputs(*procedure, recipe_.inputCounts[p]);
       procedures_.push_back(&keep(std::move(procedure), recipe_.outputKeys[p]));
     }

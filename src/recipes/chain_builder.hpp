@@ -2,14 +2,17 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/chain.hpp"
 #include "metadata/deserializer.hpp"
 #include "recipes/dataset_cache.hpp"
+#include "recipes/procedure_factory.hpp"
 #include "recipes/recipe.hpp"
 
 namespace morvex {
@@ -17,11 +20,24 @@ namespace morvex {
 /// Turns the dataset key of an external reference into the path of the dataset it means.
 using KeyMapper = std::function<std::string(const std::string& datasetKey)>;
 
+/// The factories of the recipes that chains were built of, so that no recipe is read twice. Recipes
+/// are known by their address: they must outlive the cache, and stay as they are.
+class FactoryCache {
+ public:
+  [[nodiscard]] FactoryList& factoriesOf(const Recipe& recipe, Kelbor::DataManager* context,
+                                         const ClassCreators& classCreators);
+
+ private:
+  std::map<std::pair<const Recipe*, const ClassCreators*>, FactoryList> lists_;
+};
+
 /// What a chain is made with, apart from its recipe. All is borrowed for the call.
 struct ChainSettings {
   Kelbor::DataManager* context;
-  /// The classes that the reader of this kind of dataset accepts.
+  /// The classes that the reader of this kind of dataset accepts; lives as long as `factories`.
   const ClassCreators& classCreators;
+  /// What has been read of the recipes' class streams.
+  FactoryCache& factories;
   /// Extents of the result, handed to every factory.
   std::span<const std::uint64_t> sizes;
   /// Finished results of other datasets.

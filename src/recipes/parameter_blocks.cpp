@@ -14,7 +14,9 @@ constexpr double kNoStep = -1.0;
 
 class BlockWriter {
  public:
-  BlockWriter() : serializer_(nullptr, block_) { serializer_.requireVersion({0, 0, 0}); }
+  BlockWriter() : block_(reserved()), serializer_(nullptr, block_) {
+    serializer_.requireVersion({0, 0, 0});
+  }
 
   void decompression(Kelbor::DataType type) {
     serializer_.writeI32(kChunkTableMarker);
@@ -25,6 +27,12 @@ class BlockWriter {
   ParameterBlock finish() { return std::move(block_); }
 
  private:
+  static ParameterBlock reserved() {
+    ParameterBlock block;
+    block.reserve(64);  // more than any of the blocks
+    return block;
+  }
+
   ParameterBlock block_;
   Serializer serializer_;
 };

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include "core/procedure.hpp"
 #include "metadata/deserializer.hpp"
@@ -34,6 +35,23 @@ class ProcedureFactory {
 
 /// Raised as InternalError for a class tag that the reader of a dataset does not accept.
 inline constexpr const char* kInvalidClassType = "Deserialization: Invalid class type detected";
+
+/// The factories of a class stream, each read when it is first asked for and kept. A stream that
+/// turns out to be damaged is read anew each time, and so fails each time. Used by one thread.
+class FactoryList {
+ public:
+  /// `classStream` is borrowed.
+  FactoryList(Kelbor::DataManager* context, const std::vector<std::byte>& classStream,
+              const ClassCreators& classCreators);
+
+  /// What readFactory throws.
+  [[nodiscard]] const ProcedureFactory& at(std::size_t index);
+
+ private:
+  Deserializer start_;
+  Deserializer next_;
+  std::vector<std::unique_ptr<ProcedureFactory>> factories_;
+};
 
 /// Reads a class tag and what its creator takes off the stream. InternalError for a tag that the
 /// stream's creators don't hold.

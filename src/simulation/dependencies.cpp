@@ -165,6 +165,7 @@ void EnsgSimulation::cookExtRecipe(Dependency dependency, std::uint64_t size) {
       buildChain(zipRecipe.recipe, std::move(inputs), parameterStream,
                  {.context = getContext(),
                   .classCreators = dependencyClasses(),
+                  .factories = factories_,
                   .sizes = {&size, 1},
                   .cache = externalDependencyCache_,
                   .keyMapper = [&, &group = group, &name = name](const std::string& datasetKey) {

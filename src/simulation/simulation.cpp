@@ -57,6 +57,7 @@ std::unique_ptr<Kelbor::BranchedChain> EnsgSimulation::makeChain(
   return buildChain(recipe, std::move(inputs), Deserializer(getContext(), parameters),
                     {.context = getContext(),
                      .classCreators = classCreators,
+                     .factories = factories_,
                      .sizes = {&size, 1},
                      .cache = externalDependencyCache_,
                      .keyMapper = std::move(keyMapper)});

@@ -167,6 +167,7 @@ class EnsgSimulation final : public Kelbor::MathModule::SdfFile {
 
   SimulationMetadata metadata_;
   DatasetCache externalDependencyCache_;
+  FactoryCache factories_;
   Kelbor::KelborStorage storage_;
   std::uint64_t cookedDatasets_ = 0;
 };

@@ -1,3 +1,5 @@
+#include <new>
+
 #include "procedures/factory_table.hpp"
 #include "simulation/dataset_path.hpp"
 #include "simulation/read_support.hpp"
@@ -74,6 +76,10 @@ void EnsgSimulation::readVariableInto(int timestep, const std::string& variableN
   const auto size = static_cast<std::uint64_t>(buffer.size);
   try {
     fetchAndCacheExternalDependencies(zipRecipe.recipe, size, group, name, variableName);
+  } catch (const std::bad_alloc&) {
+    throw;  // says nothing about the file: without the dependency values could be others
+  } catch (const Kelbor::MemoryAllocationException&) {
+    throw;
   } catch (const std::exception& failure) {
     // What was optional may be missing; if it was not, building the chain says so.
     getLogger().warning() << "fetchAndCacheExternalDependencies for ts" << timestep

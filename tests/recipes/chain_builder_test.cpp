@@ -49,7 +49,10 @@ class AdderFactory : public ProcedureFactory {
 
 constexpr std::int32_t kAdder = 5;
 
+int factoriesRead = 0;
+
 const ClassCreators kCreators{{kAdder, [](Deserializer& stream) {
+                                 ++factoriesRead;
                                  return std::unique_ptr<ProcedureFactory>(
                                      std::make_unique<AdderFactory>(stream.context()));
                                }}};
@@ -80,11 +83,17 @@ class ChainBuilder : public testing::Test {
   /// A chain over one number for each of `values`; a negative one stands for a missing input.
   std::unique_ptr<Kelbor::BranchedChain> build(const Recipe& recipe,
                                                const std::vector<int>& values) {
+    FactoryCache factories;  // the tests' recipes don't stay where they are
+    return build(recipe, values, factories);
+  }
+  std::unique_ptr<Kelbor::BranchedChain> build(const Recipe& recipe, const std::vector<int>& values,
+                                               FactoryCache& factories) {
     std::vector<std::unique_ptr<DataProvider>> inputs;
     for (const int value : values) inputs.push_back(value < 0 ? nullptr : number(value));
     return buildChain(recipe, std::move(inputs), Deserializer(&manager_, noParameters_),
                       {.context = &manager_,
                        .classCreators = kCreators,
+                       .factories = factories,
                        .sizes = {},
                        .cache = cache_,
                        .keyMapper = [](const std::string& key) { return "/mapped/" + key; }});
@@ -144,6 +153,21 @@ TEST_F(ChainBuilder, ReferencesComeFromTheCacheAndStayAliveInTheChain) {
   } catch (const std::runtime_error& failure) {
     EXPECT_STREQ(failure.what(), "External dependency must be in cache: /mapped/missing");
   }
+}
+
+TEST_F(ChainBuilder, RecipeIsReadOnceAndADamagedOneFailsEachTime) {
+  Recipe twoAdders = recipe({{ChainInput{0}}, {ProcedureOutput{0, 0}}}, {"", "Sum"});
+  FactoryCache factories;
+  factoriesRead = 0;
+  EXPECT_EQ(valueOf(*build(twoAdders, {1}, factories), "Sum"), 1);
+  EXPECT_EQ(valueOf(*build(twoAdders, {2}, factories), "Sum"), 2);
+  EXPECT_EQ(factoriesRead, 2);
+
+  Recipe damaged = twoAdders;
+  damaged.classStream.pop_back();  // the second class tag ends early
+  EXPECT_THROW((void)build(damaged, {1}, factories), InternalError);
+  EXPECT_THROW((void)build(damaged, {1}, factories), InternalError);
+  EXPECT_EQ(factoriesRead, 4) << "the first class is read and given up each time";
 }
 
 TEST_F(ChainBuilder, RefusesClassesAndWiringThatLeadNowhere) {
