@@ -111,7 +111,7 @@ void ArrayReader::readAxes(const Ask& ask) {
   float* const none = nullptr;
   std::uint64_t count = 0;
   require(ask(none, none, none, std::uint64_t{0}, &count));
-  for (const std::size_t axis : {0, 1, 2}) makeRoom(axis, count * sizeof(float));
+  for (std::size_t axis = 0; axis < 3; ++axis) makeRoom(axis, count * sizeof(float));
   publish(ask(values<float>(0), values<float>(1), values<float>(2), count, &count), 3);
 }
 
