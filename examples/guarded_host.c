@@ -44,9 +44,10 @@ int main(int argc, char** argv) {
   if (argc != 3) return 2;
   if (mxg_open_file(argv[1], 0) != MXG_OK) return failed();
   if (mxg_get_number_of_variables(&variables) != MXG_OK) return failed();
-  mxg_variable* all = calloc((size_t)variables + 1, sizeof *all);
   const int32_t variable = atoi(argv[2]);
-  if (!all || variable < 0 || (uint64_t)variable >= variables) return 2;
+  if (variable < 0 || (uint64_t)variable >= variables) return 2;
+  mxg_variable* all = calloc((size_t)variables, sizeof *all);
+  if (!all) return 2;
   if (mxg_get_variable_information(all, variables, &variables) != MXG_OK) return failed();
   if (mxg_get_number_of_timesteps(all[variable].timeset, &steps) != MXG_OK) return failed();
   if (mxg_get_number_of_parts(&parts) != MXG_OK) return failed();

@@ -8,7 +8,7 @@ namespace Kelbor::Platform {
 std::span<const std::byte> StreamInput::ahead(std::uint64_t wanted) noexcept {
   const std::uint64_t within = std::min<std::uint64_t>({wanted, unread(), window_.size()});
   if (!fetch_ || held_.size() >= within) return held_;
-  std::memmove(window_.data(), held_.data(), held_.size());
+  if (!held_.empty()) std::memmove(window_.data(), held_.data(), held_.size());
   const std::uint64_t count = std::min<std::uint64_t>(unread(), window_.size());
   const auto missing =
       window_.subspan(held_.size(), static_cast<std::size_t>(count) - held_.size());
