@@ -108,7 +108,9 @@ FastInflater::~FastInflater() {
 /// unwritten.
 bool FastInflater::run(std::span<std::byte>& target) noexcept {
   inflate_state& state = engine_->state;
-  const std::span<const std::byte> bytes = input_.ahead(kLookAhead);
+  // Enough to fill the target at once: for a rest of it igzip would decode far ahead.
+  const std::span<const std::byte> bytes =
+      input_.ahead(target.size() + target.size() / 8 + kLookAhead);
   const std::size_t granted = std::min<std::size_t>(target.size(), kLargestOutputStep);
   state.next_in = writable(bytes);
   state.avail_in = static_cast<std::uint32_t>(bytes.size());

@@ -242,6 +242,29 @@ TYPED_TEST(PlaneStreams, ShortStreamYieldsFewerValues) {
   EXPECT_TRUE(sameBits(values, decodedNumbers(numbers, PlaneMode::RunningSum)));
 }
 
+TYPED_TEST(PlaneStreams, LongStreamIsFetchedOnce) {
+  using U = TypeParam;
+  std::mt19937_64 random(1);
+  std::vector<U> numbers(600'000);
+  for (U& number : numbers) number = static_cast<U>(random());
+  const auto geometry = PlaneChunkGeometry::of(65536, sizeof(U), numbers.size());
+  const Bytes stream = deflated(chunkedPlanesOf(numbers, geometry), geometry.chunkBytes);
+  Bytes window(262'144);
+  ASSERT_GT(stream.size(), 2 * window.size());
+  std::uint64_t fetched = 0;
+  const auto fetch = [&](std::uint64_t from, std::span<std::byte> target) {
+    std::copy_n(stream.begin() + static_cast<std::ptrdiff_t>(from), target.size(), target.begin());
+    fetched += target.size();
+    return true;
+  };
+  Platform::StreamInput input(stream.size(), fetch, window);
+  Bytes swap(geometry.swapBytes);
+  std::vector<U> values(numbers.size());
+  EXPECT_TRUE(decodePlaneChunks<U>(input, values, swap, geometry, PlaneMode::Plain).ok);
+  EXPECT_EQ(fetched, stream.size()) << "no engine gave up half-way";
+  EXPECT_TRUE(sameBits(values, decodedNumbers(numbers, PlaneMode::Plain)));
+}
+
 TYPED_TEST(PlaneStreams, BytesThatCanNotBeFetchedAreMissing) {
   using U = TypeParam;
   const std::vector<U> numbers(40'000, U{3});
