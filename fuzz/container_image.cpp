@@ -41,7 +41,7 @@ class Reader {
     if (++groups_ > kMostGroups) return;
     for (Entry& entry : group.getEntries()) {
       if (image_.datasets().size() >= kMostDatasets) return;
-      const std::string child = path + '/' + std::string(entry.name);
+      const std::string child = path + '/' + std::string(entry.name.text());
       if (entry.isGroup() && depth < kDeepestGroup) {
         collect(group.enter(entry), child, depth + 1);
       } else if (entry.isDataset()) {

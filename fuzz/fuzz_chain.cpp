@@ -92,8 +92,10 @@ void pull(const Recipe& recipe, const Writer::ResultImage& image, bool intoHost)
   const std::vector<std::uint64_t> sizes = sizesIn(image);
   const Writer::Bytes* block = find(image, "/parameters");
   const Writer::Bytes parameters = block ? *block : Writer::Bytes();
-  const auto chain = buildChain(recipe, inputsIn(image), Deserializer(&manager(), parameters),
-                                {&manager(), Kelbor::MathModule::allClassCreators(), sizes, cache});
+  FactoryCache factories;
+  const auto chain =
+      buildChain(recipe, inputsIn(image), Deserializer(&manager(), parameters),
+                 {&manager(), Kelbor::MathModule::allClassCreators(), factories, sizes, cache});
   std::uint64_t count = 1;
   for (const std::uint64_t size : sizes) count *= size;
   const std::unique_ptr<float[]> host(new float[count]);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <random>
 
 #include "kernel_test_support.hpp"
 #include "platform/zlib_stream.hpp"
