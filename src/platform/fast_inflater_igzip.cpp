@@ -42,6 +42,15 @@ std::uint8_t* writable(std::span<const std::byte> bytes) noexcept {
   return reinterpret_cast<std::uint8_t*>(const_cast<std::byte*>(bytes.data()));
 }
 
+/// Takes the whole bytes out of igzip's bit buffer, which belong to the input of this call: before
+/// a stored block igzip would give them back itself, in a later call, to input that has moved on.
+void giveWholeBytesBack(inflate_state& state) noexcept {
+  const std::int32_t bits = std::max(state.read_in_length, 0);
+  state.avail_in += static_cast<std::uint32_t>(bits / 8);
+  state.read_in_length = std::min(state.read_in_length, bits % 8);
+  state.read_in &= (std::uint64_t{1} << (bits % 8)) - 1;
+}
+
 /// Whether zlib would take the first two bytes for the start of a stream that needs no dictionary.
 bool isPlainZlibHeader(std::span<const std::byte> input) noexcept {
   if (input.size() < 2) return false;
@@ -117,6 +126,8 @@ bool FastInflater::run(std::span<std::byte>& target) noexcept {
   state.next_out = reinterpret_cast<std::uint8_t*>(target.data());
   state.avail_out = static_cast<std::uint32_t>(granted);
   const int code = ::isal_inflate(&state);
+  giveWholeBytesBack(state);
+  if (state.avail_in > bytes.size()) return false;  // more than it was given by this call
   const std::size_t consumed = bytes.size() - state.avail_in;
   const std::size_t written = granted - state.avail_out;
   input_.consume(consumed);
@@ -146,8 +157,7 @@ std::optional<std::uint64_t> FastInflater::inflateAll(std::span<std::byte> targe
 }
 
 std::uint64_t FastInflater::position() const noexcept {
-  const std::int32_t unusedBits = std::max(engine_->state.read_in_length, 0);
-  return input_.size() - input_.unread() - static_cast<std::uint64_t>(unusedBits / 8);
+  return input_.size() - input_.unread();
 }
 
 std::uint64_t FastInflater::readAhead() const noexcept {
