@@ -20,8 +20,8 @@ constexpr bool kKeepsBlocks = true;
 }  // namespace
 
 BlockPool::~BlockPool() {
-  for (auto& slots : kept_) {
-    for (auto& slot : slots) std::free(slot.load());
+  for (auto& blocks : kept_) {
+    while (void* block = blocks.take()) std::free(block);
   }
 }
 
@@ -29,12 +29,9 @@ void* BlockPool::take(std::uint64_t size) noexcept {
   const std::size_t index = classOf(size);
   // One byte at least: null shall mean that memory ran out.
   if (index == kClasses) return std::malloc(std::max<std::uint64_t>(size, 1));
-  for (auto& slot : kept_[index]) {
-    if (!slot.load(std::memory_order_relaxed)) continue;
-    if (void* kept = slot.exchange(nullptr, std::memory_order_acquire)) {
-      keptBytes_.fetch_sub(capacityOf(index), std::memory_order_relaxed);
-      return kept;
-    }
+  if (void* kept = kept_[index].take()) {
+    keptBytes_.fetch_sub(capacityOf(index), std::memory_order_relaxed);
+    return kept;
   }
   return std::malloc(capacityOf(index));
 }
@@ -46,15 +43,8 @@ void BlockPool::giveBack(void* block, std::uint64_t size) noexcept {
 
 bool BlockPool::keep(void* block, std::size_t index) noexcept {
   const std::uint64_t capacity = capacityOf(index);
-  if (keptBytes_.fetch_add(capacity, std::memory_order_relaxed) + capacity <= kMostBytes) {
-    for (auto& slot : kept_[index]) {
-      void* empty = nullptr;
-      if (slot.compare_exchange_strong(empty, block, std::memory_order_release,
-                                       std::memory_order_relaxed)) {
-        return true;
-      }
-    }
-  }
+  const std::uint64_t before = keptBytes_.fetch_add(capacity, std::memory_order_relaxed);
+  if (before + capacity <= kMostBytes && kept_[index].keep(block)) return true;
   keptBytes_.fetch_sub(capacity, std::memory_order_relaxed);
   return false;
 }

@@ -4,6 +4,9 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+
+#include "platform/idle_pool.hpp"
 
 namespace Kelbor {
 
@@ -31,7 +34,6 @@ class BlockPool {
   // from half the smallest on.
   static constexpr std::uint64_t kSmallestKept = 1024;
   static constexpr std::size_t kClasses = 13;
-  static constexpr std::size_t kMostOfEach = 32;
   static constexpr std::uint64_t kMostBytes = 16777216;
 
   /// kClasses for sizes of which no blocks are kept.
@@ -42,7 +44,7 @@ class BlockPool {
   /// False where enough is kept already.
   [[nodiscard]] bool keep(void* block, std::size_t index) noexcept;
 
-  std::array<std::array<std::atomic<void*>, kMostOfEach>, kClasses> kept_{};
+  std::array<Platform::IdlePool<void, std::free>, kClasses> kept_;
   std::atomic<std::uint64_t> keptBytes_{0};
 };
 

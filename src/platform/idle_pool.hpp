@@ -29,6 +29,7 @@ class IdlePool {
   /// An idle object, which is the caller's from now on; null where there is none.
   [[nodiscard]] T* take() noexcept {
     for (auto& slot : slots_) {
+      if (!slot.load(std::memory_order_relaxed)) continue;
       if (T* kept = slot.exchange(nullptr, std::memory_order_acquire)) return kept;
     }
     return nullptr;
@@ -36,14 +37,19 @@ class IdlePool {
 
   /// Keeps the object, or ends it where enough are kept.
   void giveBack(T* object) noexcept {
+    if (!keep(object)) end(object);
+  }
+
+  /// False where enough are kept; the object stays the caller's.
+  [[nodiscard]] bool keep(T* object) noexcept {
     for (auto& slot : slots_) {
       T* empty = nullptr;
       if (slot.compare_exchange_strong(empty, object, std::memory_order_release,
                                        std::memory_order_relaxed)) {
-        return;
+        return true;
       }
     }
-    end(object);
+    return false;
   }
 
  private:

@@ -70,8 +70,9 @@ class SdfGroup {
   /// that lies or ends outside the region, Exception "Failed to decompress SdfGroup!"; the group
   /// then stays empty.
   void load();
-  /// Where the table is that has yet to be read, counted from the table region's start.
+  /// Whether there is a table that has yet to be read.
   [[nodiscard]] bool isStored() const noexcept { return table_.field1 != 0; }
+  /// Where it is, in bytes from the table region's start.
   [[nodiscard]] std::uint64_t tablePosition() const noexcept { return table_.field2; }
 
   /// The group of a path relative to this one: "a/b", "/a/b", "a//b" and "a/b/" are the same. Null
