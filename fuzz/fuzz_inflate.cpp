@@ -41,7 +41,7 @@ Answers answersOf(std::span<const std::byte> stream, std::size_t count, std::uin
   answers.windowValues.resize(count);
   answers.plainBytes.resize(count * 4);
   const auto geometry = PlaneChunkGeometry::of(chunkSize, 4, count);
-  Bytes swap(geometry.swapBytes, std::byte{0xd1});
+  Bytes swap(geometry.swapBytes + kSwapRoomBehind, std::byte{0xd1});
   // Through a window as small as the loop can do with.
   Bytes inputWindow(std::max<std::size_t>(geometry.inputBound, 4096));
   StreamInput input(

@@ -7,7 +7,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "core/provider.hpp"
 
@@ -106,7 +105,7 @@ class DataProcedure : public Producer {
  private:
   /// Frees the outputs that this procedure made and leaves borrowed ones alone.
   struct OutputDeleter {
-    bool owned = true;
+    bool owned;
     void operator()(Provider* provider) const noexcept {
       if (owned) delete provider;
     }
@@ -116,9 +115,9 @@ class DataProcedure : public Producer {
   void adoptOutput(std::size_t index, std::unique_ptr<Provider> provider);
 
   DataManager* context_;
-  /// No procedure has more than fit without memory of their own.
+  // No procedure has more than fit without memory of their own.
   boost::container::small_vector<Provider*, 4> inputs_;
-  std::vector<OutputSlot> outputs_;
+  boost::container::small_vector<OutputSlot, 2> outputs_;
 };
 
 }  // namespace Kelbor

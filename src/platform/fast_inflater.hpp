@@ -17,6 +17,10 @@ namespace Kelbor::Platform {
 /// Nothing behind the input is read and nothing behind a target is written.
 class FastInflater {
  public:
+  /// Where a target has so much room behind its bytes, inflateAll() needs no slow loop for the
+  /// last.
+  static constexpr std::uint64_t kRoomBehind = 288;
+
   /// Consumes the stream's first two bytes if it is ready for the rest. `input` is borrowed.
   /// `room`: bytes of all targets together.
   FastInflater(StreamInput& input, std::uint64_t room) noexcept;

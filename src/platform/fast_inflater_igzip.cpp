@@ -1,7 +1,9 @@
 #include <isa-l/igzip_lib.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <cstring>
 #include <new>
 
 #include "platform/fast_inflater.hpp"
@@ -21,6 +23,12 @@ constexpr std::uint64_t kLargestOutputStep = 1073741824;
 constexpr std::uint64_t kHeaderBytes = 2;
 // More than the longest header of a block: each call can get somewhere.
 constexpr std::uint64_t kLookAhead = 4096;
+
+// igzip decodes the last eight bytes of its input with a slow loop, in which a long match costs ten
+// times as much. A plane of zeros may be in those bytes as a whole, so streams up to this size are
+// decoded from a copy with some bytes behind it.
+constexpr std::size_t kLargestPadded = 32768;
+constexpr std::size_t kPadding = 16;
 
 enum class Use { always, whereWorthwhile, never };
 std::atomic<Use> use{Use::whereWorthwhile};
@@ -67,9 +75,16 @@ bool isPlainZlibHeader(std::span<const std::byte> input) noexcept {
 
 struct FastInflater::Engine {
   inflate_state state;
+  std::array<std::byte, kLargestPadded + kPadding> padded;
 
   /// After a run without error: the checksum was reached and agrees.
   [[nodiscard]] bool hasEnded() const noexcept { return state.block_state == ISAL_BLOCK_FINISH; }
+
+  [[nodiscard]] std::span<const std::byte> pad(std::span<const std::byte> bytes) noexcept {
+    std::memcpy(padded.data(), bytes.data(), bytes.size());
+    std::memset(padded.data() + bytes.size(), 0, kPadding);
+    return std::span(padded).first(bytes.size() + kPadding);
+  }
 };
 
 // A state takes about 90 KiB, so used ones are kept. Not thread-local: that would hold one for each
@@ -145,14 +160,18 @@ bool FastInflater::fill(std::span<std::byte> target) noexcept {
 std::optional<std::uint64_t> FastInflater::inflateAll(std::span<std::byte> target) noexcept {
   // In one go igzip decodes straight into the target, not by way of its own 64 KiB.
   inflate_state& state = engine_->state;
-  const std::span<const std::byte> bytes = input_.ahead(input_.unread());
+  std::span<const std::byte> bytes = input_.ahead(input_.unread());
   if (bytes.size() != input_.unread()) return std::nullopt;
+  const bool isPadded = bytes.size() <= kLargestPadded;
+  if (isPadded) bytes = engine_->pad(bytes);
   state.next_in = writable(bytes);
   state.avail_in = static_cast<std::uint32_t>(bytes.size());
   state.next_out = reinterpret_cast<std::uint8_t*>(target.data());
   state.avail_out =
       static_cast<std::uint32_t>(std::min<std::size_t>(target.size(), kLargestOutputStep));
   if (::isal_inflate_stateless(&state) != ISAL_DECOMP_OK) return std::nullopt;
+  const bool tookPadding = isPadded && state.avail_in < kPadding;
+  if (tookPadding) return std::nullopt;
   return state.total_out;
 }
 

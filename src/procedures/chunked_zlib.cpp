@@ -49,7 +49,9 @@ StreamOutcome ChunkedZlibDecompressionWrapper::decode(Platform::StreamInput& str
         using Value = typename decltype(values)::value_type;
         const auto geometry =
             Kernels::PlaneChunkGeometry::of(chunkSizeInBytes_, sizeof(Value), values.size());
-        SwapBuffer swap(getContext(), geometry.swapBytes);
+        const bool isOneChunk = geometry.chunkCount == 1;
+        SwapBuffer swap(getContext(),
+                        geometry.swapBytes + (isOneChunk ? Kernels::kSwapRoomBehind : 0));
         const Kernels::InflateResult result =
             Kernels::decodePlaneChunks(stream, values, swap.bytes(), geometry, mode_);
         if (!result.streamReady) raiseStreamNotReady();

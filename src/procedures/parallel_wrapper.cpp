@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <stdexcept>
@@ -142,7 +143,7 @@ class OmpDecompressionWrapper::ChunkedInput {
   PiecewiseSource* pieces_;
   std::unique_ptr<ScopedConstDataAny> content_;
   std::vector<std::byte> front_;
-  std::vector<std::unique_ptr<DataProvider>> chunks_;
+  boost::container::small_vector<std::unique_ptr<DataProvider>, 1> chunks_;
 };
 
 OmpDecompressionWrapper::OmpDecompressionWrapper(std::unique_ptr<DataProcedure> inner,
@@ -183,7 +184,8 @@ void OmpDecompressionWrapper::connectInput(std::size_t slot, Provider* provider)
   inner_->disconnectInput(slot);
   if (after == before) return;
   if (!array) raise<std::runtime_error>(kArbitraryCopy);
-  makeOutput(0, DataDimension(array->getDataDimension().getDataType(), targetDimensions_));
+  makeOutput(0, DataDimension(array->getDataDimension().getDataType(),
+                              {targetDimensions_.data(), targetDimensions_.size()}));
 }
 
 bool OmpDecompressionWrapper::process(std::int32_t outputIndex) {
@@ -191,7 +193,7 @@ bool OmpDecompressionWrapper::process(std::int32_t outputIndex) {
   DataProvider& output = requireOutput(outputIndex);
   const std::uint64_t outputValues = output.getDataDimension().getNumberOfElements();
   numberOfChunks_.reset();
-  std::vector<ChunkedInput> inputs;
+  Inputs inputs;
   for (std::size_t slot = 0; slot < getNumberOfInputs(); ++slot) {
     if (hasInputProvider(slot)) inputs.push_back(readChunks(slot, outputValues));
   }
@@ -230,7 +232,7 @@ OmpDecompressionWrapper::ChunkedInput OmpDecompressionWrapper::readChunks(
   std::uint64_t position = kCountBytes + count * kTableRow;
   ContainerCursor table(result.front(position));
   (void)table.take(kCountBytes);
-  std::vector<std::uint64_t> storedSizes(static_cast<std::size_t>(count));
+  DataDimension::Sizes storedSizes(static_cast<std::size_t>(count));
   for (std::uint64_t& size : storedSizes) size = table.read<std::uint64_t>();
   chunkSizes_.assign(static_cast<std::size_t>(count), 0);
   for (std::uint64_t& size : chunkSizes_) size = table.read<std::uint64_t>();
@@ -243,7 +245,7 @@ OmpDecompressionWrapper::ChunkedInput OmpDecompressionWrapper::readChunks(
 }
 
 template <class Out>
-bool OmpDecompressionWrapper::runChunks(std::vector<ChunkedInput>& inputs, DataProvider& output) {
+bool OmpDecompressionWrapper::runChunks(Inputs& inputs, DataProvider& output) {
   const ScopedData<Out> values(&output);
   std::uint64_t targetNumberOfValues = 1;
   for (const std::uint64_t extent : targetDimensions_) {
@@ -260,7 +262,7 @@ bool OmpDecompressionWrapper::runChunks(std::vector<ChunkedInput>& inputs, DataP
   }
   inner_->deleteUnreferencedOutputs();
 
-  std::vector<Slice> slices;
+  boost::container::small_vector<Slice, 1> slices;
   slices.reserve(chunkSizes_.size());
   auto* next = reinterpret_cast<std::byte*>(values.data());
   for (const std::uint64_t size : chunkSizes_) {
@@ -274,7 +276,7 @@ bool OmpDecompressionWrapper::runChunks(std::vector<ChunkedInput>& inputs, DataP
   const int threads = static_cast<int>(std::min(budget, worthwhile));
 
   std::atomic<bool> succeeded{true};
-  runTeam(slices.size(), threads, [&](std::size_t chunk) {
+  const auto work = [&](std::size_t chunk) {
     bool done = false;
     try {
       done = runChunk<Out>(inputs, chunk, slices[chunk]);
@@ -282,12 +284,13 @@ bool OmpDecompressionWrapper::runChunks(std::vector<ChunkedInput>& inputs, DataP
       // Nothing may leave the team; what failed has been logged where it was raised.
     }
     if (!done) succeeded = false;
-  });
+  };
+  runTeam(slices.size(), threads, std::ref(work));
   return succeeded;
 }
 
 template <class Out>
-bool OmpDecompressionWrapper::runChunk(std::vector<ChunkedInput>& inputs, std::size_t chunk,
+bool OmpDecompressionWrapper::runChunk(Inputs& inputs, std::size_t chunk,
                                        const Slice& slice) const {
   const std::unique_ptr<DataProcedure> clone = inner_->copy();
   if (!clone) {

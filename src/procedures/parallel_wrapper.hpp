@@ -1,10 +1,10 @@
 #pragma once
 
+#include <boost/container/small_vector.hpp>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
-#include <vector>
 
 #include "core/procedure.hpp"
 #include "recipes/procedure_factory.hpp"
@@ -41,6 +41,7 @@ class OmpDecompressionWrapper final : public DataProcedure {
 
  private:
   class ChunkedInput;
+  using Inputs = boost::container::small_vector<ChunkedInput, 1>;
 
   /// A chunk's slice of the output.
   struct Slice {
@@ -51,17 +52,17 @@ class OmpDecompressionWrapper final : public DataProcedure {
 
   [[nodiscard]] ChunkedInput readChunks(std::size_t slot, std::uint64_t outputValues);
   template <class Out>
-  [[nodiscard]] bool runChunks(std::vector<ChunkedInput>& inputs, DataProvider& output);
+  [[nodiscard]] bool runChunks(Inputs& inputs, DataProvider& output);
   template <class Out>
-  [[nodiscard]] bool runChunk(std::vector<ChunkedInput>& inputs, std::size_t chunk,
-                              const Slice& slice) const;
+  [[nodiscard]] bool runChunk(Inputs& inputs, std::size_t chunk, const Slice& slice) const;
 
   std::unique_ptr<DataProcedure> inner_;
-  std::vector<std::uint64_t> targetDimensions_;
+  // Most datasets are one chunk of one input: such a read takes no memory for these lists.
+  DataDimension::Sizes targetDimensions_;
   /// Known once the first input has been read.
   std::optional<std::uint64_t> numberOfChunks_;
   /// Values of each chunk, by the table of the last input read.
-  std::vector<std::uint64_t> chunkSizes_;
+  DataDimension::Sizes chunkSizes_;
   std::uint32_t singleChunkMarker_;
 };
 

@@ -40,7 +40,7 @@ void PlaneStreamProcedure::connectInput(std::size_t slot, Provider* provider) {
     disconnectInput(slot);
     raise<std::invalid_argument>(std::string(": ") + type.getName() + "!=char");
   }
-  makeOutput(slot, DataDimension(targetDataType_, targetDimensions_));
+  makeOutput(slot, DataDimension(targetDataType_, targetDimensions()));
 }
 
 bool PlaneStreamProcedure::process(std::int32_t outputIndex) {

@@ -4,7 +4,6 @@
 #include <optional>
 #include <span>
 #include <variant>
-#include <vector>
 
 #include "core/procedure.hpp"
 #include "core/scoped_access.hpp"
@@ -67,7 +66,7 @@ class PlaneStreamProcedure : public DataProcedure {
                        DataType targetDataType, std::uint32_t limitInBytes, const char* tooLarge);
 
   [[nodiscard]] std::span<const std::uint64_t> targetDimensions() const noexcept {
-    return targetDimensions_;
+    return {targetDimensions_.data(), targetDimensions_.size()};
   }
   [[nodiscard]] DataType targetDataType() const noexcept { return targetDataType_; }
 
@@ -79,7 +78,7 @@ class PlaneStreamProcedure : public DataProcedure {
  private:
   StreamOutcome decodeInto(DataProvider& input, DataProvider& output);
 
-  std::vector<std::uint64_t> targetDimensions_;
+  DataDimension::Sizes targetDimensions_;
   DataType targetDataType_;
 };
 

@@ -26,10 +26,12 @@ class EntryName {
   [[nodiscard]] std::string_view text() const noexcept { return text_; }
 
   friend bool operator==(const EntryName& a, const EntryName& b) noexcept {
-    return a.first_ == b.first_ && a.text_ == b.text_;
+    if (a.first_ != b.first_ || a.text_.size() != b.text_.size()) return false;
+    return a.text_.size() <= sizeof a.first_ || a.text_ == b.text_;
   }
   friend std::strong_ordering operator<=>(const EntryName& a, const EntryName& b) noexcept {
-    return a.first_ != b.first_ ? a.first_ <=> b.first_ : a.text_ <=> b.text_;
+    if (a.first_ != b.first_) return a.first_ <=> b.first_;
+    return a == b ? std::strong_ordering::equal : a.text_ <=> b.text_;
   }
 
  private:

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <optional>
 
-#include "platform/fast_inflater.hpp"
 #include "platform/zlib_stream.hpp"
 #include "procedures/kernels/byte_planes.hpp"
 
@@ -107,6 +106,7 @@ class PlaneChunks {
       : output_(output), swap_(swap), geometry_(geometry), mode_(mode) {}
 
   [[nodiscard]] bool done() const noexcept { return chunk_ == geometry_.chunkCount; }
+  [[nodiscard]] std::span<std::byte> swap() const noexcept { return swap_; }
   [[nodiscard]] std::span<std::byte> planes() const noexcept {
     return swap_.first(valueCount() * sizeof(U));
   }
@@ -149,7 +149,7 @@ bool decodePlaneChunksFast(StreamInput& input, PlaneChunks<U> chunks,
   Platform::FastInflater inflater(input, chunks.totalBytes());
   if (!inflater.isReady()) return false;
   if (isOneOffer && geometry.chunkCount == 1) {
-    if (inflater.inflateAll(chunks.planes()) != chunks.planes().size()) return false;
+    if (inflater.inflateAll(chunks.swap()) != chunks.planes().size()) return false;
     chunks.decode();
     return true;
   }

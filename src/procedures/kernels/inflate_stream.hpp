@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 
+#include "platform/fast_inflater.hpp"
 #include "platform/stream_input.hpp"
 
 namespace Kelbor::MathModule::Kernels {
@@ -27,6 +28,9 @@ struct PlaneChunkGeometry {
   [[nodiscard]] static PlaneChunkGeometry of(std::uint32_t chunkSizeInBytes, std::size_t width,
                                              std::uint64_t valueCount) noexcept;
 };
+
+/// Where a swap has so many bytes more, a small dataset of one chunk takes less time.
+inline constexpr std::uint64_t kSwapRoomBehind = Platform::FastInflater::kRoomBehind;
 
 /// Whether the stored numbers are differences of neighbours or stand for themselves.
 enum class PlaneMode { RunningSum, Plain };

@@ -52,7 +52,7 @@ void addChunked(Answers& answers, const Bytes& stream, std::size_t size, std::ui
   const auto geometry = PlaneChunkGeometry::of(chunkSize, sizeof(U), count);
   std::vector<U> values(count);
   // Nothing may depend on what the swap holds at first.
-  Bytes swap(geometry.swapBytes, std::byte{0xd1});
+  Bytes swap(geometry.swapBytes + kSwapRoomBehind, std::byte{0xd1});
   StreamInput input(stream);
   const InflateResult result =
       decodePlaneChunks<U>(input, values, swap, geometry, PlaneMode::RunningSum);
@@ -180,6 +180,8 @@ std::vector<Sample> wholeStreams() {
                                                  .fixed({})
                                                  .stored({})
                                                  .fixed({}, true)));
+  samples.push_back(sampleOf("zeros that end the checksum, as behind a stream that lacks them",
+                             DeflateBuilder().fixed({{255}}, true)));
   samples.push_back(sampleOf("distances beyond the header's window",
                              DeflateBuilder(0x08, 0x1d).fixed({{'a'}, {258, 1}, {9, 258}}, true)));
   return samples;
