@@ -15,7 +15,7 @@
 #include "sdf/sdf_format.hpp"
 #include "support/curious_host.hpp"
 #include "support/log_capture.hpp"
-#include "support/small_file.hpp"
+#include "support/stored_forms.hpp"
 #include "support/temporary_path.hpp"
 #include "writer/result_file.hpp"
 

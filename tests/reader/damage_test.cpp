@@ -98,7 +98,7 @@ class DamageTest : public testing::TestWithParam<StoredForm> {
     return changed;
   }
 
-  Kelbor::LogDiscard log_;
+  Kelbor::LogRedirect log_{nullptr, Kelbor::LogLevel::silent};
   Writer::ResultImage image_;
   Bytes bytes_;
   /// Where the container's tables begin.
