@@ -119,6 +119,7 @@ TEST_F(GuardSession, FileWithoutTimeOrParticlesSaysSo) {
   EXPECT_EQ(type, 0);
   EXPECT_EQ(mxg_get_geometry_adaptivity_type(MXG_PARTICLES, &type), MXG_NO_SUCH_DATA);
   EXPECT_EQ(mxg_get_number_of_measured_particles(0, &count), MXG_NO_SUCH_DATA);
+  EXPECT_STREQ(mxg_last_error()->text, "the file has no measured particles");
   EXPECT_EQ(mxg_get_variable_information(nullptr, 0, &count), MXG_OK);
   EXPECT_EQ(count, 0U);
 }

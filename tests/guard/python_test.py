@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Uses the guard from Python without a compiled part: its structures, buffers and a walk.
+"""Uses the guard from Python without a compiled part: its structures and buffers.
 
 Usage: python_test.py GUARD_LIBRARY SAMPLE_PROGRAM
 """
@@ -11,11 +11,11 @@ import subprocess
 import sys
 import tempfile
 import unittest
-from ctypes import byref, c_char, c_char_p, c_float, c_int32, c_uint64, c_void_p
+from ctypes import byref, c_char, c_char_p, c_float, c_int32, c_uint64
 
 TYPES = 34
 TEXT_SIZE = 1024
-OK, BUSY, OUT_OF_RANGE, CANCELLED = 0, 2, 4, 9
+OK, OUT_OF_RANGE = 0, 4
 
 
 class Error(ctypes.Structure):
@@ -34,13 +34,10 @@ class Variable(ctypes.Structure):
                 ("timeset", c_int32), ("geometry", c_int32), ("text_size", c_uint64 * 3)]
 
 
-PROGRESS = ctypes.CFUNCTYPE(c_int32, c_void_p, c_uint64, c_uint64, c_uint64)
-
 library_path, sample_program = sys.argv[1:3]
 guard = ctypes.CDLL(library_path)
 guard.mxg_last_error.restype = ctypes.POINTER(Error)
 guard.mxg_code_name.restype = c_char_p
-guard.mxg_begin_walk.argtypes = [c_uint64, PROGRESS, c_void_p]
 guard.mxg_open_file.argtypes = [c_char_p, c_uint64]
 
 
@@ -90,23 +87,6 @@ class Guard(unittest.TestCase):
         error = guard.mxg_last_error().contents
         self.assertEqual((error.code, error.step, error.part), (OUT_OF_RANGE, 99, -1))
         self.assertIn(b"99", error.text)
-
-    def test_a_walk_can_be_cancelled(self):
-        seen = []
-
-        @PROGRESS
-        def progress(_user, done, total, _bytes):
-            seen.append((done, total, guard.mxg_finished_geometry_processing()))
-            return 1 if done == 1 else 0
-
-        def read():
-            array_of(c_int32, lambda *out: guard.mxg_get_element_connectivity(0, 0, 10, *out))
-
-        self.assertEqual(guard.mxg_begin_walk(3, progress, None), OK)
-        read()
-        self.assertRaisesRegex(RuntimeError, "^MXG_CANCELLED$", read)
-        self.assertEqual(seen, [(done, 3, BUSY) for done in range(2)])
-        self.assertEqual(guard.mxg_end_walk(), CANCELLED)
 
 
 if __name__ == "__main__":

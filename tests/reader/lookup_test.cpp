@@ -46,11 +46,13 @@ class LookupTest : public testing::Test {
 
 TEST_F(LookupTest, TimeQuestionsDropTheSignWhereTheyAreDefinedTo) {
   Writer::ResultFileBuilder file;
-  file.part("p").nodes({0}, {0}, {0});
+  auto& part = file.part("p");
+  for (const int step : {0, 1, 2}) part.nodes({0}, {0}, {0}, step);
   file.timeSet({0.5F});
-  file.timeSet({1.0F, 2.0F, 3.0F});
+  file.modelChanges(GeometryChange::kCoordinates, file.timeSet({1.0F, 2.0F, 3.0F}));
   open(file);
   EXPECT_EQ(MX_getNumberOfTimesets(), 2);
+  EXPECT_EQ(MX_getModelGeoTimeset(), 1);
   EXPECT_EQ(MX_getNumberOfTimesteps(1), 3);
   EXPECT_EQ(MX_getNumberOfTimesteps(-1), 3);
   expectOutOfRange([] { MX_getNumberOfTimesteps(2); });
