@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <iterator>
+#include <type_traits>
 
 #include "host_file.hpp"
 
