@@ -84,6 +84,13 @@ TEST_F(GuardSession, DatasetsOfTheLastQuestionAreNamed) {
   EXPECT_STREQ(path.data(), "/variable/element/0/0/10_0_data");
 }
 
+/// A file of one part that doesn't move.
+Writer::ResultImage stillImage() {
+  Writer::ResultFileBuilder still;
+  still.part("still").nodes({0, 2.5F}, {-7, 1}, {3, 4}).elements(2, {1, 2});
+  return still.image();
+}
+
 TEST_F(GuardSession, BoxIsTheSameForModelsThatMoveAndThoseThatDoNot) {
   std::array<float, 6> box{};
   std::uint64_t count = 0;
@@ -94,16 +101,12 @@ TEST_F(GuardSession, BoxIsTheSameForModelsThatMoveAndThoseThatDoNot) {
     EXPECT_EQ(box[3], 2.5F);
   };
   expectOrder();
-  Writer::ResultFileBuilder still;
-  still.part("still").nodes({0, 2.5F}, {-7, 1}, {3, 4}).elements(2, {1, 2});
-  open(still.image());
+  open(stillImage());
   expectOrder();
 }
 
 TEST_F(GuardSession, FileWithoutTimeOrParticlesSaysSo) {
-  Writer::ResultFileBuilder still;
-  still.part("still").nodes({0, 1}, {0, 1}, {0, 1}).elements(2, {1, 2});
-  open(still.image());
+  open(stillImage());
   std::uint64_t count = 7;
   std::int32_t type = 7;
   float time = 7.0F;
@@ -116,14 +119,14 @@ TEST_F(GuardSession, FileWithoutTimeOrParticlesSaysSo) {
   EXPECT_EQ(type, 0);
   EXPECT_EQ(mxg_get_geometry_adaptivity_type(MXG_PARTICLES, &type), MXG_NO_SUCH_DATA);
   EXPECT_EQ(mxg_get_number_of_measured_particles(0, &count), MXG_NO_SUCH_DATA);
+  EXPECT_STREQ(mxg_last_error()->text, "the file has no measured particles");
   EXPECT_EQ(mxg_get_variable_information(nullptr, 0, &count), MXG_OK);
   EXPECT_EQ(count, 0U);
 }
 
 TEST_F(GuardSession, EachStateHasItsSizes) {
   Writer::ResultFileBuilder file;
-  const auto steps = file.timeSet({0.0F, 1.0F});
-  file.modelChanges(GeometryChange::kConnectivity, steps);
+  file.modelChanges(GeometryChange::kConnectivity, file.timeSet({0.0F, 1.0F}));
   file.part("stays").nodes({0, 1}, {0, 1}, {0, 1}, 0).nodes({0, 1, 2}, {0, 1, 2}, {0, 1, 2}, 1);
   file.part("too").nodes({0}, {0}, {0}, 0).nodes({0}, {0}, {0}, 1);
   open(file.image());

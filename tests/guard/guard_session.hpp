@@ -2,13 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
-#include <functional>
+#include <array>
 #include <string>
 #include <vector>
 
 #include "morvex/morvex_guard.h"
-#include "support/small_file.hpp"
+#include "support/stored_forms.hpp"
 #include "support/temporary_path.hpp"
 
 namespace morvex::guard {
@@ -19,16 +18,6 @@ enum Variable { kExact, kSeries, kForest, kElement, kConstant, kVariableCount };
 constexpr int kSteps = 5;
 constexpr int kTriangles = 6;
 constexpr int kQuads = 10;
-
-/// An array question with one buffer, or several in one block, each of the capacity.
-struct ArrayQuestion {
-  const char* name;
-  std::size_t elementSize;
-  std::function<mxg_code(void* buffer, std::uint64_t capacity, std::uint64_t* count)> ask;
-};
-
-/// All of them, about something that the small file has.
-const std::vector<ArrayQuestion>& arrayQuestions();
 
 /// A small file with each stored form, open behind the guard.
 class GuardSession : public testing::Test {

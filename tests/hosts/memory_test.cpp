@@ -12,7 +12,7 @@
 #include "core/error.hpp"
 #include "morvex/morvex_ensg.h"
 #include "support/log_capture.hpp"
-#include "support/small_file.hpp"
+#include "support/stored_forms.hpp"
 #include "support/temporary_path.hpp"
 
 // Every block that the library takes, by operator new or by malloc, is taken here, and the n-th one
@@ -59,25 +59,14 @@ void* operator new(std::size_t size) {
   if (void* const block = __wrap_malloc(size == 0 ? 1 : size)) return block;
   throw std::bad_alloc();
 }
-void* operator new[](std::size_t size) {
-  return operator new(size);
-}
+// The forms for arrays come by these by themselves.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return __wrap_malloc(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
   return __wrap_malloc(size);
 }
 void operator delete(void* block) noexcept {
   __wrap_free(block);
 }
-void operator delete[](void* block) noexcept {
-  __wrap_free(block);
-}
 void operator delete(void* block, std::size_t) noexcept {
-  __wrap_free(block);
-}
-void operator delete[](void* block, std::size_t) noexcept {
   __wrap_free(block);
 }
 
@@ -105,58 +94,45 @@ struct Answer {
   auto operator<=>(const Answer&) const = default;
 };
 
-using Question = std::function<void(Answer&)>;
+/// Writes to `x` or `n`, of the answer.
+using Question = std::function<int(float* x, int* n)>;
 
 /// Questions to the small file, one for each way of storing and each table.
 std::vector<Question> questions() {
-  std::vector<Question> all;
-  all.emplace_back([](Answer& a) { a.status = MX_getNumberOfParts(); });
-  all.emplace_back([](Answer& a) { a.status = MX_getBoundingBox(0, a.floats.data()); });
-  all.emplace_back([](Answer& a) { a.status = MX_getTimestepsValues(0, a.floats.data()); });
-  for (const int step : {0, 3}) {
-    all.emplace_back([=](Answer& a) {
-      float* const x = a.floats.data();
-      a.status = MX_getPartCoordinates(step, 0, x, x + 8, x + 16);
-    });
-    all.emplace_back([=](Answer& a) {
-      float* const x = a.floats.data();
-      a.status = MX_getBlockStructuredCoordinates(step, 1, x, x + 8, x + 16);
-    });
-  }
-  all.emplace_back([](Answer& a) {
-    float* const x = a.floats.data();
-    a.status = MX_getMeasuredParticleCoordinates(0, x, x + 8, x + 16);
-  });
-  for (const int type : {6, 10}) {
-    all.emplace_back(
-        [=](Answer& a) { a.status = MX_getElementConnectivity(0, 0, type, a.numbers.data()); });
-  }
-  all.emplace_back(
-      [](Answer& a) { a.status = MX_getNSidedNumberOfNodesPerFace(0, 0, a.numbers.data()); });
-  all.emplace_back([](Answer& a) { a.status = MX_getNSidedConnectivity(0, 0, a.numbers.data()); });
-  all.emplace_back([](Answer& a) { a.status = MX_getNFacedNodesPerFace(0, 0, a.numbers.data()); });
-  all.emplace_back([](Answer& a) { a.status = MX_getNFacedConnectivity(0, 0, a.numbers.data()); });
-  all.emplace_back([](Answer& a) { a.status = MX_hasBorderFaces(0, 0, a.numbers.data()); });
-  all.emplace_back([](Answer& a) {
-    short types[4]{};
-    int* const numbers = a.numbers.data();
-    a.status = MX_getBorderFacesConnByType(0, 0, 6, numbers, numbers + 64, types);
-    numbers[100] = types[0];
-  });
+  std::vector<Question> all{
+      [](float*, int*) { return MX_getNumberOfParts(); },
+      [](float* x, int*) { return MX_getBoundingBox(0, x); },
+      [](float* x, int*) { return MX_getTimestepsValues(0, x); },
+      [](float* x, int*) { return MX_getPartCoordinates(0, 0, x, x + 8, x + 16); },
+      [](float* x, int*) { return MX_getPartCoordinates(3, 0, x, x + 8, x + 16); },
+      [](float* x, int*) { return MX_getBlockStructuredCoordinates(0, 1, x, x + 8, x + 16); },
+      [](float* x, int*) { return MX_getBlockStructuredCoordinates(3, 1, x, x + 8, x + 16); },
+      [](float* x, int*) { return MX_getMeasuredParticleCoordinates(0, x, x + 8, x + 16); },
+      [](float*, int* n) { return MX_getElementConnectivity(0, 0, 6, n); },
+      [](float*, int* n) { return MX_getElementConnectivity(0, 0, 10, n); },
+      [](float*, int* n) { return MX_getNSidedNumberOfNodesPerFace(0, 0, n); },
+      [](float*, int* n) { return MX_getNSidedConnectivity(0, 0, n); },
+      [](float*, int* n) { return MX_getNFacedNodesPerFace(0, 0, n); },
+      [](float*, int* n) { return MX_getNFacedConnectivity(0, 0, n); },
+      [](float*, int* n) { return MX_hasBorderFaces(0, 0, n); },
+      [](float*, int* n) {
+        short type = 0;
+        const int status = MX_getBorderFacesConnByType(0, 0, 6, n, n + 64, &type);
+        n[100] = type;
+        return status;
+      },
+      [](float* x, int*) { return MX_getConstantValue(2, 4, x, x + 1); }};
   struct Values {
     int variable, step, elementType, type, imaginary, component;
   };
   for (const Values& v :
        {Values{0, 0, 0, 2, 0, 2}, Values{0, 0, 0, 2, 1, 0}, Values{1, 3, 0, 1, 0, 0},
         Values{1, 1, 0, 1, 0, 0}, Values{2, 0, 0, 1, 0, 0}, Values{3, 0, 10, 1, 0, 0}}) {
-    all.emplace_back([=](Answer& a) {
-      a.status = MX_getVariableByComponent(v.step, 0, v.variable, 0, v.type, v.elementType,
-                                           v.imaginary, v.component, a.floats.data());
+    all.emplace_back([v](float* x, int*) {
+      return MX_getVariableByComponent(v.step, 0, v.variable, 0, v.type, v.elementType, v.imaginary,
+                                       v.component, x);
     });
   }
-  all.emplace_back([](Answer& a) {
-    a.status = MX_getConstantValue(2, 4, a.floats.data(), a.floats.data() + 1);
-  });
   return all;
 }
 
@@ -164,7 +140,7 @@ std::vector<Question> questions() {
 bool ask(const Question& question, Answer& answer) {
   const Refusal refusal;
   try {
-    question(answer);
+    answer.status = question(answer.floats.data(), answer.numbers.data());
     return true;
   } catch (const std::exception&) {
   } catch (const Exception&) {

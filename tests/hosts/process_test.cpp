@@ -11,7 +11,7 @@
 #include "support/curious_host.hpp"
 #include "support/grouping_host.hpp"
 #include "support/log_capture.hpp"
-#include "support/small_file.hpp"
+#include "support/stored_forms.hpp"
 #include "support/temporary_path.hpp"
 #include "writer/crash_box.hpp"
 

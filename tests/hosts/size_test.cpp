@@ -6,23 +6,23 @@
 #include <random>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "core/data_manager.hpp"
 #include "morvex/morvex_ensg.h"
+#include "reader/element_types.hpp"
 #include "sdf/sdf_file.hpp"
 #include "sdf/sdf_format.hpp"
 #include "support/curious_host.hpp"
 #include "support/log_capture.hpp"
-#include "support/small_file.hpp"
+#include "support/stored_forms.hpp"
 #include "support/temporary_path.hpp"
 #include "writer/result_file.hpp"
 
 namespace morvex {
 namespace {
 
-using Kelbor::MathModule::SdfFile;
+using namespace Kelbor::MathModule;
 
 class SizeTest : public testing::Test {
  protected:
@@ -37,7 +37,7 @@ constexpr std::uint64_t kFourGibibytes = std::uint64_t{1} << 32;
 void moveTables(const std::string& path, std::uint64_t distance) {
   std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
   std::uint64_t tables = 0;
-  file.seekg(Kelbor::MathModule::kTableOffsetPosition);
+  file.seekg(kTableOffsetPosition);
   file.read(reinterpret_cast<char*>(&tables), sizeof tables);
   std::vector<char> region(std::filesystem::file_size(path) - tables);
   file.seekg(static_cast<std::streamoff>(tables));
@@ -45,14 +45,8 @@ void moveTables(const std::string& path, std::uint64_t distance) {
   tables += distance;
   file.seekp(static_cast<std::streamoff>(tables));
   file.write(region.data(), static_cast<std::streamsize>(region.size()));
-  file.seekp(Kelbor::MathModule::kTableOffsetPosition);
+  file.seekp(kTableOffsetPosition);
   file.write(reinterpret_cast<const char*>(&tables), sizeof tables);
-}
-
-/// "/group/.../name" in its two halves.
-std::pair<std::string, std::string> halvesOf(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  return {path.substr(0, slash), path.substr(slash + 1)};
 }
 
 TEST_F(SizeTest, FileWithDatasetsOnBothSidesOfFourGibibytesIsReadAsASmallOne) {
@@ -64,49 +58,41 @@ TEST_F(SizeTest, FileWithDatasetsOnBothSidesOfFourGibibytesIsReadAsASmallOne) {
   ASSERT_TRUE(expected.opened);
 
   // Every other dataset first, then the hole, then the others.
-  Writer::ResultImage below = image;
-  std::vector<std::string> above;
-  bool isAbove = false;
+  Writer::ResultImage below;
+  Writer::ResultImage above;
   for (const auto& [name, content] : image.datasets()) {
-    if (isAbove) above.push_back(name);
-    isAbove = !isAbove;
+    (below.datasets().size() > above.datasets().size() ? above : below)[name] = content;
   }
-  for (const std::string& name : above) below.erase(name);
   below.write(path_.string());
   moveTables(path_.string(), kFourGibibytes + 12345);
-  Kelbor::DataManager manager;
+  std::size_t counts[] = {0, 0};  // on either side
   {
+    Kelbor::DataManager manager;
     SdfFile file(&manager, path_.string(), /*writable=*/true, "", /*compress=*/false);
-    for (const std::string& name : above) {
-      const Writer::Bytes& content = image.at(name);
-      Kelbor::DataProvider source(&manager, Kelbor::DataDimension(Kelbor::DataTypes::kUInt8,
-                                                                  {std::uint64_t{content.size()}}));
-      source.copyMemory(content.data(), content.size());
-      const auto [group, dataset] = halvesOf(name);
-      ASSERT_EQ(file.writeDataset(group, dataset, source, nullptr), 0);
+    for (const auto* half : {&above, &below}) {
+      for (const auto& [path, content] : half->datasets()) {
+        const std::size_t slash = path.rfind('/');
+        const std::string group = path.substr(0, slash);
+        const std::string name = path.substr(slash + 1);
+        if (half == &above) {
+          Kelbor::DataProvider source(
+              &manager,
+              Kelbor::DataDimension(Kelbor::DataTypes::kUInt8, {std::uint64_t{content.size()}}));
+          source.copyMemory(content.data(), content.size());
+          ASSERT_EQ(file.writeDataset(group, name, source, nullptr), 0);
+        }
+        const auto fields = file.findDataset(group, name);
+        ASSERT_TRUE(fields) << path;
+        if (fields->field1 > kMaxInlineSize) ++counts[fields->field2 > kFourGibibytes ? 1 : 0];
+      }
     }
   }
-  EXPECT_GT(std::filesystem::file_size(path_.string()), kFourGibibytes);
-
-  std::size_t beyond = 0;
-  std::size_t before = 0;
-  SdfFile file(&manager, path_.string(), /*writable=*/false, "", /*compress=*/false);
-  for (const auto& [name, content] : image.datasets()) {
-    const auto [group, dataset] = halvesOf(name);
-    const auto fields = file.findDataset(group, dataset);
-    ASSERT_TRUE(fields) << name;
-    if (fields->field1 <= Kelbor::MathModule::kMaxInlineSize) continue;
-    ++(fields->field2 > kFourGibibytes ? beyond : before);
-  }
-  EXPECT_GT(beyond, 20U);
-  EXPECT_GT(before, 20U);
+  EXPECT_GT(counts[0], 20U);
+  EXPECT_GT(counts[1], 20U);
   EXPECT_EQ(askEverything(path_.string()).digest, expected.digest);
 }
 
 constexpr std::uint64_t kTooMany = std::uint64_t{1} << 31;
-constexpr int kTriangle = 6;
-constexpr int kNSided = 30;
-constexpr int kNFaced = 32;
 
 /// A file whose one part claims as many of everything as no host can count.
 void writeHugeCounts(const std::string& path) {
@@ -138,47 +124,42 @@ TEST_F(SizeTest, CountsBeyondTheHostsNumbersAreRefusedAndNothingIsWritten) {
   float value = 77;
   short word = 77;
   const auto refuses = [](auto&& question) { EXPECT_THROW(question(), std::length_error); };
-  refuses([&] { MX_getPartCoordinates(0, 0, &value, &value, &value); });
-  refuses([&] { MX_getBlockStructuredCoordinates(0, 0, &value, &value, &value); });
-  refuses([&] { MX_getPartNodeIds(0, 0, &number); });
+  for (const auto read : {MX_getPartCoordinates, MX_getBlockStructuredCoordinates}) {
+    refuses([&] { read(0, 0, &value, &value, &value); });
+  }
+  for (const auto read :
+       {MX_getPartNodeIds, MX_getNSidedNumberOfNodesPerFace, MX_getNSidedConnectivity,
+        MX_getNFacedNumberOfFacesPerElement, MX_getNFacedNodesPerFace, MX_getNFacedConnectivity}) {
+    refuses([&] { read(0, 0, &number); });
+  }
+  for (const auto size : {MX_getDataSizeForNSidedConnectivity, MX_getDataSizeForNFacedNodesPerFace,
+                          MX_getDataSizeForNFacedConnectivity}) {
+    refuses([&] { size(0, 0); });
+  }
   for (const int type : {0, kTriangle, kNSided, kNFaced}) {
     refuses([&] { MX_getPartElementIds(0, 0, type, &number); });
   }
   refuses([&] { MX_getElementConnectivity(0, 0, kTriangle, &number); });
-  refuses([&] { MX_getNSidedNumberOfNodesPerFace(0, 0, &number); });
-  refuses([&] { MX_getDataSizeForNSidedConnectivity(0, 0); });
-  refuses([&] { MX_getNSidedConnectivity(0, 0, &number); });
-  refuses([&] { MX_getNFacedNumberOfFacesPerElement(0, 0, &number); });
-  refuses([&] { MX_getDataSizeForNFacedNodesPerFace(0, 0); });
-  refuses([&] { MX_getNFacedNodesPerFace(0, 0, &number); });
-  refuses([&] { MX_getDataSizeForNFacedConnectivity(0, 0); });
-  refuses([&] { MX_getNFacedConnectivity(0, 0, &number); });
   refuses([&] { MX_getBorderFacesConnByType(0, 0, kTriangle, &number, &number, &word); });
   refuses([&] { MX_getNumberOfMeasuredParticles(0); });
   refuses([&] { MX_getMeasuredParticleIds(0, &number); });
   refuses([&] { MX_getMeasuredParticleCoordinates(0, &value, &value, &value); });
-  refuses([&] { MX_getVariableByComponent(0, 0, 0, 0, 1, 0, 0, 0, &value); });
-  refuses([&] { MX_getVariableByComponent(0, 0, 1, 0, 1, 0, 0, 0, &value); });
+  for (const int variable : {0, 1}) {
+    refuses([&] { MX_getVariableByComponent(0, 0, variable, 0, 1, 0, 0, 0, &value); });
+  }
   EXPECT_EQ(number, 77);
   EXPECT_EQ(value, 77.0F);
   EXPECT_EQ(word, 77);
   MX_exit();
 }
 
-constexpr int kSteps = 10000;
-constexpr int kParts = 10;
-
-float valueAt(int step, int part) {
-  return static_cast<float>((step * 7 + part) % 4096) * 0.5F;
-}
-
-bool isRight(int step, int part) {
-  float value = -1;
-  return MX_getVariableByComponent(step, 0, 0, part, 1, 0, 0, 0, &value) == 0 &&
-         value == valueAt(step, part);
-}
-
 TEST_F(SizeTest, TenThousandStepsWithAHundredThousandDatasetsAreWalkedWithFlatMemory) {
+  constexpr int kSteps = 10000;
+  constexpr int kParts = 10;
+  constexpr std::size_t kMostGrowth = 256 * 1024;
+  const auto valueAt = [](int step, int part) {
+    return static_cast<float>((step * 7 + part) % 4096) * 0.5F;
+  };
   Writer::ResultFileBuilder builder;
   const std::uint32_t steps = builder.timeSet(std::vector<float>(kSteps));
   builder.timeBlocks(8, /*maxDepth=*/2);
@@ -196,15 +177,16 @@ TEST_F(SizeTest, TenThousandStepsWithAHundredThousandDatasetsAreWalkedWithFlatMe
 
   ASSERT_EQ(MX_openFile(path_.string().c_str(), 0), 0);
   EXPECT_EQ(MX_getNumberOfTimesteps(0), kSteps);
-  const auto walk = [](auto&& stepOf) {
+  const auto walk = [&](auto&& stepOf) {
     for (int i = 0; i < kSteps; ++i) {
       const int step = stepOf(i);
-      ASSERT_TRUE(isRight(step, step % kParts)) << step;
+      float value = -1;
+      ASSERT_EQ(MX_getVariableByComponent(step, 0, 0, step % kParts, 1, 0, 0, 0, &value), 0);
+      ASSERT_EQ(value, valueAt(step, step % kParts)) << step;
     }
   };
   // The tables of the groups that were entered stay; content that was decoded must not.
   walk([](int i) { return i; });
-  constexpr std::size_t kMostGrowth = 256 * 1024;
   const std::size_t memory = ::mallinfo2().uordblks;
   std::mt19937 random(20240607);
   walk([&](int) { return static_cast<int>(random() % kSteps); });

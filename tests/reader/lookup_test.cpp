@@ -46,11 +46,13 @@ class LookupTest : public testing::Test {
 
 TEST_F(LookupTest, TimeQuestionsDropTheSignWhereTheyAreDefinedTo) {
   Writer::ResultFileBuilder file;
-  file.part("p").nodes({0}, {0}, {0});
+  auto& part = file.part("p");
+  for (const int step : {0, 1, 2}) part.nodes({0}, {0}, {0}, step);
   file.timeSet({0.5F});
-  file.timeSet({1.0F, 2.0F, 3.0F});
+  file.modelChanges(GeometryChange::kCoordinates, file.timeSet({1.0F, 2.0F, 3.0F}));
   open(file);
   EXPECT_EQ(MX_getNumberOfTimesets(), 2);
+  EXPECT_EQ(MX_getModelGeoTimeset(), 1);
   EXPECT_EQ(MX_getNumberOfTimesteps(1), 3);
   EXPECT_EQ(MX_getNumberOfTimesteps(-1), 3);
   expectOutOfRange([] { MX_getNumberOfTimesteps(2); });
@@ -73,9 +75,23 @@ TEST_F(LookupTest, FileWithoutTimeSetsHasOneStepAtZero) {
   EXPECT_EQ(MX_hasMeasuredGeometry(), 0);
   EXPECT_EQ(MX_getMeasuredGeoTimeset(), 0);
   EXPECT_EQ(MX_getGeometryAdaptivityType(0), 0);
-  EXPECT_EQ(MX_getGeometryAdaptivityType(1), -1);
-  EXPECT_EQ(MX_getGeometryAdaptivityType(2), -1);
+  EXPECT_EQ(MX_getGeometryAdaptivityType(1), -1) << "no particles";
+  EXPECT_EQ(MX_getGeometryAdaptivityType(2), -1) << "no such geometry";
 }
+
+/// A table as the exports take it, filled with a number that no answer has.
+template <class T, std::size_t Rows, std::size_t Columns>
+struct Table {
+  static constexpr T kUntouched = 77;
+  Table() {
+    for (std::size_t i = 0; i < Rows; ++i) {
+      values[i].fill(kUntouched);
+      rows[i] = values[i].data();
+    }
+  }
+  std::array<std::array<T, Columns>, Rows> values;
+  std::array<T*, Rows> rows;
+};
 
 TEST_F(LookupTest, PartTablesHoldWholeNamesAndFillOptionalArraysWhereTheyApply) {
   Writer::ResultFileBuilder file;
@@ -86,32 +102,26 @@ TEST_F(LookupTest, PartTablesHoldWholeNamesAndFillOptionalArraysWhereTheyApply) 
   open(file);
   ASSERT_EQ(MX_getNumberOfParts(), 3);
   std::array<int, 3> ids{}, types{}, nodes{};
-  std::array<std::array<char, 6>, 3> names{};
-  std::array<std::array<int, MX_ELEMENT_TYPES>, 3> elements{};
-  std::array<std::array<int, 4>, 3> extents{};
-  std::array<std::array<int, 5>, 3> options{};
-  for (auto& row : extents) row.fill(77);
-  for (auto& row : options) row.fill(77);
-  std::array<char*, 3> nameRows{names[0].data(), names[1].data(), names[2].data()};
-  std::array<int*, 3> elementRows{elements[0].data(), elements[1].data(), elements[2].data()};
-  std::array<int*, 3> extentRows{extents[0].data(), extents[1].data(), extents[2].data()};
-  std::array<int*, 3> optionRows{options[0].data(), options[1].data(), options[2].data()};
+  Table<char, 3, 6> names;
+  Table<int, 3, MX_ELEMENT_TYPES> elements;
+  Table<int, 3, 4> extents;
+  Table<int, 3, 5> options;
   const auto ask = [&](int** extentsOut, int** optionsOut) {
-    return MX_getPartInformation(0, ids.data(), types.data(), nameRows.data(), nodes.data(),
-                                 elementRows.data(), extentsOut, optionsOut);
+    return MX_getPartInformation(0, ids.data(), types.data(), names.rows.data(), nodes.data(),
+                                 elements.rows.data(), extentsOut, optionsOut);
   };
   EXPECT_EQ(ask(nullptr, nullptr), 0);
-  EXPECT_STREQ(names[0].data(), "12345");
-  EXPECT_STREQ(names[1].data(), "b1");
+  EXPECT_STREQ(names.rows[0], "12345");
+  EXPECT_STREQ(names.rows[1], "b1");
   EXPECT_EQ(ids[1], 77);
   EXPECT_EQ(types, (std::array<int, 3>{0, 1, 2}));
   EXPECT_EQ(nodes, (std::array<int, 3>{2, 2, 1}));
-  EXPECT_EQ(elements[0][2], 1);
-  EXPECT_EQ(ask(extentRows.data(), optionRows.data()), 0);
-  EXPECT_EQ(extents[0][0], 77) << "not a block";
-  EXPECT_EQ(extents[1], (std::array<int, 4>{2, 1, 1, 9}));
-  EXPECT_EQ(options[1][0], 77) << "only blocks of type 2 are told";
-  EXPECT_EQ(options[2], (std::array<int, 5>{}));
+  EXPECT_EQ(elements.values[0][2], 1);
+  EXPECT_EQ(ask(extents.rows.data(), options.rows.data()), 0);
+  EXPECT_EQ(extents.values[0][0], 77) << "not a block";
+  EXPECT_EQ(extents.values[1], (std::array<int, 4>{2, 1, 1, 9}));
+  EXPECT_EQ(options.values[1][0], 77) << "only blocks of type 2 are told";
+  EXPECT_EQ(options.values[2], (std::array<int, 5>{}));
   int blanking = 77;
   EXPECT_EQ(MX_getBlockIblanking(0, 1, &blanking), -1);
   EXPECT_EQ(blanking, 77);
@@ -154,13 +164,6 @@ TEST_F(LookupTest, BorderFacesOfOtherTypesAreToldAndDoNotCount) {
   EXPECT_EQ(MX_hasBorderFaces(0, 0, counts.data()), 0);
   EXPECT_EQ(counts[8], 1);
   EXPECT_EQ(MX_hasBorderFaces(0, 1, counts.data()), 1);
-  std::array<int, 4> nodes{};
-  int parent = 0;
-  std::array<short, 2> parentType{77, 77};
-  EXPECT_EQ(MX_getBorderFacesConnByType(0, 1, 10, nodes.data(), &parent, parentType.data()), 0);
-  EXPECT_EQ(nodes, (std::array<int, 4>{1, 2, 3, 4}));
-  EXPECT_EQ(parent, 5);
-  EXPECT_EQ(parentType, (std::array<short, 2>{-3, 77}));
 }
 
 TEST_F(LookupTest, VariableTablesAnswerInterestOnly) {
@@ -174,31 +177,28 @@ TEST_F(LookupTest, VariableTablesAnswerInterestOnly) {
       .constant({4.0F, 5.0F});
   open(file);
   ASSERT_EQ(MX_getNumberOfVariables(), 2);
-  std::array<std::array<char, 81>, 2> names{}, descriptions{}, imaginary{};
-  for (auto& text : imaginary) text.fill('x');
-  std::array<char*, 2> nameRows{names[0].data(), names[1].data()};
-  std::array<char*, 2> descriptionRows{nullptr, descriptions[1].data()};
-  std::array<char*, 2> imaginaryRows{imaginary[0].data(), imaginary[1].data()};
+  Table<char, 2, 81> names, descriptions, imaginary;
+  descriptions.rows[0] = nullptr;
   std::array<int, 2> types{}, locations{}, complexFlags{}, hasTime{7, 7}, timesets{};
   std::array<float, 2> frequencies{0.0F, 1.0F};
   const auto ask = [&] {
-    return MX_getVariableInformation(nameRows.data(), descriptionRows.data(), types.data(),
-                                     locations.data(), complexFlags.data(), imaginaryRows.data(),
+    return MX_getVariableInformation(names.rows.data(), descriptions.rows.data(), types.data(),
+                                     locations.data(), complexFlags.data(), imaginary.rows.data(),
                                      frequencies.data(), hasTime.data(), timesets.data());
   };
   EXPECT_EQ(ask(), 0);
-  EXPECT_STREQ(names[0].data(), "complex");
-  EXPECT_STREQ(descriptions[1].data(), "a number");
+  EXPECT_STREQ(names.rows[0], "complex");
+  EXPECT_STREQ(descriptions.rows[1], "a number");
   EXPECT_EQ(types, (std::array<int, 2>{1, 2}));
   EXPECT_EQ(locations, (std::array<int, 2>{4, 1}));
-  EXPECT_EQ(imaginary[0][0], 'x') << "no interest shown";
-  EXPECT_STREQ(imaginary[1].data(), "");
+  EXPECT_EQ(imaginary.values[0][0], 77) << "no interest shown";
+  EXPECT_STREQ(imaginary.rows[1], "");
   EXPECT_EQ(frequencies, (std::array<float, 2>{0.0F, 0.0F}));
   EXPECT_EQ(hasTime, (std::array<int, 2>{7, 1})) << "told for constants alone";
   EXPECT_EQ(timesets, (std::array<int, 2>{0, 0}));
   frequencies.fill(1.0F);
   EXPECT_EQ(ask(), 0);
-  EXPECT_STREQ(imaginary[0].data(), "phase");
+  EXPECT_STREQ(imaginary.rows[0], "phase");
   EXPECT_EQ(frequencies, (std::array<float, 2>{50.0F, 0.0F}));
 
   float real = 0, both = 0;

@@ -8,46 +8,36 @@
 
 namespace Kelbor {
 
-/// Collects what the log lets through from `level` up, for as long as it lives.
-class LogCapture {
+/// Sends what the log lets through from `level` up to `target`, for as long as it lives; nowhere
+/// for no target.
+class LogRedirect {
  public:
-  explicit LogCapture(LogLevel level = LogLevel::warning)
-      : output_(std::cout.rdbuf(text_.rdbuf())), error_(std::cerr.rdbuf(text_.rdbuf())) {
+  LogRedirect(std::streambuf* target, LogLevel level)
+      : output_(std::cout.rdbuf(target)), error_(std::cerr.rdbuf(target)) {
     getLogger().setLogLevel(level);
   }
-  ~LogCapture() {
+  ~LogRedirect() {
     std::cout.rdbuf(output_);
     std::cerr.rdbuf(error_);
     getLogger().setLogLevel(LogLevel::status);
   }
-  LogCapture(const LogCapture&) = delete;
-  LogCapture& operator=(const LogCapture&) = delete;
-
-  [[nodiscard]] std::string text() const { return text_.str(); }
+  LogRedirect(const LogRedirect&) = delete;
+  LogRedirect& operator=(const LogRedirect&) = delete;
 
  private:
-  std::ostringstream text_;
   std::streambuf* output_;
   std::streambuf* error_;
 };
 
-/// Lets the log go nowhere, at whatever level a session sets it, for as long as it lives.
-class LogDiscard {
+/// Collects what the log lets through.
+class LogCapture {
  public:
-  LogDiscard() : output_(std::cout.rdbuf(nullptr)), error_(std::cerr.rdbuf(nullptr)) {
-    getLogger().setLogLevel(LogLevel::silent);
-  }
-  ~LogDiscard() {
-    std::cout.rdbuf(output_);
-    std::cerr.rdbuf(error_);
-    getLogger().setLogLevel(LogLevel::status);
-  }
-  LogDiscard(const LogDiscard&) = delete;
-  LogDiscard& operator=(const LogDiscard&) = delete;
+  explicit LogCapture(LogLevel level = LogLevel::warning) : redirect_(text_.rdbuf(), level) {}
+  [[nodiscard]] std::string text() const { return text_.str(); }
 
  private:
-  std::streambuf* output_;
-  std::streambuf* error_;
+  std::ostringstream text_;
+  LogRedirect redirect_;
 };
 
 }  // namespace Kelbor

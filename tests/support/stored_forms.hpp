@@ -2,6 +2,7 @@
 
 #include <array>
 #include <limits>
+#include <vector>
 
 #include "writer/result_file.hpp"
 
@@ -9,14 +10,15 @@ namespace morvex {
 
 /// Coordinates that move, each way of storing connectivity, polygons and polyhedra, border faces, a
 /// structured block, and particles.
-inline void describeGeometry(Writer::ResultFileBuilder& file) {
+inline void describeMovingGeometry(Writer::ResultFileBuilder& file, int stepCount) {
   using namespace Writer;
-  constexpr int kSteps = 2;
-  file.modelChanges(GeometryChange::kCoordinates, file.timeSet({0, 1}));
+  std::vector<float> times;
+  for (int step = 0; step < stepCount; ++step) times.push_back(0.5F * static_cast<float>(step));
+  file.modelChanges(GeometryChange::kCoordinates, file.timeSet(times));
   file.coordinates(Quantisation::uniform(0.125));
   PartBuilder& shell = file.part("shell");
   PartBuilder& block = file.part("block").block({2, 2, 1, 0});
-  for (int step = 0; step < kSteps; ++step) {
+  for (int step = 0; step < stepCount; ++step) {
     const auto s = static_cast<float>(step);
     shell.nodes({0, 1, 1 + s, 0, 2, 2.5F}, {0, s, 1, 1, 0, 1}, {0, 0, 0, s, 0, 9}, step);
     block.nodes({0, 1, 0, 1}, {0, 0, 1, 1}, {0, 0, 0, s}, step);
@@ -28,31 +30,46 @@ inline void describeGeometry(Writer::ResultFileBuilder& file) {
   file.particles().nodes({1, 2, 3}, {4, 5, 6}, {7, 8, 9});
 }
 
-/// Variables per node, per element and for the case: exact and complex, in time differences, along
-/// a forest, constant.
-inline void describeVariables(Writer::ResultFileBuilder& file) {
+inline void describeGeometry(Writer::ResultFileBuilder& file) {
+  describeMovingGeometry(file, 2);
+}
+
+/// Variables of a part of 6 nodes, a triangle and two quadrilaterals, per node, per element and for
+/// the case: exact and complex, in differences along the first time set, along a forest, constant.
+inline void addVariables(Writer::ResultFileBuilder& file, int stepCount) {
   using namespace Writer;
-  constexpr int kSteps = 3;
-  const std::uint32_t steps = file.timeSet({0, 1, 2});
   file.timeBlocks(2);
-  PartBuilder& part = file.part("part").nodes({0, 1, 1, 0}, {0, 0, 1, 1}, {0, 0, 0, 1});
-  part.elements(6, {1, 2, 3}).elements(10, {1, 2, 3, 4});
-  auto& exact = file.variable("exact", Location::perNode, 2).complex("imaginary", 50);
-  for (int component = 0; component < 3; ++component) {
-    exact.set({.component = component}, {1, 2, 3, 4});
-    exact.set({.component = component, .imaginary = true}, {9, 9, 8, 8});
-  }
-  auto& series = file.variable("series", Location::perNode).onTimeSet(steps).timeDifferences();
+  auto& exact = file.variable("exact", Location::perNode, 2).complex("imaginary part", 50);
+  exact.set({}, {1, 2, 3, 4, 5, 6}).set({.imaginary = true}, {9, 9, 9, 8, 8, 8});
+  exact.set({.component = 1}, {6, 5, 4, 3, 2, 1}).set({.component = 2}, {0, 0, 0, 1, 1, 1});
+  auto& series = file.variable("series", Location::perNode).onTimeSet(0).timeDifferences();
   series.quantised(Quantisation::uniform(0.25));
-  for (int step = 0; step < kSteps; ++step) {
-    const auto s = static_cast<float>(step);
-    series.set({.step = step}, {s, s * s, 10 - s, 1});
-  }
   auto& forest = file.variable("forest", Location::perNode).alongForest();
-  forest.quantised(Quantisation::uniform(0.5)).set({}, {1, 2, 4, 8});
+  forest.quantised(Quantisation::uniform(0.5)).set({}, {1, 2, 4, 8, 16, 32});
   auto& element = file.variable("element", Location::perElement);
-  element.set({.elementType = 10}, {1.5F}).set({.elementType = 6}, {0.25F});
-  file.variable("constant", Location::perNode).onTimeSet(steps).constant({1, 2, 3});
+  element.set({.elementType = 10}, {1.5F, -2.5F}).set({.elementType = 6}, {0.25F});
+  std::vector<float> constants;
+  for (int step = 0; step < stepCount; ++step) {
+    const auto s = static_cast<float>(step);
+    series.set({.step = step}, {s, s * s, 10 - s, 1, 2, 3 * s});
+    constants.push_back(s + 1);
+  }
+  file.variable("constant", Location::perNode).onTimeSet(0).constant(constants);
+}
+
+inline void describeVariables(Writer::ResultFileBuilder& file) {
+  file.timeSet({0, 1, 2});
+  auto& part = file.part("part");
+  part.nodes({0, 1, 1, 0, 2, 2}, {0, 0, 1, 1, 0, 1}, {0, 0, 0, 1, 0, 0});
+  part.elements(6, {1, 2, 3}).elements(10, {1, 2, 3, 4, 2, 5, 6, 3});
+  addVariables(file, 3);
+}
+
+/// A file that holds a little of all that: its geometry and its variables, over five steps.
+inline void describeSmallFile(Writer::ResultFileBuilder& file) {
+  constexpr int kSteps = 5;
+  describeMovingGeometry(file, kSteps);
+  addVariables(file, kSteps);
 }
 
 /// Coordinates of adaptive precision beside exact ones, and variables of each precision: relative,

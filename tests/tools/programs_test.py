@@ -70,6 +70,12 @@ def payloads(data):
     return found
 
 
+def copy_with(data):
+    copy = SAMPLE.with_suffix(".copy")
+    copy.write_bytes(data)
+    return copy
+
+
 class TestCase(unittest.TestCase):
     def expect(self, code, program, *arguments):
         result = run(program, *arguments)
@@ -141,11 +147,8 @@ class Verify(TestCase):
                 damaged = bytearray(data)
                 position, size = payloads(data)[path]
                 damaged[position + 8:position + size] = b"\xFF" * (size - 8)  # all but the recipe
-                copy = SAMPLE.with_suffix(".damaged")
-                copy.write_bytes(damaged)
-                result = self.expect(DATA_FAILED, "morvex", "verify", copy)
+                result = self.expect(DATA_FAILED, "morvex", "verify", copy_with(damaged))
                 self.assertEqual(re.findall(r"(?m)^FAILED  (\S+): \S", result.stdout), [path])
-
 
     def test_the_reason_is_told_where_the_exception_is_no_standard_one(self):
         data = bytearray(SAMPLE.read_bytes())
@@ -153,8 +156,7 @@ class Verify(TestCase):
         tag = struct.pack("<i", 1005)
         at = data.index(tag, position, position + size)
         data[at:at + 4] = struct.pack("<i", 1999)
-        copy = SAMPLE.with_suffix(".damaged")
-        copy.write_bytes(data)
+        copy = copy_with(data)
         result = self.expect(DATA_FAILED, "morvex", "verify", copy)
         self.assertRegex(result.stdout,
                          r"(?m)^FAILED  /\S+: Deserialization: Invalid class type detected$")
@@ -183,9 +185,7 @@ class Dump(TestCase):
     def test_a_damaged_record_costs_only_itself(self):
         data = bytearray(SAMPLE.read_bytes())
         data[data.index(b"crash box") - 48] ^= 0xFF  # the length of the title
-        copy = SAMPLE.with_suffix(".damaged")
-        copy.write_bytes(data)
-        text = self.expect(DATA_FAILED, "morvex-dump", copy).stdout
+        text = self.expect(DATA_FAILED, "morvex-dump", copy_with(data)).stdout
         self.assertRegex(text, r"FAILED /kelbor/casemetadata: \w")
         self.assertIn("coordinates_0", text)
 
@@ -231,9 +231,8 @@ class Failures(TestCase):
 
     def test_a_truncated_file_never_ends_in_a_signal(self):
         data = SAMPLE.read_bytes()
-        copy = SAMPLE.with_suffix(".cut")
         for length in (4, 20, 43, 44, 1000, len(data) // 2, len(data) - 24, len(data) - 1):
-            copy.write_bytes(data[:length])
+            copy = copy_with(data[:length])
             for program in (["morvex", "info"], ["morvex", "verify"], ["morvex-dump"]):
                 result = run(*program, copy)
                 self.assertIn(result.returncode, (DATA_FAILED, CANNOT_OPEN),
@@ -268,14 +267,12 @@ class Demo(TestCase):
     def test_other_numbers_are_noticed(self):
         self.expect(DATA_FAILED, "morvex-demo", SAMPLE, "--nodes", "2000", "--steps", "5")
         truth = json.loads(TRUTH.read_text(encoding="utf-8"))
-        copy = SAMPLE.with_suffix(".other")
         for name in ("times", "crushForce"):
             data = bytearray(SAMPLE.read_bytes())
             stored = struct.pack("<5f", *truth[name])
             self.assertEqual(data.count(stored), 1)
             data[data.index(stored) + 14] ^= 1
-            copy.write_bytes(data)
-            result = self.expect(DATA_FAILED, "morvex-demo", copy, *SAMPLE_OPTIONS)
+            result = self.expect(DATA_FAILED, "morvex-demo", copy_with(data), *SAMPLE_OPTIONS)
             self.assertRegex(result.stdout, r"(?m)^DIFFERS  \S")
 
 
