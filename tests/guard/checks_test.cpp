@@ -212,14 +212,15 @@ TEST_F(GuardSession, QuestionsToTheWrongKindAreRefused) {
   std::array<std::int32_t, 64> ids{};
   float* const x = values.data();
   std::uint64_t count = 0;
-  const Codes codes{mxg_get_part_coordinates(0, kBlock, x, x, x, 64, &count),
-                    mxg_get_block_structured_coordinates(0, kShell, x, x, x, 64, &count),
-                    mxg_get_element_connectivity(0, kShell, 30, ids.data(), 64, &count),
-                    mxg_get_element_connectivity(0, kShell, 33, ids.data(), 64, &count),
-                    mxg_get_variable_by_component(0, 0, kConstant, 0, 0, 0, 0, x, 64, &count),
-                    mxg_get_variable_by_component(0, 0, kSeries, 0, 0, 1, 0, x, 64, &count),
-                    mxg_get_constant_value(0, kSeries, x, x),
-                    mxg_get_block_iblanking(0, kShell, ids.data(), 64, &count)};
+  Codes codes{mxg_get_part_coordinates(0, kBlock, x, x, x, 64, &count),
+              mxg_get_block_structured_coordinates(0, kShell, x, x, x, 64, &count),
+              mxg_get_variable_by_component(0, 0, kConstant, 0, 0, 0, 0, x, 64, &count),
+              mxg_get_variable_by_component(0, 0, kSeries, 0, 0, 1, 0, x, 64, &count),
+              mxg_get_constant_value(0, kSeries, x, x),
+              mxg_get_block_iblanking(0, kShell, ids.data(), 64, &count)};
+  for (int type = 30; type < MXG_ELEMENT_TYPES; ++type) {
+    codes.push_back(mxg_get_element_connectivity(0, kShell, type, ids.data(), 64, &count));
+  }
   EXPECT_EQ(codes, Codes(codes.size(), MXG_WRONG_KIND));
   EXPECT_EQ(mxg_get_block_iblanking(0, kBlock, ids.data(), 64, &count), MXG_REFUSED);
   EXPECT_EQ(values, decltype(values){});

@@ -147,6 +147,18 @@ TEST_F(GuardFailures, DamagedDatasetAmongSeveralIsFound) {
   }
 }
 
+TEST_F(GuardFailures, RecipeThatIsNotThereIsADamagedRecord) {
+  Writer::ResultImage image = file_.image();
+  auto& bytes = image["/geometry/0/0/0/10_elementnodeids"];
+  bytes[0] = std::byte{99};
+  open(image);
+  std::array<std::int32_t, 8> nodes{};
+  std::uint64_t count = 0;
+  EXPECT_EQ(mxg_get_element_connectivity(0, kShell, kQuads, nodes.data(), 8, &count),
+            MXG_DAMAGED_RECORD);
+  EXPECT_STREQ(mxg_last_error()->dataset, "/geometry/0/0/0/10_elementnodeids");
+}
+
 TEST_F(GuardFailures, CoordinatesAreCheckedByTheStateThatTheyAreReadBy) {
   std::array<float, 8> x{}, y{}, z{};
   std::uint64_t count = 0;
@@ -195,9 +207,11 @@ TEST_F(GuardFailures, ThreadsAreServedOneAfterTheOther) {
   for (std::thread& thread : threads) thread.join();
 }
 
-TEST(GuardCodes, EveryCodeHasItsName) {
-  EXPECT_STREQ(mxg_code_name(MXG_OK), "MXG_OK");
-  EXPECT_STREQ(mxg_code_name(MXG_CANCELLED), "MXG_CANCELLED");
+TEST(GuardCodes, EveryCodeHasAName) {
+  for (int code = MXG_OK; code <= MXG_UNKNOWN; ++code) {
+    EXPECT_EQ(std::string(mxg_code_name(static_cast<mxg_code>(code))).substr(0, 4), "MXG_");
+  }
+  EXPECT_STREQ(mxg_code_name(MXG_OUT_OF_MEMORY), "MXG_OUT_OF_MEMORY");
   EXPECT_STREQ(mxg_code_name(MXG_UNKNOWN), "MXG_UNKNOWN");
   EXPECT_STREQ(mxg_code_name(static_cast<mxg_code>(MXG_UNKNOWN + 1)), "?");
 }

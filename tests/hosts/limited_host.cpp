@@ -1,7 +1,6 @@
 // A host to which the system refuses threads or memory. What is asked for meanwhile is answered
 // rightly or refused; never does the process end or crash; and once the limit is gone all is
-// answered. A careless one ends without MX_exit: its exit status must be its own.
-// Usage: limited_host FILE memory|threads|careless
+// answered. Usage: limited_host FILE memory|threads
 
 #include <grp.h>
 #include <sys/resource.h>
@@ -9,20 +8,18 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <cstring>
 #include <exception>
 #include <fstream>
 #include <string>
 
-#include "host_file.hpp"
+#include "host_file.h"
+#include "morvex/morvex_ensg.h"
 
 namespace {
 
-using hostFile::Answer;
-using hostFile::kQuestions;
-
-constexpr hostFile::Library kLibrary{MX_openFile, MX_setNumberOfOmpThreads, MX_getPartCoordinates,
-                                     MX_getVariableByComponent, MX_exit};
+constexpr HostLibrary kLibrary{MX_openFile, MX_getNumberOfParts, MX_getPartCoordinates,
+                               MX_getVariableByComponent, MX_exit};
 constexpr int kThreads = 8;
 constexpr int kTenths = 10;
 
@@ -32,11 +29,11 @@ constexpr unsigned kPatienceInSeconds = 120;
 /// What a child tells its parent: none of the statuses with which runtimes end a process.
 enum ChildStatus { kNothingRefused = 40, kSomethingRefused, kFailed };
 
-Answer ask(int question) {
+HostAnswer ask(int question) {
   try {
-    return hostFile::ask(kLibrary, question);
+    return hostAsk(&kLibrary, question);
   } catch (const std::exception&) {
-    return Answer::refused;
+    return HOST_REFUSED;
   }
 }
 
@@ -77,7 +74,7 @@ int readWithLittleMemory(const char* path, int before, rlim_t headroom) {
   // Before the first question comes the opening.
   bool isOpen = before > 0 && MX_openFile(path, 0) == 0;
   for (int question = 0; question < before; ++question) {
-    if (ask(question) != Answer::right) return kFailed;
+    if (ask(question) != HOST_RIGHT) return kFailed;
   }
   setSoftLimit(RLIMIT_AS, usedAddressSpace() + headroom);
   bool refused = false;
@@ -85,14 +82,16 @@ int readWithLittleMemory(const char* path, int before, rlim_t headroom) {
     isOpen = MX_openFile(path, 0) == 0;
     refused = !isOpen;
   }
-  for (int question = before; isOpen && question < kQuestions; ++question) {
-    const Answer answer = ask(question);
-    if (answer == Answer::wrong) return kFailed;
-    if (answer == Answer::refused) refused = true;
+  for (int question = before; isOpen && question < HOST_QUESTIONS; ++question) {
+    const HostAnswer answer = ask(question);
+    if (answer == HOST_WRONG) return kFailed;
+    if (answer == HOST_REFUSED) refused = true;
   }
   setSoftLimit(RLIMIT_AS, RLIM_INFINITY);
   if (!isOpen && MX_openFile(path, 0) != 0) return kFailed;
-  if (!hostFile::readsAll(kLibrary)) return kFailed;
+  for (int question = 0; question < HOST_QUESTIONS; ++question) {
+    if (ask(question) != HOST_RIGHT) return kFailed;
+  }
   MX_exit();
   return refused ? kSomethingRefused : kNothingRefused;
 }
@@ -102,7 +101,7 @@ bool survivesLittleMemory(const char* path) {
   int refusals = 0;
   for (int tenth = 0; tenth < kTenths; ++tenth) {
     for (const rlim_t headroom : {0U, 1U << 18U, 1U << 20U, 1U << 22U, 1U << 24U, 1U << 26U}) {
-      const int before = tenth * kQuestions / kTenths;
+      const int before = tenth * HOST_QUESTIONS / kTenths;
       const std::string name = "tenth " + std::to_string(tenth) + ", " + std::to_string(headroom);
       const int told = inChild(name, [&] { return readWithLittleMemory(path, before, headroom); });
       if (told == kFailed) return false;
@@ -126,7 +125,10 @@ int readWithFewThreads(const char* path, rlim_t processes) {
   MX_setNumberOfOmpThreads(kThreads);
   if (!becomeNobody()) return kFailed;  // who may not even see the file
   setSoftLimit(RLIMIT_NPROC, processes);
-  return hostFile::readsAll(kLibrary) ? kNothingRefused : kFailed;
+  for (int question = 0; question < HOST_QUESTIONS; ++question) {
+    if (ask(question) != HOST_RIGHT) return kFailed;
+  }
+  return kNothingRefused;
 }
 
 bool survivesFewThreads(const char* path) {
@@ -141,9 +143,7 @@ bool survivesFewThreads(const char* path) {
 
 int main(int argc, char** argv) {
   if (argc != 3) return 2;
-  const std::string mode = argv[2];
-  if (mode == "memory") return survivesLittleMemory(argv[1]) ? 0 : 1;
-  if (mode == "threads") return survivesFewThreads(argv[1]) ? 0 : 1;
-  if (mode != "careless" || MX_setNumberOfOmpThreads(kThreads) != 0) return 2;
-  return MX_openFile(argv[1], 0) == 0 && ask(3) == Answer::right ? 0 : 1;
+  if (std::strcmp(argv[2], "memory") == 0) return survivesLittleMemory(argv[1]) ? 0 : 1;
+  if (std::strcmp(argv[2], "threads") == 0) return survivesFewThreads(argv[1]) ? 0 : 1;
+  return 2;
 }

@@ -59,14 +59,25 @@ void* operator new(std::size_t size) {
   if (void* const block = __wrap_malloc(size == 0 ? 1 : size)) return block;
   throw std::bad_alloc();
 }
-// The forms for arrays come by these by themselves.
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return __wrap_malloc(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
   return __wrap_malloc(size);
 }
 void operator delete(void* block) noexcept {
   __wrap_free(block);
 }
+void operator delete[](void* block) noexcept {
+  __wrap_free(block);
+}
 void operator delete(void* block, std::size_t) noexcept {
+  __wrap_free(block);
+}
+void operator delete[](void* block, std::size_t) noexcept {
   __wrap_free(block);
 }
 

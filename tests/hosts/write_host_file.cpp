@@ -1,32 +1,44 @@
-// Writes the file of host_file.hpp.
+// Writes the file of host_file.h.
 
+#include <cstdio>
 #include <vector>
 
-#include "host_file.hpp"
+#include "host_file.h"
 #include "writer/result_file.hpp"
 
+namespace {
+
+template <class Number>
+std::vector<float> forAllNodes(Number&& number) {
+  std::vector<float> values(HOST_NODES);
+  for (int node = 0; node < HOST_NODES; ++node) {
+    values[static_cast<std::size_t>(node)] = static_cast<float>(number(node));
+  }
+  return values;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
-  using namespace hostFile;
   using namespace morvex;
   if (argc != 2) return 2;
-  const auto forAllNodes = [](auto&& number) {
-    std::vector<float> values;
-    for (int node = 0; node < kNodes; ++node) values.push_back(number(node));
-    return values;
-  };
   Writer::ResultFileBuilder file;
-  const std::uint32_t steps = file.timeSet({0, 1, 2, 3, 4});
+  std::vector<float> times;
+  for (int step = 0; step < HOST_STEPS; ++step) times.push_back(static_cast<float>(step));
+  const std::uint32_t steps = file.timeSet(times);
   file.modelChanges(GeometryChange::kCoordinates, steps);
-  file.coordinates(Writer::Quantisation::uniform(kQuantum)).tableChunks(kChunks).timeBlocks(2);
-  Writer::PartBuilder& part = file.part("plate");
-  auto& wave = file.variable("wave", Writer::Location::perNode);
-  wave.onTimeSet(steps).quantised(Writer::Quantisation::uniform(kQuantum)).timeDifferences();
-  for (int step = 0; step < kSteps; ++step) {
-    const auto axis = [&](int a) {
-      return forAllNodes([=](int node) { return coordinate(step, a, node); });
+  file.coordinates(Writer::Quantisation::uniform(HOST_QUANTUM));
+  file.tableChunks(HOST_CHUNKS);
+  file.timeBlocks(2);
+  Writer::PartBuilder& part = file.part(HOST_PART);
+  auto& wave = file.variable(HOST_VARIABLE, Writer::Location::perNode);
+  wave.onTimeSet(steps).quantised(Writer::Quantisation::uniform(HOST_QUANTUM)).timeDifferences();
+  for (int step = 0; step < HOST_STEPS; ++step) {
+    const auto axis = [step](int a) {
+      return forAllNodes([=](int node) { return hostCoordinate(step, a, node); });
     };
     part.nodes(axis(0), axis(1), axis(2), step);
-    wave.set({.step = step}, forAllNodes([=](int node) { return value(step, node); }));
+    wave.set({.step = step}, forAllNodes([=](int node) { return hostValue(step, node); }));
   }
   file.write(argv[1]);
   return 0;
