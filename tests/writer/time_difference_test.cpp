@@ -79,21 +79,15 @@ TEST_P(TimeDifferences, ReadTheSameInAnyOrder) {
   open(fileOf(kSteps, 8, 0));
   std::vector<int> order(kSteps);
   std::iota(order.begin(), order.end(), 0);
-  for (const int step : order) expectStep(step);
-  std::ranges::reverse(order);
-  for (const int step : order) expectStep(step);
   std::mt19937 random(7);
-  for (int round = 0; round < 3; ++round) {
-    std::shuffle(order.begin(), order.end(), random);
+  for (int round = 0; round < 4; ++round) {  // the first one walks forward
     for (const int step : order) expectStep(step);
+    std::shuffle(order.begin(), order.end(), random);
   }
-}
-
-TEST_P(TimeDifferences, EveryStepCanBeTheFirstOneRead) {
-  for (int step = 0; step < 12; ++step) {
-    open(fileOf(12, 4, 0));
-    expectStep(step);
+  for (int step = 0; step < kSteps; ++step) {
     MX_exit();
+    open();
+    expectStep(step);  // as the first one that is read
   }
 }
 

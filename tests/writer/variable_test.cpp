@@ -143,32 +143,24 @@ TEST_F(VariableRoundTrip, ExponentsFollowTheMagnitudeOfEachValue) {
   }
 }
 
-TEST_F(VariableRoundTrip, PatternsAndTheDefaultSettingServeVariablesWithoutTheirOwn) {
-  file_.precision("stress*", {QuantizationType::UniformQuantization, {0.5}});
-  file_.precision("DEFAULT_VARIABLE_PRECISION", {QuantizationType::UniformQuantization, {0.25}});
-  file_.variable("stress_xx", Location::perNode)
-      .quantised(Quantisation::uniform(0.5), /*ownSetting=*/false)
-      .set({}, wave(kNodes, 1));
-  file_.variable("other", Location::perNode)
-      .quantised(Quantisation::uniform(0.25), /*ownSetting=*/false)
-      .set({}, wave(kNodes, 1));
-  open(file_);
-  expectQuantised(variable(0, {}, kNodes), wave(kNodes, 1), 0.5);
-  expectQuantised(variable(1, {}, kNodes), wave(kNodes, 1), 0.25);
-}
-
-TEST_F(VariableRoundTrip, ParticlesAndBlocksHaveVariables) {
+TEST_F(VariableRoundTrip, PatternsAndTheDefaultServeParticlesAndBlocksWithoutTheirOwn) {
   file_.part("block").nodes(wave(8, 1), wave(8, 2), wave(8, 3)).block({2, 2, 2, 0});
   file_.particles().nodes(wave(30, 1), wave(30, 2), wave(30, 3));
-  file_.variable("mass", Location::perNode)
+  file_.precision("mass*", {QuantizationType::UniformQuantization, {0.5}});
+  file_.precision("DEFAULT_VARIABLE_PRECISION", {QuantizationType::UniformQuantization, {0.25}});
+  file_.variable("mass_1", Location::perNode)
       .onParticles()
-      .quantised(Quantisation::uniform(0.1))
+      .quantised(Quantisation::uniform(0.5), /*ownSetting=*/false)
       .set({}, wave(30, 4));
-  file_.variable("pressure", Location::perNode).set({.part = 2}, wave(8, 5));
+  file_.variable("pressure", Location::perNode)
+      .quantised(Quantisation::uniform(0.25), /*ownSetting=*/false)
+      .set({}, wave(kNodes, 6))
+      .set({.part = 2}, wave(8, 5));
   open(file_);
   EXPECT_EQ(MX_getVariableGeoType(0), 1);
-  expectQuantised(variable(0, {}, 30), wave(30, 4), 0.1);
-  expectSameBits(variable(1, {.part = 2}, 8), wave(8, 5));
+  expectQuantised(variable(0, {}, 30), wave(30, 4), 0.5);
+  expectQuantised(variable(1, {}, kNodes), wave(kNodes, 6), 0.25);
+  expectQuantised(variable(1, {.part = 2}, 8), wave(8, 5), 0.25);
 }
 
 TEST_F(VariableRoundTrip, TablesMayBeSumsInARowOrOfBlocks) {
