@@ -14,7 +14,7 @@ inline BytesBuilder caseBytes() {
   record.f32({-1, -2, -3, 1, 2, 3}).u64({5, 2, 2, 1, 3, 4});
   record.text("title").u8({0, 1}).u8({1, 3}).u32({kNoTimeset, 1}).u32({4, 2}).u32({11, 12});
   record.u32({21, 22, 23, 24, 25}).u32({2}).text("ct").u32({3, 2});
-  return record.text(std::string_view("g\0x\0y", 5));
+  return record.text("gxyzw");
 }
 
 inline CaseMetaData sampleCase() {
@@ -34,8 +34,8 @@ inline void appendState(BytesBuilder& record, const std::vector<std::string>& na
   record.rising(6000, 4 * n);
   for (std::uint32_t i = 0; i < n; ++i) record.u8({i == 0});
   record.rising(300, n).u32({31, 32, 33});
-  for (std::uint32_t i = 0; i < n; ++i) record.u8({static_cast<std::uint8_t>(2 * i)});
-  for (std::uint32_t i = 0; i < n; ++i) record.u8({255});
+  for (std::uint32_t i = 0; i < n; ++i) record.u8({i % 2 == 1});
+  for (std::uint32_t i = 0; i < n; ++i) record.u8({1});
   for (std::uint32_t i = 0; i < n; ++i) record.rising(7000 + 100 * i, 34);
 }
 
@@ -45,7 +45,7 @@ inline BytesBuilder variableBytes(const MetadataVersion& version) {
   record.text("temp").fixedText("c", 4).u32({5, 1}).u32({4, 1}).u32({0, 1}).f32({0.0F, 2.5F});
   record.u32({1, kNoTimeset}).u32({0, 1}).text("desc").fixedText("d", 4).fixedText("", 8);
   record.u32({0, 1}).u64({0}).u64({2}).f32({1.5F, 2.5F}).u64({0}).u64({1}).f32({3.5F});
-  record.u8({0, 2}).u32({8, 9}).u8({1, 0});
+  record.u8({0, 1}).u32({8, 9}).u8({1, 0});
   if (version.minor > 0) record.fixedText("ds0", 4).fixedText("ds1", 4);
   return record;
 }
@@ -55,7 +55,7 @@ inline BytesBuilder octreeBytes() {
   BytesBuilder record(0, 0, 0);
   record.u64({3}).u32({0, 2, 0}).u32({4, 5, 6}).u64({10, 11}).u32({20, 21, 22, 23});
   record.rising(100, 34).rising(200, 34).u64({30, 31}).u64({40, 41}).u64({50, 51}).u64({60, 61});
-  return record.u8({0, 9, 1});
+  return record.u8({0, 1, 1});
 }
 
 }  // namespace morvex

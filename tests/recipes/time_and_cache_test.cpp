@@ -6,6 +6,7 @@
 #include "core/scoped_access.hpp"
 #include "recipes/dataset_cache.hpp"
 #include "recipes/time_differences.hpp"
+#include "writer/differences.hpp"
 
 namespace morvex {
 namespace {
@@ -24,6 +25,27 @@ TEST(TimePattern, FollowsTheRuleOfTheSeries) {
     EXPECT_EQ(toString(pattern), c.pattern) << c.steps << " steps, blocks of " << c.blockSize;
     EXPECT_EQ(pattern.size(), static_cast<std::size_t>(std::max(c.steps, 0)));
   }
+}
+
+/// The references of the writer, which has the rule once more.
+TEST(TimePattern, ReachesWhatTheStepsAreStoredAgainst) {
+  for (int steps = 1; steps < 40; ++steps) {
+    for (const int blockSize : {2, 4, 8}) {
+      for (const int maxDepth : {0, 1, 2}) {
+        const auto pattern = CompressTimeDifferences(steps, blockSize, maxDepth).pattern();
+        for (int step = 0; step < steps; ++step) {
+          const auto [kind, distance, block] = pattern[static_cast<std::size_t>(step)];
+          std::vector<std::int32_t> expected{-std::abs(distance)};
+          if (kind == 'K') expected.clear();
+          if (kind == 'B' || kind == 'M') expected.push_back(distance);
+          EXPECT_EQ(Writer::timeReferences(step, steps, blockSize, maxDepth), expected)
+              << step << " of " << steps << " in blocks of " << blockSize << ", " << maxDepth;
+        }
+      }
+    }
+  }
+  EXPECT_EQ(Writer::timeReferenceKey(-1), "[ts-1]");
+  EXPECT_EQ(Writer::timeReferenceKey(2), "[ts+2]");
 }
 
 TEST(TimePattern, EntriesKnowTheirReachAndBlock) {
