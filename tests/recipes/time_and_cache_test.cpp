@@ -48,16 +48,6 @@ TEST(TimePattern, ReachesWhatTheStepsAreStoredAgainst) {
   EXPECT_EQ(Writer::timeReferenceKey(2), "[ts+2]");
 }
 
-TEST(TimePattern, EntriesKnowTheirReachAndBlock) {
-  const TimePattern steps = CompressTimeDifferences(12, 4, 0).pattern();
-  const std::vector<int> distances{0, 1, 2, 1, 4, 1, 2, 1, 0, -1, -1, 0};
-  const std::vector<int> blocks{0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3};
-  for (std::size_t i = 0; i < steps.size(); ++i) {
-    EXPECT_EQ(steps[i].distance, distances[i]) << "step " << i;
-    EXPECT_EQ(steps[i].block, blocks[i]) << "step " << i;
-  }
-}
-
 TEST(TimePattern, RefusesBlocksThatAreNoPowerOfTwo) {
   for (const int size : {1, 0, 6, 12, -2, -2147483647 - 1}) {
     EXPECT_THROW(CompressTimeDifferences(5, size, 0), std::invalid_argument) << size;

@@ -1,5 +1,4 @@
 #include "container_bytes.hpp"
-#include "core/error.hpp"
 #include "support/log_capture.hpp"
 
 namespace Kelbor::MathModule {
@@ -111,15 +110,6 @@ TEST_F(Layout, ShortFileOpenedForWritingIsStartedAnew) {
   put(Bytes(43, std::byte{0xFF}));
   EXPECT_EQ(write(*writer(), "/", "x", pattern(3)), 0);
   EXPECT_EQ(readAll(*reader(), "/", "x"), pattern(3));
-}
-
-TEST_F(Layout, FileThatWasNeverClosedIsNoFinishedContainer) {
-  const auto file = writer();
-  EXPECT_EQ(write(*file, "/", "x", noise(300)), 0);
-  EXPECT_TRUE(file->closeIfOpen(false));
-  EXPECT_EQ(stored().size(), 320U);
-  // The trailer is the end of the payload.
-  EXPECT_THROW((void)reader()->hasDataset("/", "x"), KelborDataException);
 }
 
 }  // namespace

@@ -99,13 +99,6 @@ TEST_F(MetadataLoadTest, MissingRecordIsMissedWhereItIsNeeded) {
                std::out_of_range);
 }
 
-TEST_F(MetadataLoadTest, BoxOfTheCaseStandsInForBoxesPerStep) {
-  const auto simulation = open(smallFile().image());
-  const SimulationMetadata& metadata = simulation->metadata();
-  EXPECT_EQ(metadata.boundingBox, (InterleavedBox{1, 2, 3, 4, 5, 6}));
-  EXPECT_EQ(metadata.geometryMetaData.at(0).at(0).boundingBox, (StoredBox{1, 3, 5, 2, 4, 6}));
-}
-
 TEST_F(MetadataLoadTest, GapsInTimeSetsCloseUp) {
   ResultFileBuilder file = smallFile();
   file.timeSet({10});

@@ -1,8 +1,5 @@
-#include <array>
 #include <stdexcept>
 
-#include "metadata/octree_records.hpp"
-#include "metadata/time_records.hpp"
 #include "result_session.hpp"
 
 namespace morvex::Writer {
@@ -18,26 +15,13 @@ class Records : public ResultSession {
   ResultFileBuilder file_;
 };
 
-TEST_F(Records, OfBothVersionsTellAboutVariablesAndTime) {
-  file_.timeSet({0.5F, 1.5F});
-  file_.timeSet(TimeSet(9, 1, 1, -1, 0, {12}, "numbered files", {3.0F}));
-  file_.fileSet(FileSet(4, 0, 1, 2));
-  file_.variable("force", Location::perNode, 5).onTimeSet(1).constant({1.5F});
+TEST_F(Records, OfVariablesMayHaveEitherVersion) {
+  file_.variable("force", Location::perNode, 5).constant({1.5F});
   file_.variable("sound", Location::perElement, 6).set({.elementType = 6}, {1});
   for (const MetadataVersion& version : {MetadataVersion{0, 0, 0}, MetadataVersion{0, 1, 0}}) {
     file_.variableRecordVersion = version;
     open(file_);
-    ASSERT_EQ(MX_getNumberOfTimesets(), 2);
-    std::array<float, 2> times{};
-    EXPECT_EQ(MX_getTimestepsValues(0, times.data()), 0);
-    EXPECT_EQ(times, (std::array{0.5F, 1.5F}));
-    EXPECT_EQ(MX_getTimestepsValues(1, times.data()), 0);
-    EXPECT_EQ(times[0], 3.0F);
     ASSERT_EQ(MX_getNumberOfVariables(), 2);
-    float real = 0;
-    float imaginary = 0;
-    EXPECT_EQ(MX_getConstantValue(0, 0, &real, &imaginary), 0);
-    EXPECT_EQ(real, 1.5F);
     expectSameBits(variable(1, {.elementType = 6}, 1), {1});
   }
 }
@@ -51,31 +35,6 @@ TEST_F(Records, MayBeDeflatedWhereTheContainerDoesIt) {
   open();
   EXPECT_EQ(MX_getNumberOfVariables(), 50);
   expectSameBits(coordinates(0, 0, 3)[0], {1, 2, -3});
-}
-
-TEST_F(Records, OctreesAreReadOver) {
-  OctreeMetaData octree;
-  octree.entryCounts = {2, 0};
-  octree.partValues = {7, 8};
-  octree.entryValuesA = {{1, 2}, {}};
-  octree.entryPairs = {{{3, 4}, {5, 6}}, {}};
-  octree.entryElementCounts = {{{1}, {2}}, {}};
-  octree.entryValuesB = octree.entryValuesC = octree.entryValuesD = octree.entryValuesA;
-  octree.entryValuesE = {{10, 11}, {}};
-  octree.partFlags = {true, false};
-  file_.octrees = {{octree}};
-  open(file_);
-  EXPECT_EQ(MX_getNumberOfParts(), 2);
-
-  CaseMetaData caseMetaData;
-  caseMetaData.numGeometries = 1;
-  const auto read =
-      readOctreeMetaData(octreeBytes(file_.octrees), caseMetaData, std::vector<std::uint32_t>{1});
-  const OctreeMetaData& back = read.at(0).at(0);
-  EXPECT_EQ(back.entryPairs, octree.entryPairs);
-  EXPECT_EQ(back.entryElementCounts, octree.entryElementCounts);
-  EXPECT_EQ(back.entryValuesE, octree.entryValuesE);
-  EXPECT_EQ(back.partFlags, octree.partFlags);
 }
 
 TEST_F(Records, WhatIsWiderThanItsFieldIsRefused) {

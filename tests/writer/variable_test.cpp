@@ -45,19 +45,6 @@ TEST_F(VariableRoundTrip, ExactValuesKeepEveryBit) {
   expectSameBits(variable(0, {.component = 2, .imaginary = true}, kNodes), wave(kNodes, 7));
 }
 
-TEST_F(VariableRoundTrip, ValuesOfElementsGoByTypeAndPart) {
-  file_.variable("stress", Location::perElement)
-      .set({.elementType = 10}, wave(kQuads, 1))
-      .set({.part = 1, .elementType = 6}, {2.5F, 3.5F});
-  file_.variable("elsewhere", Location::perElement).set({.part = 1, .elementType = 6}, {1, 2});
-  open(file_);
-  expectSameBits(variable(0, {.elementType = 10}, kQuads), wave(kQuads, 1));
-  expectSameBits(variable(0, {.part = 1, .elementType = 6}, 2), {2.5F, 3.5F});
-  float untouched = 7.0F;
-  EXPECT_EQ(MX_getVariableByComponent(0, 0, 1, 0, 1, 10, 0, 0, &untouched), 1);
-  EXPECT_EQ(untouched, 7.0F);
-}
-
 TEST_F(VariableRoundTrip, EveryFormOfAQuantisedVariableReadsAlike) {
   const Floats values = withOutliers(wave(kNodes, 9));
   const Floats ofQuads = wave(kQuads, 10);
