@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
-#include <cstring>
 #include <limits>
 #include <random>
 
@@ -86,20 +85,6 @@ TEST(PlaneStreams, GiveEachChunkToOneCallOfInflate) {
   expectEachChunkForOneCall<std::uint32_t>();
   expectEachChunkForOneCall<std::int64_t>();
   expectEachChunkForOneCall<std::uint64_t>();
-}
-
-TEST(ChunkTables, StateSizesAndCounts) {
-  const std::vector<std::int32_t> values(10, 3);
-  const Bytes payload = chunkedStream(std::span<const std::int32_t>(values), Chaining::differences,
-                                      {.tableChunks = 3});
-  std::array<std::uint64_t, 7> table{};
-  ASSERT_GT(payload.size(), sizeof(table));
-  std::memcpy(table.data(), payload.data(), sizeof(table));
-  EXPECT_EQ(table[0], 3U);
-  EXPECT_EQ(sizeof(table) + table[1] + table[2] + table[3], payload.size());
-  EXPECT_EQ(table[4] + table[5] + table[6], 10U);
-  EXPECT_EQ(shares(2, 5), (std::vector<std::uint64_t>{1, 1}));
-  EXPECT_TRUE(shares(0, 5).empty());
 }
 
 }  // namespace
