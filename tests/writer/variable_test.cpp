@@ -83,21 +83,6 @@ TEST_F(VariableRoundTrip, EveryFormOfAQuantisedVariableReadsAlike) {
   expectSameBits(variable(count, {}, kNodes), values);
 }
 
-TEST_F(VariableRoundTrip, RelativeStepsComeFromTheLargestValue) {
-  Floats values = wave(kNodes, 2);
-  values[100] = -1234.5F;
-  file_.variable("relative", Location::perNode)
-      .quantised(Quantisation::relative(0.01))
-      .set({}, values);
-  file_.variable("zero", Location::perNode)
-      .quantised(Quantisation::relative(1.0))
-      .set({}, Floats(kNodes, 0.0F));
-  open(file_);
-  // 0.01 % of 1234.5 is 0.12345, which has five digits already.
-  expectQuantised(variable(0, {}, kNodes), values, 12345.0 / std::pow(10.0, 5.0));
-  expectSameBits(variable(1, {}, kNodes), Floats(kNodes, 0.0F));
-}
-
 TEST_F(VariableRoundTrip, ExponentsFollowTheMagnitudeOfEachValue) {
   Floats values;
   for (int i = 0; i < static_cast<int>(kNodes); ++i) {
