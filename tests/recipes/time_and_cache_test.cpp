@@ -42,6 +42,7 @@ TEST(TimePattern, ReachesWhatTheStepsAreStoredAgainst) {
           if (kind == 'B' || kind == 'M') expected.push_back(distance);
           EXPECT_EQ(Writer::timeReferences(step, steps, blockSize, maxDepth), expected)
               << step << " of " << steps << " in blocks of " << blockSize << ", " << maxDepth;
+          EXPECT_EQ(block, (step + blockSize - 1) / blockSize) << step << " of " << steps;
         }
       }
     }
