@@ -71,11 +71,18 @@ TEST(RecipeRecord, EveryTruncationIsRefused) {
 }
 
 TEST(RecipeRecord, RefusesWhatIsNoChainAndCountsBeyondTheBytes) {
-  const std::vector<ByteWriter> broken{
+  std::vector<ByteWriter> broken{
       versioned().text("DX"),
       ByteWriter().text("DC"),  // shorter than a version: the magic is looked for behind it
-      versioned().text("DC").countedText("").u64(~std::uint64_t{0} / 4),
   };
+  const ByteWriter withoutInputs = versioned().text("DC").countedText("").u64(0).u64(0);
+  for (const std::uint64_t count : {std::uint64_t{5}, ~std::uint64_t{0}, ~std::uint64_t{0} / 4}) {
+    broken.push_back(versioned().text("DC").u64(count).u32(1));
+    broken.push_back(versioned().text("DC").countedText("").u64(count).u32(1));
+    broken.push_back(versioned().text("DC").countedText("").u64(0).u64(count).u32(1));
+    broken.push_back(ByteWriter(withoutInputs).u64(count).u32(1));
+    broken.push_back(ByteWriter(withoutInputs).u64(1).u64(count).u32(1));
+  }
   for (const ByteWriter& block : broken) {
     EXPECT_THROW((void)readRecipes(recordOf(block, "").bytes()), InternalError);
   }

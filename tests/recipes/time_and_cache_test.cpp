@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <stdexcept>
 #include <vector>
 
 #include "core/scoped_access.hpp"
 #include "recipes/dataset_cache.hpp"
 #include "recipes/time_differences.hpp"
+#include "writer/differences.hpp"
 
 namespace morvex {
 namespace {
@@ -26,14 +29,26 @@ TEST(TimePattern, FollowsTheRuleOfTheSeries) {
   }
 }
 
-TEST(TimePattern, EntriesKnowTheirReachAndBlock) {
-  const TimePattern steps = CompressTimeDifferences(12, 4, 0).pattern();
-  const std::vector<int> distances{0, 1, 2, 1, 4, 1, 2, 1, 0, -1, -1, 0};
-  const std::vector<int> blocks{0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3};
-  for (std::size_t i = 0; i < steps.size(); ++i) {
-    EXPECT_EQ(steps[i].distance, distances[i]) << "step " << i;
-    EXPECT_EQ(steps[i].block, blocks[i]) << "step " << i;
+/// The references of the writer, which has the rule once more.
+TEST(TimePattern, ReachesWhatTheStepsAreStoredAgainst) {
+  for (int steps = 1; steps < 40; ++steps) {
+    for (const int blockSize : {2, 4, 8}) {
+      for (const int maxDepth : {0, 1, 2}) {
+        const auto pattern = CompressTimeDifferences(steps, blockSize, maxDepth).pattern();
+        for (int step = 0; step < steps; ++step) {
+          const auto [kind, distance, block] = pattern[static_cast<std::size_t>(step)];
+          std::vector<std::int32_t> expected{-std::abs(distance)};
+          if (kind == 'K') expected.clear();
+          if (kind == 'B' || kind == 'M') expected.push_back(distance);
+          EXPECT_EQ(Writer::timeReferences(step, steps, blockSize, maxDepth), expected)
+              << step << " of " << steps << " in blocks of " << blockSize << ", " << maxDepth;
+          EXPECT_EQ(block, (step + blockSize - 1) / blockSize) << step << " of " << steps;
+        }
+      }
+    }
   }
+  EXPECT_EQ(Writer::timeReferenceKey(-1), "[ts-1]");
+  EXPECT_EQ(Writer::timeReferenceKey(2), "[ts+2]");
 }
 
 TEST(TimePattern, RefusesBlocksThatAreNoPowerOfTwo) {

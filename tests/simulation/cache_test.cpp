@@ -31,10 +31,14 @@ class CacheTest : public testing::Test {
     return {static_cast<float>(step), 1, 2, static_cast<float>(step * step % 50), -3};
   }
 
+  static ResultFileBuilder fileWithOnePart() {
+    ResultFileBuilder file;
+    file.part("p").nodes({0, 1, 2, 3, 4}, {0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}).elements(0, {1, 2, 3});
+    return file;
+  }
   /// One variable in time differences, in blocks of `blockSize` steps.
   std::unique_ptr<EnsgSimulation> openSeries(int steps, std::uint32_t blockSize) {
-    ResultFileBuilder file;
-    file.part("p").nodes({0, 1, 2, 3, 4}, {0, 0, 0, 0, 0}, {0, 0, 0, 0, 0});
+    ResultFileBuilder file = fileWithOnePart();
     std::vector<float> times(static_cast<std::size_t>(steps));
     std::iota(times.begin(), times.end(), 0.0F);
     const std::uint32_t timeset = file.timeSet(times);
@@ -123,8 +127,7 @@ TEST_F(CacheTest, AxesShareTheTableOfExponentsUntilGeometryIsFinished) {
 }
 
 TEST_F(CacheTest, CycleOfReferencesIsTold) {
-  ResultFileBuilder file;
-  file.part("p").nodes({0, 1, 2, 3, 4}, {0, 0, 0, 0, 0}, {0, 0, 0, 0, 0});
+  ResultFileBuilder file = fileWithOnePart();
   file.variable("v", Location::perNode).set({}, {1, 2, 3, 4, 5});
   Writer::ValueRecipe circular;
   circular.timeReferences = {"0_data_b"};
@@ -137,7 +140,6 @@ TEST_F(CacheTest, CycleOfReferencesIsTold) {
   std::memcpy(image[main].data(), &toB, sizeof toB);
   std::memcpy(image[main + "_b"].data(), &toA, sizeof toA);
   const auto simulation = open(image);
-  std::vector<float> values(kNodes);
   const Kelbor::LogCapture messages;
   EXPECT_THROW((void)read(*simulation, 0), std::runtime_error);
   EXPECT_NE(messages.text().find("WARNING: fetchAndCacheExternalDependencies for ts0 failed: "
@@ -149,8 +151,7 @@ TEST_F(CacheTest, CycleOfReferencesIsTold) {
 }
 
 TEST_F(CacheTest, StoredCountThatNoPayloadCanHoldSizesNothing) {
-  ResultFileBuilder file;
-  file.part("p").nodes({0, 1, 2, 3, 4}, {0, 0, 0, 0, 0}, {0, 0, 0, 0, 0});
+  ResultFileBuilder file = fileWithOnePart();
   file.variable("v", Location::perNode)
       .quantised(Quantisation::uniform(0.5))
       .split()
@@ -169,9 +170,7 @@ TEST_F(CacheTest, StoredCountThatNoPayloadCanHoldSizesNothing) {
 }
 
 TEST_F(CacheTest, KeptValuesAreServedWithoutTheFile) {
-  ResultFileBuilder file;
-  file.part("p").nodes({0, 1, 2, 3, 4}, {0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}).elements(0, {1, 2, 3});
-  const auto simulation = open(file.image());
+  const auto simulation = open(fileWithOnePart().image());
   const std::string group = geometryGroup(0, 0, 0);
   std::vector<std::int32_t> nodes(3);
   const auto readNodes = [&](long long count, bool keep) {

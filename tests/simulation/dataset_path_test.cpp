@@ -13,14 +13,6 @@ namespace {
 constexpr const char* kGroup = "/variable/stress/12/3";
 constexpr const char* kName = "6_0_data";
 
-TEST(DatasetPath, PathsOfDatasetsFollowTheirParts) {
-  EXPECT_EQ(geometryGroup(1, 1234567, -1), "/geometry/1/1234567/-1");
-  EXPECT_EQ(variableGroup("v", 0, 2), "/variable/v/0/2");
-  EXPECT_EQ(variableDataset(14, 2, false), "14_2_data");
-  EXPECT_EQ(variableDataset(-1, 0, true), "0_data_imag");
-  EXPECT_EQ(splitDatasetPath("/a/b/c"), (std::pair<std::string, std::string>{"/a/b", "c"}));
-}
-
 TEST(DatasetKey, EachFormOfKeyMeansItsDataset) {
   const auto resolved = [](const char* key) { return resolveDatasetKey(key, kGroup, kName); };
   EXPECT_EQ(resolved("_vquant"), "/variable/stress/12/3/6_0_data_vquant");

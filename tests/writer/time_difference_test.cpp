@@ -4,7 +4,6 @@
 #include <numeric>
 
 #include "result_session.hpp"
-#include "writer/differences.hpp"
 
 namespace morvex::Writer {
 namespace {
@@ -17,28 +16,6 @@ Floats valuesAt(int step) {
   values[static_cast<std::size_t>(step)] = 1e20F;  // no difference to this is small
   if (step % 3 == 0) values[9] = std::numeric_limits<float>::infinity();
   return values;
-}
-
-std::string patternOf(int steps, int blockSize, int maxDepth) {
-  std::string text;
-  for (int step = 0; step < steps; ++step) {
-    for (const int distance : timeReferences(step, steps, blockSize, maxDepth)) {
-      text += timeReferenceKey(distance);
-    }
-    text += " ";
-  }
-  return text;
-}
-
-TEST(TimeReferences, FollowTheKindsOfSteps) {
-  EXPECT_EQ(patternOf(1, 4, 0), " ");
-  EXPECT_EQ(patternOf(4, 4, 0), " [ts-1] [ts-1]  ");
-  // key, between, middle, between, end of block; a last block that is a key; a tail with a key.
-  EXPECT_EQ(patternOf(12, 4, 0),
-            " [ts-1][ts+1] [ts-2][ts+2] [ts-1][ts+1] [ts-4] [ts-1][ts+1] [ts-2][ts+2] "
-            "[ts-1][ts+1]  [ts-1] [ts-1]  ");
-  EXPECT_EQ(patternOf(9, 2, 1),
-            " [ts-1][ts+1] [ts-2] [ts-1][ts+1]  [ts-1][ts+1] [ts-2] [ts-1][ts+1]  ");
 }
 
 struct Form {
@@ -79,21 +56,15 @@ TEST_P(TimeDifferences, ReadTheSameInAnyOrder) {
   open(fileOf(kSteps, 8, 0));
   std::vector<int> order(kSteps);
   std::iota(order.begin(), order.end(), 0);
-  for (const int step : order) expectStep(step);
-  std::ranges::reverse(order);
-  for (const int step : order) expectStep(step);
   std::mt19937 random(7);
-  for (int round = 0; round < 3; ++round) {
-    std::shuffle(order.begin(), order.end(), random);
+  for (int round = 0; round < 4; ++round) {  // the first one walks forward
     for (const int step : order) expectStep(step);
+    std::shuffle(order.begin(), order.end(), random);
   }
-}
-
-TEST_P(TimeDifferences, EveryStepCanBeTheFirstOneRead) {
-  for (int step = 0; step < 12; ++step) {
-    open(fileOf(12, 4, 0));
-    expectStep(step);
+  for (int step = 0; step < kSteps; ++step) {
     MX_exit();
+    open();
+    expectStep(step);  // as the first one that is read
   }
 }
 
@@ -111,34 +82,7 @@ INSTANTIATE_TEST_SUITE_P(Forms, TimeDifferences,
                          ::testing::Values(Form{false, false}, Form{false, true}, Form{true, false},
                                            Form{true, true}));
 
-using TimeSeries = ResultSession;
-
-TEST_F(TimeSeries, VariablesInDifferencesLiveBesideOthers) {
-  ResultFileBuilder file;
-  file.part("p").nodes(Floats(kNodes), Floats(kNodes), Floats(kNodes));
-  const std::uint32_t fine = file.timeSet({0, 1, 2, 3, 4, 5, 6, 7, 8});
-  const std::uint32_t coarse = file.timeSet({0, 4, 8});
-  auto& plain = file.variable("plain", Location::perNode).onTimeSet(fine);
-  auto& differences = file.variable("differences", Location::perNode)
-                          .onTimeSet(fine)
-                          .quantised(Quantisation::uniform(kStep))
-                          .timeDifferences();
-  auto& other = file.variable("other", Location::perNode).onTimeSet(coarse).timeDifferences();
-  for (int step = 0; step < 9; ++step) {
-    plain.set({.step = step}, valuesAt(step + 1));
-    differences.set({.step = step}, valuesAt(step));
-    if (step < 3) other.set({.step = step}, valuesAt(step + 2));
-  }
-  file.timeBlocks(4);
-  open(file);
-  for (int step = 8; step >= 0; --step) {
-    expectQuantised(variable(1, {.step = step}, kNodes), valuesAt(step), kStep);
-    expectSameBits(variable(0, {.step = step}, kNodes), valuesAt(step + 1));
-    expectSameBits(variable(2, {.step = step / 3}, kNodes), valuesAt(step / 3 + 2));
-  }
-}
-
-TEST_F(TimeSeries, AStepOfAnotherSizeCannotBeStored) {
+TEST(TimeSeries, AStepOfAnotherSizeCannotBeStored) {
   ResultFileBuilder file;
   file.part("p").nodes({0}, {0}, {0});
   auto& v = file.variable("v", Location::perNode).onTimeSet(file.timeSet({0, 1, 2}));

@@ -45,19 +45,6 @@ TEST_F(VariableRoundTrip, ExactValuesKeepEveryBit) {
   expectSameBits(variable(0, {.component = 2, .imaginary = true}, kNodes), wave(kNodes, 7));
 }
 
-TEST_F(VariableRoundTrip, ValuesOfElementsGoByTypeAndPart) {
-  file_.variable("stress", Location::perElement)
-      .set({.elementType = 10}, wave(kQuads, 1))
-      .set({.part = 1, .elementType = 6}, {2.5F, 3.5F});
-  file_.variable("elsewhere", Location::perElement).set({.part = 1, .elementType = 6}, {1, 2});
-  open(file_);
-  expectSameBits(variable(0, {.elementType = 10}, kQuads), wave(kQuads, 1));
-  expectSameBits(variable(0, {.part = 1, .elementType = 6}, 2), {2.5F, 3.5F});
-  float untouched = 7.0F;
-  EXPECT_EQ(MX_getVariableByComponent(0, 0, 1, 0, 1, 10, 0, 0, &untouched), 1);
-  EXPECT_EQ(untouched, 7.0F);
-}
-
 TEST_F(VariableRoundTrip, EveryFormOfAQuantisedVariableReadsAlike) {
   const Floats values = withOutliers(wave(kNodes, 9));
   const Floats ofQuads = wave(kQuads, 10);
@@ -96,21 +83,6 @@ TEST_F(VariableRoundTrip, EveryFormOfAQuantisedVariableReadsAlike) {
   expectSameBits(variable(count, {}, kNodes), values);
 }
 
-TEST_F(VariableRoundTrip, RelativeStepsComeFromTheLargestValue) {
-  Floats values = wave(kNodes, 2);
-  values[100] = -1234.5F;
-  file_.variable("relative", Location::perNode)
-      .quantised(Quantisation::relative(0.01))
-      .set({}, values);
-  file_.variable("zero", Location::perNode)
-      .quantised(Quantisation::relative(1.0))
-      .set({}, Floats(kNodes, 0.0F));
-  open(file_);
-  // 0.01 % of 1234.5 is 0.12345, which has five digits already.
-  expectQuantised(variable(0, {}, kNodes), values, 12345.0 / std::pow(10.0, 5.0));
-  expectSameBits(variable(1, {}, kNodes), Floats(kNodes, 0.0F));
-}
-
 TEST_F(VariableRoundTrip, ExponentsFollowTheMagnitudeOfEachValue) {
   Floats values;
   for (int i = 0; i < static_cast<int>(kNodes); ++i) {
@@ -143,32 +115,24 @@ TEST_F(VariableRoundTrip, ExponentsFollowTheMagnitudeOfEachValue) {
   }
 }
 
-TEST_F(VariableRoundTrip, PatternsAndTheDefaultSettingServeVariablesWithoutTheirOwn) {
-  file_.precision("stress*", {QuantizationType::UniformQuantization, {0.5}});
-  file_.precision("DEFAULT_VARIABLE_PRECISION", {QuantizationType::UniformQuantization, {0.25}});
-  file_.variable("stress_xx", Location::perNode)
-      .quantised(Quantisation::uniform(0.5), /*ownSetting=*/false)
-      .set({}, wave(kNodes, 1));
-  file_.variable("other", Location::perNode)
-      .quantised(Quantisation::uniform(0.25), /*ownSetting=*/false)
-      .set({}, wave(kNodes, 1));
-  open(file_);
-  expectQuantised(variable(0, {}, kNodes), wave(kNodes, 1), 0.5);
-  expectQuantised(variable(1, {}, kNodes), wave(kNodes, 1), 0.25);
-}
-
-TEST_F(VariableRoundTrip, ParticlesAndBlocksHaveVariables) {
+TEST_F(VariableRoundTrip, PatternsAndTheDefaultServeParticlesAndBlocksWithoutTheirOwn) {
   file_.part("block").nodes(wave(8, 1), wave(8, 2), wave(8, 3)).block({2, 2, 2, 0});
   file_.particles().nodes(wave(30, 1), wave(30, 2), wave(30, 3));
-  file_.variable("mass", Location::perNode)
+  file_.precision("mass*", {QuantizationType::UniformQuantization, {0.5}});
+  file_.precision("DEFAULT_VARIABLE_PRECISION", {QuantizationType::UniformQuantization, {0.25}});
+  file_.variable("mass_1", Location::perNode)
       .onParticles()
-      .quantised(Quantisation::uniform(0.1))
+      .quantised(Quantisation::uniform(0.5), /*ownSetting=*/false)
       .set({}, wave(30, 4));
-  file_.variable("pressure", Location::perNode).set({.part = 2}, wave(8, 5));
+  file_.variable("pressure", Location::perNode)
+      .quantised(Quantisation::uniform(0.25), /*ownSetting=*/false)
+      .set({}, wave(kNodes, 6))
+      .set({.part = 2}, wave(8, 5));
   open(file_);
   EXPECT_EQ(MX_getVariableGeoType(0), 1);
-  expectQuantised(variable(0, {}, 30), wave(30, 4), 0.1);
-  expectSameBits(variable(1, {.part = 2}, 8), wave(8, 5));
+  expectQuantised(variable(0, {}, 30), wave(30, 4), 0.5);
+  expectQuantised(variable(1, {}, kNodes), wave(kNodes, 6), 0.25);
+  expectQuantised(variable(1, {.part = 2}, 8), wave(8, 5), 0.25);
 }
 
 TEST_F(VariableRoundTrip, TablesMayBeSumsInARowOrOfBlocks) {
