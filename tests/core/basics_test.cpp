@@ -2,6 +2,7 @@
 
 #include <array>
 #include <limits>
+#include <map>
 #include <string>
 
 #include "core/byte_cursor.hpp"
@@ -14,35 +15,19 @@
 namespace Kelbor {
 namespace {
 
-TEST(DataTypes, TableAnswersForEveryCode) {
+TEST(DataTypes, TableAnswersForKnownAndUnknownCodes) {
   struct Row {
     const char* name;
     int size;
     bool isSigned, isFloatingPoint;
   };
-  constexpr std::array<Row, 20> kRows{{{"<unknown>", 255, false, false},
-                                       {"<none>", 255, false, false},
-                                       {"String", 255, false, false},
-                                       {"Boolean", 1, false, false},
-                                       {"Int8", 1, true, false},
-                                       {"UInt8", 1, false, false},
-                                       {"Int16", 2, true, false},
-                                       {"UInt16", 2, false, false},
-                                       {"Int32", 4, true, false},
-                                       {"UInt32", 4, false, false},
-                                       {"Int64", 8, true, false},
-                                       {"UInt64", 8, false, false},
-                                       {"Float", 4, true, true},
-                                       {"Double", 8, true, true},
-                                       {"Complex32", 8, true, true},
-                                       {"Complex64", 16, true, true},
-                                       {"Char", 1, false, false},
-                                       {"DataDimension", 255, false, false},
-                                       {"ScripletInvocation", 255, false, false},
-                                       {"DataProvider", 255, false, false}}};
-  for (std::int32_t code = -2; code < 18; ++code) {
+  const std::map<std::int32_t, Row> rows{
+      {-2, {"<unknown>", 255, false, false}}, {0, {"String", 255, false, false}},
+      {2, {"Int8", 1, true, false}},          {5, {"UInt16", 2, false, false}},
+      {8, {"Int64", 8, true, false}},         {11, {"Double", 8, true, true}},
+      {13, {"Complex64", 16, true, true}},    {17, {"DataProvider", 255, false, false}}};
+  for (const auto& [code, row] : rows) {
     const DataType type(code);
-    const Row& row = kRows[static_cast<std::size_t>(code + 2)];
     EXPECT_STREQ(type.getName(), row.name);
     EXPECT_EQ(type.getSize(), row.size) << row.name;
     EXPECT_EQ(type.isSigned(), row.isSigned) << row.name;
