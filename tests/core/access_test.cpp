@@ -42,19 +42,6 @@ TEST_F(Access, ContentIsMadeOnDemandAndDroppedByItsLastReader) {
   }
 }
 
-TEST_F(Access, TwoReferencesKeepContent) {
-  DataProvider& output = procedure_.output();
-  output.addReference();
-  EXPECT_EQ(valuesOf(output), (Ints{2, 4, 6}));
-  EXPECT_FALSE(output.hasContainer()) << "one reference is one reader";
-  fill(*source_, {1, 2, 3});
-  output.addReference();
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(valuesOf(output), (Ints{2, 4, 6}));
-  EXPECT_EQ(procedure_.runs, 2);
-  output.releaseReference();
-  output.releaseReference();
-}
-
 TEST_F(Access, InPlaceStepMovesTheBlockOn) {
   const std::byte* block = source_->getContainer()->getConstData();
   const ScopedConstData<std::int32_t> access(&procedure_.output());

@@ -112,19 +112,6 @@ TEST(ChunkedStream, RefusesWhatItCanNotDecode) {
   EXPECT_THROW(make(DataTypes::kInt32, 64)->process(0), std::runtime_error);
 }
 
-TEST(ChunkedStream, CloneTakesAnotherNumberOfValues) {
-  Graph graph;
-  const std::vector<std::int32_t> values = someValues<std::int32_t>(10);
-  const ChunkedZlibDecompressionWrapper original(graph.context(), Sizes{999}, DataTypes::kInt32,
-                                                 65536, PlaneMode::RunningSum);
-  const auto clone = original.clone();
-  EXPECT_FALSE(clone->setParameter("somethingElse", 10));
-  EXPECT_TRUE(clone->setParameter(kTotalNumberUncompressedElements, 10));
-  clone->connectInput(
-      0, graph.source(Writer::planeStream<std::int32_t>(values, Writer::Chaining::differences)));
-  EXPECT_EQ(Graph::resultOf<std::int32_t>(*clone), values);
-}
-
 TEST(WindowStream, EmptyStreamGivesZerosAndUnfinishedOneFails) {
   Graph graph;
   WindowZlibDecompression empty(graph.context(), Sizes{3}, DataTypes::kInt32, 1024);
