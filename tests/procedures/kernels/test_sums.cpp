@@ -1,8 +1,10 @@
 #include <initializer_list>
+#include <numeric>
 
 #include "kernel_test_support.hpp"
 #include "procedures/kernels/prefix_sum.hpp"
 #include "procedures/kernels/sums.hpp"
+#include "procedures/kernels/unsigned_view.hpp"
 
 namespace Kelbor::MathModule::Kernels {
 namespace {
@@ -155,6 +157,24 @@ TEST(TreeCheck, RefusesWhatWouldLeaveTheArrays) {
   EXPECT_FALSE(checkTree(Edges{0, 1}, Starts{std::uint64_t{1} << 32}, 3));
   EXPECT_FALSE(checkTree(Edges{}, Starts{0}, 3)) << "a tree has a root edge";
   EXPECT_TRUE(checkTree(Edges{0, 1, 77}, Starts{0}, 3)) << "half an edge is not read";
+}
+
+TEST(TreeCheck, PassedTreesStayInsideWhateverTheOrderOfStarts) {
+  // Exactly sized blocks: a sanitizer sees any step outside.
+  std::mt19937 generator(5);
+  for (int round = 0; round < 500; ++round) {
+    const std::size_t nodes = 1 + generator() % 9;
+    std::vector<std::int32_t> edges(generator() % 14);
+    for (auto& node : edges)
+      node = static_cast<std::int32_t>(generator() % (nodes + 1)) - (round % 2);
+    std::vector<std::uint64_t> starts(generator() % 4);
+    for (auto& start : starts) start = generator() % (edges.size() / 2 + 1);
+    std::vector<std::int32_t> values(nodes, 1);
+    if (!checkTree(edges, starts, nodes)) continue;
+    const auto view = unsignedView(std::span(values));
+    treeSums<std::uint32_t>(view, edges, starts, view);
+    EXPECT_GE(std::accumulate(values.begin(), values.end(), 0L), static_cast<long>(nodes));
+  }
 }
 
 }  // namespace
