@@ -17,11 +17,17 @@ class Objects : public ::testing::Test {
   ObjectProvider provider_{&manager_, ObjectDetails{2, 0, {}, {}}};
 };
 
-TEST_F(Objects, AreReachedByNumber) {
+TEST_F(Objects, AreReachedByNumberWhileSomebodyHoldsThem) {
+  EXPECT_EQ(messageOf<std::runtime_error>([] { ScopedObject{nullptr}; }),
+            "ScopedObject without provider!");
+  EXPECT_EQ(messageOf<Exception>([&] { ScopedConstObject{&provider_}; }),
+            "Provider prepare the content failed!");
   {
     ScopedObject writer(&provider_);
     writer.set(1, std::make_shared<std::string>("one"));
     EXPECT_THROW(writer.set(2, nullptr), std::out_of_range);
+    { const ScopedConstObject reader(&provider_); }
+    EXPECT_TRUE(provider_.hasContainer()) << "the writer keeps them";
   }
   provider_.addReference();
   provider_.addReference();
@@ -38,19 +44,6 @@ TEST_F(Objects, AreReachedByNumber) {
   { const ScopedConstObject reader(&provider_); }
   EXPECT_FALSE(provider_.hasContainer()) << "the last reader has left";
   provider_.releaseReference();
-}
-
-TEST_F(Objects, ReaderIsLetInWhileAWriterHoldsThem) {
-  const ScopedObject writer(&provider_);
-  { const ScopedConstObject reader(&provider_); }
-  EXPECT_TRUE(provider_.hasContainer()) << "the writer keeps them";
-}
-
-TEST_F(Objects, NeedAProviderAndContent) {
-  EXPECT_EQ(messageOf<std::runtime_error>([] { ScopedObject{nullptr}; }),
-            "ScopedObject without provider!");
-  EXPECT_EQ(messageOf<Exception>([&] { ScopedConstObject{&provider_}; }),
-            "Provider prepare the content failed!");
 }
 
 }  // namespace

@@ -79,7 +79,7 @@ TEST_F(Procedures, OutputLandsInTheCallersMemoryAndNoFurther) {
   EXPECT_EQ(host[1], 2) << "cleared content is not erased";
 }
 
-TEST_F(Procedures, TargetThatIsTooSmallFailsWhenItIsFilled) {
+TEST_F(Procedures, TargetThatIsTooSmallOrWhoseProducerFailsStaysEmpty) {
   Doubling procedure(&manager_);
   procedure.connectInput(0, source_.get());
   std::array<std::int32_t, 3> host{-1, -1, -1};
@@ -87,6 +87,17 @@ TEST_F(Procedures, TargetThatIsTooSmallFailsWhenItIsFilled) {
   EXPECT_EQ(messageOf<std::runtime_error>([&] { (void)valuesOf(procedure.output()); }),
             "dimension.getByteSize() > targetMemspace");
   EXPECT_FALSE(procedure.output().hasContainer());
+
+  // A producer that fails leaves the target empty, and its memory to the next run.
+  EXPECT_TRUE(procedure.setOutputBuffer(0, host.data(), 12));
+  fill(*source_, {1, 2, 3});
+  procedure.outcome = Doubling::Outcome::throws;
+  EXPECT_THROW((void)valuesOf(procedure.output()), std::runtime_error);
+  EXPECT_FALSE(procedure.output().hasContainer());
+  procedure.outcome = Doubling::Outcome::good;
+  fill(*source_, {1, 2, 3});
+  EXPECT_EQ(valuesOf(procedure.output()), (Ints{2, 4, 6}));
+  host = {-1, -1, -1};
 
   // The dimension may also grow while the content is made.
   EXPECT_TRUE(procedure.setOutputBuffer(0, host.data(), 12));
@@ -124,19 +135,6 @@ TEST_F(Procedures, WholeChainWorksInTheTargetsMemoryWhereNobodyElseReads) {
   EXPECT_EQ(valuesOf(second.output()), (Ints{4, 8, 12}));
   second.output().releaseReference();
   source_->releaseReference();
-}
-
-TEST_F(Procedures, ProducerThatFailsLeavesATargetEmptyAndOwned) {
-  Doubling procedure(&manager_);
-  procedure.connectInput(0, source_.get());
-  std::array<std::int32_t, 3> host{};
-  EXPECT_TRUE(procedure.setOutputBuffer(0, host.data(), 12));
-  procedure.outcome = Doubling::Outcome::throws;
-  EXPECT_THROW((void)valuesOf(procedure.output()), std::runtime_error);
-  EXPECT_FALSE(procedure.output().hasContainer());
-  procedure.outcome = Doubling::Outcome::good;
-  fill(*source_, {1, 2, 3});
-  EXPECT_EQ(valuesOf(procedure.output()), (Ints{2, 4, 6}));
 }
 
 TEST_F(Procedures, OutputBuffersAreRefusedWhereSomebodyReads) {
@@ -218,18 +216,13 @@ TEST_F(Procedures, ChainEndsFromItsLastProcedureToItsFirst) {
     sink.connectInput(0, at);
     EXPECT_EQ(valuesOf(*at), (Ints{8, 16, 24}));
     EXPECT_EQ(chain.getOutputProcedure("c").getOutputProvider(0), at);
+    DataProcedure& later = chain.addProcedure("c", std::make_unique<Doubling>(&manager_));
+    EXPECT_EQ(&chain.getOutputProcedure("c"), &later) << "the later of a key serves";
     EXPECT_EQ(messageOf<KelborDataException>([&] { (void)chain.getOutputProcedure("d"); }),
               "BranchedChain: no output procedure for key d");
     EXPECT_EQ(*endings, 0);
   }
   EXPECT_EQ(*endings, 4);
-}
-
-TEST_F(Procedures, LaterProcedureOfAKeyServes) {
-  BranchedChain chain;
-  chain.addProcedure("key", std::make_unique<Doubling>(&manager_));
-  DataProcedure& later = chain.addProcedure("key", std::make_unique<Doubling>(&manager_));
-  EXPECT_EQ(&chain.getOutputProcedure("key"), &later);
 }
 
 TEST_F(Procedures, OutputThatIsHeldOutlivesItsChain) {

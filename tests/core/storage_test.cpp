@@ -18,36 +18,26 @@ class Storage : public ::testing::Test {
   KelborStorage storage_;
 };
 
-TEST_F(Storage, KeepsContentForAnyNumberOfReads) {
-  auto provider = filledInts(manager_, {1, 2});
-  DataProvider* const stored = provider.get();
-  EXPECT_TRUE(storage_.store("key", provider));
-  EXPECT_EQ(provider, nullptr);
-  EXPECT_EQ(storage_.lookup("key"), stored);
-  EXPECT_EQ(storage_.lookup("other"), nullptr);
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(valuesOf(*stored), (Ints{1, 2}));
-}
-
-TEST_F(Storage, TakesAKeyOnce) {
-  auto first = filledInts(manager_, {1});
-  auto second = filledInts(manager_, {2});
+TEST_F(Storage, TakesAKeyOnceAndKeepsContentForAnyNumberOfReads) {
+  auto first = filledInts(manager_, {1, 2});
+  auto second = filledInts(manager_, {3});
+  DataProvider* const stored = first.get();
   EXPECT_TRUE(storage_.store("key", first));
+  EXPECT_EQ(first, nullptr);
   EXPECT_FALSE(storage_.store("key", second));
   ASSERT_NE(second, nullptr);
   EXPECT_EQ(second->getReferences(), 0);
-  EXPECT_EQ(valuesOf(*storage_.lookup("key")), Ints{1});
-}
+  EXPECT_EQ(storage_.lookup("key"), stored);
+  EXPECT_EQ(storage_.lookup("other"), nullptr);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(valuesOf(*stored), (Ints{1, 2}));
 
-TEST_F(Storage, TakenProviderIsLikeAnyOther) {
-  auto provider = filledInts(manager_, {1});
-  EXPECT_TRUE(storage_.store("key", provider));
   const std::unique_ptr<DataProvider> taken = storage_.take("key");
-  ASSERT_NE(taken, nullptr);
+  ASSERT_EQ(taken.get(), stored);
   EXPECT_EQ(taken->getReferences(), 0);
   EXPECT_EQ(storage_.lookup("key"), nullptr);
   EXPECT_EQ(storage_.take("key"), nullptr);
-  EXPECT_EQ(valuesOf(*taken), Ints{1});
-  EXPECT_FALSE(taken->hasContainer());
+  EXPECT_EQ(valuesOf(*taken), (Ints{1, 2}));
+  EXPECT_FALSE(taken->hasContainer()) << "a taken provider is like any other";
 }
 
 TEST_F(Storage, ClearingLeavesProvidersThatAreRead) {

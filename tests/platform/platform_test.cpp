@@ -73,9 +73,12 @@ TEST_F(ThreadCount, TwoProcessorsAreLeftToOthersFromFourOn) {
   }
 }
 
-TEST(SystemInfo, MachineHasMemoryAndProcessors) {
+TEST(SystemInfo, MachineHasMemoryProcessorsAndThreads) {
   EXPECT_GT(totalPhysicalMemory(), std::uint64_t{1} << 20);
   EXPECT_GE(processorCount(), 1);
+  EXPECT_EQ(startableThreads(0), 0U);
+  EXPECT_EQ(startableThreads(5), 5U);
+  EXPECT_TRUE(hasMemory(1000));
 }
 
 TEST(CriticalSectionTest, OwnerMayEnterAgainAndOthersWait) {
@@ -104,7 +107,7 @@ TEST(CriticalSectionTest, OwnerMayEnterAgainAndOthersWait) {
   EXPECT_EQ(counter, 3000);
 }
 
-TEST(FileStreamTest, ShortReadsAreTold) {
+TEST(FileStreamTest, ShortReadsAreToldAndWhatIsNoFileDoesNotOpen) {
   const std::string path =
       (std::filesystem::temp_directory_path() / ("stream" + std::to_string(::getpid()))).string();
   const std::array<std::byte, 5> content{std::byte{1}, std::byte{2}, std::byte{3}, std::byte{4},
@@ -127,14 +130,11 @@ TEST(FileStreamTest, ShortReadsAreTold) {
   EXPECT_FALSE(reader.seek(~std::uint64_t{0})) << "no negative position";
   EXPECT_FALSE(reader.write(content) && reader.close()) << "the stream is for reading";
   std::filesystem::remove(path);
-}
-
-TEST(FileStreamTest, MissingFilesAndDirectoriesDoNotOpen) {
-  EXPECT_FALSE(FileStream::open("/nowhere/at/all", "rb").isOpen());
+  EXPECT_FALSE(FileStream::open(path, "rb").isOpen());
   EXPECT_FALSE(FileStream::open(std::filesystem::temp_directory_path().string(), "rb").isOpen());
 }
 
-TEST(ZlibStreams, DeflatedBytesComeBack) {
+TEST(ZlibStreams, DeflateFastAndEndOnce) {
   std::vector<Bytef> plain(10'000, 'a');
   std::vector<Bytef> packed(10'100);
   DeflateStream deflater;
@@ -148,16 +148,8 @@ TEST(ZlibStreams, DeflatedBytesComeBack) {
   EXPECT_EQ(packed[0], 0x78);
   EXPECT_EQ(packed[1] >> 6, 1) << "level 4 marks itself as fast";
 
-  std::vector<Bytef> again(plain.size());
   InflateStream inflater;
   ASSERT_TRUE(inflater.isReady());
-  z_stream& in = inflater.get();
-  in.next_in = packed.data();
-  in.avail_in = static_cast<uInt>(out.total_out);
-  in.next_out = again.data();
-  in.avail_out = static_cast<uInt>(again.size());
-  EXPECT_EQ(::inflate(&in, Z_NO_FLUSH), Z_STREAM_END);
-  EXPECT_EQ(again, plain);
   EXPECT_EQ(inflater.end(), Z_OK);
   EXPECT_FALSE(inflater.isReady());
   EXPECT_EQ(inflater.end(), Z_OK);
@@ -189,12 +181,6 @@ TEST(IdlePool, KeepsWhatItHasRoomForAndFreesItWithItsOwner) {
   }
   EXPECT_EQ(Counted::alive, 0);
   EXPECT_EQ(pool.take(), nullptr);
-}
-
-TEST(ThreadProbe, FindsThreadsAndMemoryWhereThereIsPlenty) {
-  EXPECT_EQ(startableThreads(0), 0U);
-  EXPECT_EQ(startableThreads(5), 5U);
-  EXPECT_TRUE(hasMemory(1000));
 }
 
 }  // namespace

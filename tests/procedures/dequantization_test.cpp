@@ -38,8 +38,11 @@ TEST_F(DequantizationTest, WidthOfTheIntegersGivesThatOfTheResult) {
   EXPECT_EQ(Graph::resultOf<double>(*wide),
             (std::vector<double>{3 * 0.1, static_cast<double>(1LL << 60) * 0.1}));
   const auto forced = make(0, 0.1, /*forceFloat=*/true);
-  forced->connectInput(0, graph_.source(std::vector<std::int64_t>{3}));
-  EXPECT_EQ(Graph::resultOf<float>(*forced), (std::vector<float>{static_cast<float>(3 * 0.1)}));
+  forced->connectInput(0, graph_.source(std::vector<std::int64_t>{3, 4}));
+  forced->connectInput(1, graph_.source(std::vector<std::uint64_t>{1}));
+  forced->connectInput(2, graph_.source(std::vector<double>{1e300}));
+  EXPECT_EQ(Graph::resultOf<float>(*forced),
+            (std::vector<float>{static_cast<float>(3 * 0.1), INFINITY}));
 }
 
 TEST_F(DequantizationTest, AdaptiveTypesTakeTheirStepsFromTheTable) {

@@ -57,10 +57,13 @@ TYPED_TEST(StreamOf, EveryShapeOfPlaneChunksComesBack) {
             << count << " values, " << chunkBytes << " bytes a chunk";
       }
     }
-    Graph graph;
-    WindowZlibDecompression window(graph.context(), Sizes{count}, dataTypeOf<TypeParam>(), 7);
-    window.connectInput(0, graph.source(Writer::windowStream<TypeParam>(values)));
-    EXPECT_EQ(Graph::resultOf<TypeParam>(window), values) << count << " values in one window";
+    for (const std::uint32_t windowBytes : {1U, 7U, 536870912U}) {
+      Graph graph;
+      WindowZlibDecompression window(graph.context(), Sizes{count}, dataTypeOf<TypeParam>(),
+                                     windowBytes);
+      window.connectInput(0, graph.source(Writer::windowStream<TypeParam>(values)));
+      EXPECT_EQ(Graph::resultOf<TypeParam>(window), values) << count << " in " << windowBytes;
+    }
   }
 }
 
@@ -109,19 +112,6 @@ TEST(ChunkedStream, RefusesWhatItCanNotDecode) {
   EXPECT_THROW(make(DataTypes::kInt32, 64)->process(0), std::runtime_error);
 }
 
-TEST(ChunkedStream, CloneTakesAnotherNumberOfValues) {
-  Graph graph;
-  const std::vector<std::int32_t> values = someValues<std::int32_t>(10);
-  const ChunkedZlibDecompressionWrapper original(graph.context(), Sizes{999}, DataTypes::kInt32,
-                                                 65536, PlaneMode::RunningSum);
-  const auto clone = original.clone();
-  EXPECT_FALSE(clone->setParameter("somethingElse", 10));
-  EXPECT_TRUE(clone->setParameter(kTotalNumberUncompressedElements, 10));
-  clone->connectInput(
-      0, graph.source(Writer::planeStream<std::int32_t>(values, Writer::Chaining::differences)));
-  EXPECT_EQ(Graph::resultOf<std::int32_t>(*clone), values);
-}
-
 TEST(WindowStream, EmptyStreamGivesZerosAndUnfinishedOneFails) {
   Graph graph;
   WindowZlibDecompression empty(graph.context(), Sizes{3}, DataTypes::kInt32, 1024);
@@ -130,14 +120,18 @@ TEST(WindowStream, EmptyStreamGivesZerosAndUnfinishedOneFails) {
 
   const std::vector<std::int32_t> values = someValues<std::int32_t>(50);
   const Writer::Bytes stream = Writer::windowStream<std::int32_t>(values);
+  const auto expectFailure = [&](std::uint64_t count, std::uint32_t window, std::size_t length) {
+    WindowZlibDecompression procedure(graph.context(), Sizes{count}, DataTypes::kInt32, window);
+    procedure.connectInput(0, graph.source(Writer::Bytes(stream.data(), stream.data() + length)));
+    EXPECT_THROW(Graph::resultOf<std::int32_t>(procedure), Exception) << length;
+  };
   for (std::size_t length = 1; length < stream.size(); ++length) {
-    WindowZlibDecompression cut(graph.context(), Sizes{50}, DataTypes::kInt32, 1024);
-    cut.connectInput(0, graph.source(Writer::Bytes(stream.data(), stream.data() + length)));
-    EXPECT_THROW(Graph::resultOf<std::int32_t>(cut), Exception) << "length " << length;
+    expectFailure(50, 1024, length);
+    expectFailure(50, 3, length);
   }
-  WindowZlibDecompression tooSmall(graph.context(), Sizes{49}, DataTypes::kInt32, 1024);
-  tooSmall.connectInput(0, graph.source(stream));
-  EXPECT_THROW(Graph::resultOf<std::int32_t>(tooSmall), Exception);
+  expectFailure(49, 1024, stream.size());
+  expectFailure(0, 1024, stream.size());
+  expectFailure(50, 0, stream.size());
 }
 
 TEST(Decoder, InflatesIntoItsTypeAndSaysWhyItFails) {
