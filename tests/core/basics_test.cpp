@@ -1,30 +1,48 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <limits>
-#include <map>
 #include <string>
 
+#include "core/byte_cursor.hpp"
 #include "core/checked.hpp"
 #include "core/dimension.hpp"
 #include "core/element_type.hpp"
 #include "fake_procedure.hpp"
+#include "support/log_capture.hpp"
 
 namespace Kelbor {
 namespace {
 
-TEST(DataTypes, TableAnswersForKnownAndUnknownCodes) {
+TEST(DataTypes, TableAnswersForEveryCode) {
   struct Row {
     const char* name;
     int size;
     bool isSigned, isFloatingPoint;
   };
-  const std::map<std::int32_t, Row> rows{
-      {-2, {"<unknown>", 255, false, false}}, {0, {"String", 255, false, false}},
-      {2, {"Int8", 1, true, false}},          {5, {"UInt16", 2, false, false}},
-      {8, {"Int64", 8, true, false}},         {11, {"Double", 8, true, true}},
-      {13, {"Complex64", 16, true, true}},    {17, {"DataProvider", 255, false, false}}};
-  for (const auto& [code, row] : rows) {
+  constexpr std::array<Row, 20> kRows{{{"<unknown>", 255, false, false},
+                                       {"<none>", 255, false, false},
+                                       {"String", 255, false, false},
+                                       {"Boolean", 1, false, false},
+                                       {"Int8", 1, true, false},
+                                       {"UInt8", 1, false, false},
+                                       {"Int16", 2, true, false},
+                                       {"UInt16", 2, false, false},
+                                       {"Int32", 4, true, false},
+                                       {"UInt32", 4, false, false},
+                                       {"Int64", 8, true, false},
+                                       {"UInt64", 8, false, false},
+                                       {"Float", 4, true, true},
+                                       {"Double", 8, true, true},
+                                       {"Complex32", 8, true, true},
+                                       {"Complex64", 16, true, true},
+                                       {"Char", 1, false, false},
+                                       {"DataDimension", 255, false, false},
+                                       {"ScripletInvocation", 255, false, false},
+                                       {"DataProvider", 255, false, false}}};
+  for (std::int32_t code = -2; code < 18; ++code) {
     const DataType type(code);
+    const Row& row = kRows[static_cast<std::size_t>(code + 2)];
     EXPECT_STREQ(type.getName(), row.name);
     EXPECT_EQ(type.getSize(), row.size) << row.name;
     EXPECT_EQ(type.isSigned(), row.isSigned) << row.name;
@@ -38,6 +56,17 @@ TEST(DataTypes, TableAnswersForKnownAndUnknownCodes) {
   EXPECT_EQ(DataTypes::kUInt64.getMaxValue(), -1);
   EXPECT_EQ(DataTypes::kInt16.getMinValue(), -32768);
   EXPECT_EQ(DataTypes::kUInt32.getMaxValue(), 4294967295);
+}
+
+TEST(DataTypes, VisitingPicksTheListedTypeOnly) {
+  std::size_t size = 0;
+  const auto visit = [&](auto tag) { size = sizeof(typename decltype(tag)::type); };
+  EXPECT_TRUE((visitElement<std::int32_t, double>(DataTypes::kDouble, visit)));
+  EXPECT_EQ(size, 8U);
+  EXPECT_FALSE((visitElement<std::int32_t, double>(DataTypes::kFloat, visit)));
+  const LogCapture log(LogLevel::silent);
+  EXPECT_EQ(messageOf<KelborDataException>([] { raiseUnhandledType(DataTypes::kFloat); }),
+            ": Unhandled data type: Float");
 }
 
 TEST(Dimensions, CountElementsAndBytes) {
@@ -104,6 +133,24 @@ TEST(CheckedHelpers, IndicesAreComparedInSixtyFourBits) {
             "invalid vector<bool> subscript");
   EXPECT_THROW((void)checkedProduct(std::uint64_t{1} << 33, std::uint64_t{1} << 31),
                std::length_error);
+}
+
+TEST(ByteCursors, NeverPassTheEndOfTheirBlock) {
+  const LogCapture log(LogLevel::silent);
+  const std::array<std::byte, 6> block{std::byte{1}, std::byte{0}, std::byte{0},
+                                       std::byte{0}, std::byte{9}, std::byte{8}};
+  RecordCursor record(block);
+  EXPECT_EQ(record.read<std::uint32_t>(), 1U);
+  EXPECT_EQ(record.remaining(), 2U);
+  EXPECT_THROW(record.read<std::uint32_t>(), morvex::InternalError);
+  EXPECT_EQ(record.remaining(), 2U) << "a refused read takes nothing";
+  EXPECT_THROW((void)record.checkCount(3, 1), morvex::InternalError);
+  EXPECT_EQ(record.checkCount(1, 2), 1U);
+  EXPECT_THROW(record.take(~std::uint64_t{0}), morvex::InternalError);
+  ContainerCursor container(block);
+  EXPECT_THROW(container.read<std::uint64_t>(), KelborDataException);
+  ContainerCursor counted(block);
+  EXPECT_THROW((void)counted.readCount<std::uint32_t>(3), KelborDataException);
 }
 
 }  // namespace

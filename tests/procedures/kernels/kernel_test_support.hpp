@@ -1,9 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
-#include <algorithm>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -48,40 +46,6 @@ inline std::vector<std::byte> randomBytes(std::size_t count, std::uint64_t seed)
   const auto values = randomValues<std::uint8_t>(count, seed);
   if (count != 0) std::memcpy(bytes.data(), values.data(), count);
   return bytes;
-}
-
-inline Bytef* zlibBytes(const std::byte* bytes) {
-  return reinterpret_cast<Bytef*>(const_cast<std::byte*>(bytes));
-}
-
-struct DeflateOptions {
-  int level = 4;
-  int strategy = Z_DEFAULT_STRATEGY;
-  int flush = Z_BLOCK;  ///< behind each piece; the format has it so
-  std::vector<std::byte> dictionary = {};
-};
-
-/// A zlib stream with a flush behind each piece.
-inline std::vector<std::byte> deflated(const std::vector<std::byte>& inflated,
-                                       std::size_t pieceBytes, const DeflateOptions& how = {}) {
-  z_stream z{};
-  EXPECT_EQ(::deflateInit2(&z, how.level, Z_DEFLATED, 15, 8, how.strategy), Z_OK);
-  if (!how.dictionary.empty()) {
-    ::deflateSetDictionary(&z, zlibBytes(how.dictionary.data()),
-                           static_cast<uInt>(how.dictionary.size()));
-  }
-  std::vector<std::byte> result(inflated.size() * 16 + 1000);
-  z.next_out = zlibBytes(result.data());
-  z.avail_out = static_cast<uInt>(result.size());
-  for (std::size_t at = 0; at < inflated.size(); at += pieceBytes) {
-    z.next_in = zlibBytes(inflated.data() + at);
-    z.avail_in = static_cast<uInt>(std::min(pieceBytes, inflated.size() - at));
-    EXPECT_EQ(::deflate(&z, how.flush), Z_OK);
-  }
-  EXPECT_EQ(::deflate(&z, Z_FINISH), Z_STREAM_END);
-  result.resize(result.size() - z.avail_out);
-  ::deflateEnd(&z);
-  return result;
 }
 
 /// Names the first place where two arrays part, instead of printing both.
