@@ -41,8 +41,8 @@ if(MORVEX_SANITIZE)
   target_link_options(morvex_options INTERFACE -fsanitize=${MORVEX_SANITIZE})
 endif()
 # Lets the linker of a release see through the folders that a library is made of: a small read runs
-# through many small functions of all of them. Their objects hold plain code as well, which is what
-# tests link, so that only this one link takes longer.
+# through many small functions of all of them. Their objects hold plain code as well, for linkers
+# without the compiler's plugin; with it, tests that link a folder are optimised in the same way.
 function(morvex_optimise_across library)
   if(CMAKE_BUILD_TYPE STREQUAL Release AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     foreach(folder ${ARGN})
