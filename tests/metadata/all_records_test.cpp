@@ -137,7 +137,7 @@ TEST(AllRecords, EveryTruncationIsRefused) {
   for (const RecordSample& sample : allRecords()) {
     const Bytes whole = sample.bytes.bytes();
     for (std::size_t length = 0; length < whole.size(); ++length) {
-      const std::vector<std::byte> cut(whole.begin(), whole.begin() + length);
+      const std::vector<std::byte> cut(whole.data(), whole.data() + length);
       EXPECT_THROW(sample.readAndWriteBack(cut), InternalError)
           << sample.name << ", length " << length;
     }
