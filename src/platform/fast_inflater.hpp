@@ -10,15 +10,15 @@
 namespace Kelbor::Platform {
 
 /// Inflates one zlib stream with the fast engine, which has its own idea of damaged streams and of
-/// how far it reads ahead. So it vouches only for what zlib would answer as well: after a false,
-/// an empty optional or StreamRest::unknown the stream is to be inflated again by zlib, from its
-/// start. The target memory then holds anything.
+/// how far it reads ahead. So it vouches only for what zlib would answer as well: after a false or
+/// an empty optional the stream is to be inflated again by zlib, from its start. The target memory
+/// then holds anything.
 ///
 /// Nothing behind the input is read and nothing behind a target is written.
 class FastInflater {
  public:
-  /// Where a target has so much room behind its bytes, inflateAll() needs no slow loop for the
-  /// last.
+  /// A target with so much room behind the stream's bytes spares inflateAll() a slow loop for the
+  /// last of them.
   static constexpr std::uint64_t kRoomBehind = 288;
 
   /// Consumes the stream's first two bytes if it is ready for the rest. `input` is borrowed.
