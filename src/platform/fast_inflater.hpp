@@ -17,8 +17,8 @@ namespace Kelbor::Platform {
 /// Nothing behind the input is read and nothing behind a target is written.
 class FastInflater {
  public:
-  /// A target with so much room behind the stream's bytes spares inflateAll() a slow loop for the
-  /// last of them.
+  /// Bytes. A target with so much room behind the stream spares inflateAll() a slow loop for the
+  /// last of its bytes.
   static constexpr std::uint64_t kRoomBehind = 288;
 
   /// Consumes the stream's first two bytes if it is ready for the rest. `input` is borrowed.

@@ -10,6 +10,7 @@
 
 #include "core/procedure.hpp"
 #include "core/scoped_access.hpp"
+#include "support/message_of.hpp"
 
 namespace Kelbor {
 
@@ -85,21 +86,6 @@ template <class T = std::int32_t>
 [[nodiscard]] std::vector<T> valuesOf(DataProvider& provider) {
   const ScopedConstData<T> access(&provider);
   return {access.view().begin(), access.view().end()};
-}
-
-/// The message of the exception E that `call` throws; empty if it throws nothing of the kind.
-template <class E, class F>
-[[nodiscard]] std::string messageOf(F&& call) {
-  try {
-    call();
-  } catch (const E& failure) {
-    if constexpr (requires { failure.message(); }) {
-      return failure.message();
-    } else {
-      return failure.what();
-    }
-  }
-  return {};
 }
 
 }  // namespace Kelbor

@@ -14,6 +14,7 @@
 #include "metadata/time_records.hpp"
 #include "metadata/variable_records.hpp"
 #include "record_samples.hpp"
+#include "support/message_of.hpp"
 #include "writer/records.hpp"
 
 namespace morvex {

@@ -8,6 +8,7 @@
 #include "core/error.hpp"
 #include "support/bytes_builder.hpp"
 #include "support/log_capture.hpp"
+#include "support/message_of.hpp"
 
 namespace morvex {
 namespace {

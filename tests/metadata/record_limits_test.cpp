@@ -11,6 +11,7 @@
 #include "metadata/variable_records.hpp"
 #include "record_samples.hpp"
 #include "support/log_capture.hpp"
+#include "support/message_of.hpp"
 
 namespace morvex {
 namespace {

@@ -55,19 +55,4 @@ class BytesBuilder {
   std::vector<std::byte> bytes_;
 };
 
-/// Text of the `E` that `action` raises.
-template <class E, class Action>
-std::string messageOf(Action&& action) {
-  try {
-    action();
-  } catch (const E& error) {
-    if constexpr (requires { error.getMessage(); }) {
-      return error.getMessage();
-    } else {
-      return error.what();
-    }
-  }
-  return "(nothing was raised)";
-}
-
 }  // namespace morvex
