@@ -1,0 +1,129 @@
+#!/usr/bin/env python3
+"""Cells as VTK's objects, and the reader in plain VTK. Needs VTK, not ParaView."""
+
+import pathlib
+import sys
+import unittest
+
+import numpy as np
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path += [str(ROOT / "tests/python"), str(ROOT / "plugins/paraview")]
+sys.modules["paraview"] = None  # plain VTK
+
+from morvex_reader import MorvexReader
+from support import sample
+from vtkmodules.util.numpy_support import vtk_to_numpy
+from vtkmodules.vtkCommonDataModel import vtkCompositeDataSet
+
+from morvex import ElementType, grids
+
+WEDGE = np.array([[0, 0, 0], [1, 0, 0], [0, 1, 0], [0, 0, 1], [1, 0, 1], [0, 1, 1]], float)
+CUBE = np.array([[x, y, z] for z in (0, 1) for x, y in ((0, 0), (1, 0), (1, 1), (0, 1))], float)
+CUBE_FACES = [[0, 3, 2, 1], [4, 5, 6, 7], [0, 1, 5, 4], [1, 2, 6, 5], [2, 3, 7, 6], [3, 0, 4, 7]]
+TETRAHEDRON_FACES = [[0, 2, 1], [0, 1, 4], [1, 2, 4], [2, 0, 4]]  # of nodes of the cube
+
+
+def with_middles(corners, edges):
+    return np.concatenate([corners, [(corners[a] + corners[b]) / 2 for a, b in edges]])
+
+
+def grid_of(cells, faces=()):
+    """A grid of (type, coordinates) and of polyhedra that share the nodes of the cube."""
+    types = [t for t, _ in cells] + [ElementType.POLYHEDRON] * len(faces)
+    lists = []
+    for _, xyz in cells:
+        lists.append(np.arange(len(xyz)) + sum(map(len, lists)))
+    start = sum(map(len, lists))
+    lists += [start + np.concatenate(cell) for cell in faces]
+    offsets = np.cumsum([0] + [len(nodes) for nodes in lists])
+    tables = (np.array([len(cell) for cell in faces], np.int32),
+              np.array([len(face) for cell in faces for face in cell], np.int32)) if faces else ()
+    grid = grids._cells(*map(grids._copied, (np.array(types, np.uint8), offsets,
+                                             np.concatenate(lists), *tables)))
+    grid.SetPoints(grids._points(grids._copied(np.concatenate(
+        [*(xyz for _, xyz in cells), CUBE]).astype(np.float32))))
+    return grid
+
+
+def array(points):
+    return vtk_to_numpy(points.GetData())
+
+
+class CellsOfVtk(unittest.TestCase):
+    def test_faces_look_outward_and_middles_are_between_their_corners(self):
+        wedge15 = with_middles(WEDGE, [(0, 1), (1, 2), (2, 0), (3, 4), (4, 5), (5, 3), (0, 3),
+                                       (1, 4), (2, 5)])
+        bar3 = np.array([[0, 0, 0], [1, 0, 0], [2, 0, 0]], float)  # the middle between the ends
+        grid = grid_of([(ElementType.BAR3, bar3), (ElementType.PENTAHEDRON6, WEDGE),
+                              (ElementType.GHOST_PENTAHEDRON6, WEDGE),
+                              (ElementType.PENTAHEDRON15, wedge15),
+                              (ElementType.HEXAHEDRON8, CUBE)], [CUBE_FACES, TETRAHEDRON_FACES])
+        self.assertEqual(array(grid.GetCell(0).GetPoints())[:, 0].tolist(), [0, 2, 1])
+        self.assertEqual(vtk_to_numpy(grid.GetCellGhostArray()).tolist(), [0, 0, 1, 0, 0, 0, 0])
+        for i in range(1, grid.GetNumberOfCells()):
+            cell = grid.GetCell(i)
+            center = array(cell.GetPoints()).mean(axis=0)
+            self.assertGreaterEqual(cell.GetNumberOfFaces(), 4)
+            for f in range(cell.GetNumberOfFaces()):
+                face = array(cell.GetFace(f).GetPoints())
+                normal = np.cross(face[1] - face[0], face[2] - face[0])
+                self.assertGreater(normal @ (face.mean(axis=0) - center), 0, (i, f))
+            for e in range(cell.GetNumberOfEdges()):
+                edge = array(cell.GetEdge(e).GetPoints())
+                if len(edge) == 3:
+                    np.testing.assert_allclose(edge[2], (edge[0] + edge[1]) / 2)
+
+    def test_polyhedra_have_each_node_once_and_all_faces(self):
+        grid = grid_of([(ElementType.TETRAHEDRON4, CUBE[:4])], [CUBE_FACES, TETRAHEDRON_FACES])
+        for i, faces in ((1, CUBE_FACES), (2, TETRAHEDRON_FACES)):
+            cell = grid.GetCell(i)
+            ids = [cell.GetPointId(n) for n in range(cell.GetNumberOfPoints())]
+            self.assertEqual(ids, sorted({4 + n for face in faces for n in face}))
+            seen = [[cell.GetFace(f).GetPointId(n) - 4 for n in range(len(face))]
+                    for f, face in enumerate(faces)]
+            self.assertEqual(seen, faces)
+
+
+class PlainVtk(unittest.TestCase):
+    def test_the_reader_keeps_what_steps_share_and_leaves_out_what_is_off(self):
+        reader = MorvexReader()
+        reader.SetFileName(sample())
+        reader.GetArraySelection().DisableArray("stress")
+        reader.GetPartSelection().DisableArray("plate")
+        reader.Update()
+        case = reader._grids.case
+        read, sizes = case.read, []
+        case.read = lambda requests, *rest, **options: (
+            sizes.append(sorted(request.label for request in requests)),
+            read(requests, *rest, **options))[1]
+        times = case.times
+
+        def update(index):
+            self.assertEqual(reader.UpdateTimeStep(times[index]), 1)
+            return reader.GetOutputDataObject(0)
+
+        second = update(1)
+        self.assertFalse([label for label in sizes[-1] if "cell" in label or "stress" in label])
+        self.assertFalse([label for label in sizes[-1] if "part 2" in label])
+        self.assertIsNone(second.GetBlock(2))
+        self.assertEqual([second.GetMetaData(i).Get(vtkCompositeDataSet.NAME()) for i in range(4)],
+                         ["tube", "block", "plate", "particles"])
+        update(0)
+        again = update(1)
+        for part, xyz in enumerate([second.GetBlock(i).GetPoints() for i in (0, 1)]):
+            np.testing.assert_array_equal(array(again.GetBlock(part).GetPoints()), array(xyz))
+        reader.GetArraySelection().EnableArray("stress")
+        reader.Update()
+        self.assertTrue(sizes[-1])
+        self.assertFalse([label for label in sizes[-1] if "stress" not in label])
+        whole = reader.GetOutputDataObject(0)
+        np.testing.assert_array_equal(
+            vtk_to_numpy(whole.GetBlock(1).GetCellData().GetArray("stress")),
+            case["stress"].read(1, 1))
+        self.assertAlmostEqual(whole.GetFieldData().GetArray("crush_force").GetValue(0),
+                               case["crush_force"].read(1))
+
+
+if __name__ == "__main__":
+    unittest.main()
