@@ -1,5 +1,5 @@
 // Each kernel alone, beside a copy of the same output and beside the inflating that precedes it.
-// Sizes: a small part, which stays in the first-level cache, and a large one, which does not.
+// Two sizes: a small part that stays in the first-level cache, and a large one that does not.
 
 #include <benchmark/benchmark.h>
 #include <zlib.h>
@@ -13,17 +13,18 @@
 #include <span>
 #include <vector>
 
-#include "platform/zlib_stream.hpp"
+#include "inflate/plane_chunks.hpp"
+#include "inflate/zlib_stream.hpp"
 #include "procedures/kernels/byte_planes.hpp"
 #include "procedures/kernels/dequantize.hpp"
 #include "procedures/kernels/id_window.hpp"
-#include "procedures/kernels/inflate_stream.hpp"
 #include "procedures/kernels/prefix_sum.hpp"
 #include "procedures/kernels/simd_targets.hpp"
 #include "procedures/kernels/sums.hpp"
 
 namespace {
 
+using namespace Kelbor::Inflate;
 using namespace Kelbor::MathModule::Kernels;
 
 constexpr std::int64_t kSmall = 2000;
@@ -99,7 +100,7 @@ BENCHMARK(planesZigzagSum<std::uint16_t>)->Apply(bothSizes);
 BENCHMARK(planesZigzagSum<std::uint32_t>)->Apply(bothSizes);
 BENCHMARK(planesZigzagSum<std::uint64_t>)->Apply(bothSizes);
 
-/// The same kernel without vectors.
+/// The same kernel without SIMD.
 void planesZigzagSumPlainPath(benchmark::State& state) {
   useSimdTarget(simdTargets().back());
   planesZigzagSum<std::uint32_t>(state);
@@ -151,7 +152,7 @@ BENCHMARK(vectorSumsOfTwo<std::int8_t>)->Apply(bothSizes);
 BENCHMARK(vectorSumsOfTwo<std::int32_t>)->Apply(bothSizes);
 BENCHMARK(vectorSumsOfTwo<std::int64_t>)->Apply(bothSizes);
 
-/// One tree whose parents stand shortly before their children.
+/// One tree whose parents are shortly before their children.
 void treeSumsOfOneTree(benchmark::State& state) {
   const auto in = randomValues<std::uint32_t>(state.range(0));
   std::vector<std::int32_t> edges;
@@ -255,7 +256,7 @@ struct SmoothStream {
       }
     }
     stream.resize(planes.size() + 1000000);
-    Kelbor::Platform::DeflateStream deflater;
+    DeflateStream deflater;
     z_stream& z = deflater.get();
     z.next_out = reinterpret_cast<Bytef*>(stream.data());
     z.avail_out = static_cast<uInt>(stream.size());
@@ -279,7 +280,7 @@ void smoothInflateAlone(benchmark::State& state) {
   const SmoothStream& smooth = smoothStream();
   std::vector<std::byte> swap(smooth.geometry.chunkBytes);
   for (auto _ : state) {
-    Kelbor::Platform::InflateStream inflater;
+    InflateStream inflater;
     z_stream& z = inflater.get();
     z.next_in = reinterpret_cast<Bytef*>(const_cast<std::byte*>(smooth.stream.data()));
     z.avail_in = static_cast<uInt>(smooth.stream.size());
@@ -318,14 +319,30 @@ void smoothPlanesAlone(benchmark::State& state) {
 }
 BENCHMARK(smoothPlanesAlone)->Arg(kLarge)->Unit(benchmark::kMicrosecond);
 
+class SumComposer final : public PlaneSink {
+ public:
+  explicit SumComposer(std::span<std::uint32_t> values) : values_(values) {}
+  void take(std::uint64_t position, std::span<const std::byte> planes) noexcept override {
+    const auto values = values_.subspan(position / 4, planes.size() / 4);
+    sum_ = composePlanesZigzagSum<std::uint32_t>(planes, values, position == 0 ? 0 : sum_);
+  }
+
+ private:
+  std::span<std::uint32_t> values_;
+  std::uint32_t sum_ = 0;
+};
+
 void smoothWholeDecode(benchmark::State& state) {
   const SmoothStream& smooth = smoothStream();
-  std::vector<std::byte> swap(smooth.geometry.swapBytes);
+  std::vector<std::byte> swap(smooth.geometry.workBytes);
   std::vector<std::uint32_t> out(SmoothStream::kCount);
   for (auto _ : state) {
-    Kelbor::Platform::StreamInput input(smooth.stream);
-    const InflateResult result =
-        decodePlaneChunks<std::uint32_t>(input, out, swap, smooth.geometry, PlaneMode::RunningSum);
+    StreamInput input(smooth.stream);
+    SumComposer composer(out);
+    PlaneJob job{&input, swap, smooth.geometry, &composer};
+    PlaneJob* const only = &job;
+    decodePlaneChunks({&only, 1});
+    const InflateResult result = job.result;
     if (!result.ok || result.decodedBytes != smooth.planes.size()) {
       state.SkipWithError("decoding failed");
     }

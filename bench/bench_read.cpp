@@ -1,4 +1,4 @@
-// Reads through the exports, each from opening to the last value, as a host does them.
+// Reads through the exports, each timed from opening to the last value, as a host works.
 
 #include <benchmark/benchmark.h>
 #include <morvex/morvex_ensg.h>
@@ -19,7 +19,7 @@ constexpr std::uint64_t kChunks = 8;
 constexpr int kWalkSteps = 100;
 constexpr std::uint32_t kWalkNodes = 50'000;
 
-/// Files are written when first asked for and go with the process.
+/// Files are written on first use and deleted when the process exits.
 std::string fileOf(const std::string& name, const CrashModel& model) {
   static const ScratchDirectory directory;
   static std::map<std::string, bool> written;
@@ -29,7 +29,7 @@ std::string fileOf(const std::string& name, const CrashModel& model) {
   return path;
 }
 
-/// The listing's questions that `wanted` picks.
+/// The requests of the listing that `wanted` selects.
 template <class Wanted>
 std::vector<Question> pick(const Listing& listing, const Wanted& wanted) {
   std::vector<Question> picked;
@@ -84,7 +84,7 @@ BENCHMARK(exactCoordinates)->Apply(threads);
 BENCHMARK(quantisedCoordinates)->Apply(threads);
 BENCHMARK(adaptiveCoordinates)->Apply(threads);
 
-/// A variable whose steps lean on other steps, in the order of `steps`.
+/// A variable whose steps depend on other steps, read in the order of `steps`.
 void walk(benchmark::State& state, const std::vector<int>& steps) {
   const std::string path = fileOf(
       "walk", {.nodes = kWalkNodes, .parts = 4, .steps = kWalkSteps, .usesTimeDifferences = true});
@@ -117,7 +117,7 @@ void timeDifferencesForward(benchmark::State& state) {
 }
 void timeDifferencesAtRandom(benchmark::State& state) {
   std::vector<int> steps;
-  // 37 has no factor in common with the steps: each of them once.
+  // 37 and the number of steps have no common factor, so each step occurs once.
   for (int i = 0; i < kWalkSteps; ++i) steps.push_back(i * 37 % kWalkSteps);
   walk(state, steps);
 }

@@ -1,7 +1,10 @@
 // The library beside other ways of storing the same arrays, in one run: processor time of one
-// thread, rounds interleaved. `morvex-compare --help` tells the options.
+// thread, rounds interleaved. `morvex-compare --help` lists the options.
 
 #include <morvex/morvex_ensg.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -21,7 +24,7 @@ namespace {
 
 using namespace morvex::Bench;
 
-/// Of a file's arrays, so that all peers' copies fit into memory.
+/// Limits a file's arrays, so that all peers' copies fit into memory.
 constexpr std::size_t kMostValues = 150'000'000;
 
 constexpr const char* kUsage =
@@ -40,7 +43,7 @@ struct Options {
   std::string file;
   std::string only;
 
-  /// A model whose arrays are cut into chunks for threads.
+  /// A model whose arrays are stored in chunks for threads.
   [[nodiscard]] CrashModel cutModel(std::uint32_t parts, bool isQuantised) const {
     return {.nodes = nodes, .parts = parts, .isQuantised = isQuantised, .tableChunks = 8};
   }
@@ -76,7 +79,7 @@ Options optionsOf(int argc, char** argv) {
   return options;
 }
 
-/// Steps by array of a crash model: all of coordinates, displacements and stresses.
+/// Quantisation steps by array of a crash model: all coordinates, displacements and stresses.
 Steps stepsOf(const Listing& listing) {
   Steps steps(listing.sizes.size());
   for (const Question& q : listing.questions) {
@@ -89,8 +92,8 @@ Steps stepsOf(const Listing& listing) {
   return steps;
 }
 
-/// A comparison with wrong values would be worth nothing. Integers times a step may differ in the
-/// last place, since the product is rounded in another order.
+/// A comparison with wrong values would be worthless. Integers times a step may differ in the last
+/// place, since the order of rounding differs.
 void demandSame(const std::string& who, const Arrays& truth, const Arrays& arrays) {
   for (std::size_t a = 0; a < truth.size(); ++a) {
     for (std::size_t i = 0; i < truth[a].size(); ++i) {
@@ -105,6 +108,24 @@ void demandSame(const std::string& who, const Arrays& truth, const Arrays& array
     }
   }
 }
+
+/// A process that does nothing as fast as it can, until the object ends.
+class BusyProcess {
+ public:
+  BusyProcess() : child_(::fork()) {
+    while (child_ == 0) (void)::getppid();
+  }
+  ~BusyProcess() {
+    if (child_ <= 0) return;
+    ::kill(child_, SIGKILL);
+    ::waitpid(child_, nullptr, 0);
+  }
+  BusyProcess(const BusyProcess&) = delete;
+  BusyProcess& operator=(const BusyProcess&) = delete;
+
+ private:
+  pid_t child_;
+};
 
 class Comparison {
  public:
@@ -121,7 +142,7 @@ class Comparison {
     compareFile(title, path, isQuantised);
   }
 
-  /// Everything in a file, opened and closed in each round.
+  /// Everything in a file, which is opened and closed in each round.
   void compareFile(const std::string& title, const std::string& path, bool hasKnownSteps) {
     Listing listing;
     Arrays truth;
@@ -171,11 +192,22 @@ class Comparison {
                rows, listing.values());
   }
 
-  /// The same arrays cut for one thread and for two, in the time that a host waits for them.
+  /// The same arrays stored for one thread and for two, in wall time.
   void compareThreads(const std::string& title, const CrashModel& model) {
     if (!isWanted(title)) return;
     const std::string path = scratch_.path("threads.sdf");
     writeCrashModel(path, model);
+    compareThreadsOn(title, path);
+  }
+
+  /// The same on a machine where another process keeps a processor busy.
+  void compareBusyThreads(const std::string& title, const std::string& path) {
+    if (!isWanted(title)) return;
+    const BusyProcess other;
+    compareThreadsOn(title, path);
+  }
+
+  void compareThreadsOn(const std::string& title, const std::string& path) {
     Listing listing;
     {
       const Session session(path, 1);
@@ -191,11 +223,11 @@ class Comparison {
                       },
                       std::filesystem::file_size(path)});
     }
-    measure(rows, options_.rounds, Clock::wall);
+    measure(rows, options_.rounds, Clock::kWall);
     printTable(title + ", wall time", rows, listing.values());
   }
 
-  /// All steps of a variable, one after the other, stored plainly and as differences.
+  /// All steps of a variable in order, stored plainly and as differences.
   void compareWalks() {
     const std::string title = "forward walk over 96 steps";
     if (!isWanted(title)) return;
@@ -255,7 +287,7 @@ class Comparison {
     std::uint32_t part;
   };
 
-  /// 1,000 places all over the file, others in each round.
+  /// 1,000 places anywhere in the file, different ones in each round.
   static std::vector<Pick> picksOf(int round, const ManyArrays& many) {
     std::vector<Pick> picks;
     auto state = static_cast<std::uint32_t>(round + 2) * 2654435761U;
@@ -373,6 +405,7 @@ int main(int argc, char** argv) {
     comparison.compareManyArrays();
     if (!options.file.empty() && comparison.isWanted("file")) {
       comparison.compareFile("file " + options.file, options.file, false);
+      comparison.compareBusyThreads("threads on the file beside a busy process", options.file);
     }
   } catch (const std::exception& failure) {
     std::cout << "failed: " << failure.what() << "\n";

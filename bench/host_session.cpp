@@ -9,7 +9,7 @@
 namespace morvex::Bench {
 namespace {
 
-// More than any name width that is met here.
+// Exceeds every name width in these files.
 constexpr std::size_t kTextBytes = 4096;
 constexpr int kStatic = 0;
 constexpr int kEverythingChanges = 2;
@@ -88,7 +88,7 @@ struct Lister {
       question.elementType = type;
       for (question.component = 0; question.component < components; ++question.component) {
         if (size <= 0 || static_cast<std::size_t>(size) > room) return;
-        // Only a read tells whether a variable is defined on a part.
+        // Only a read shows whether a variable is defined on a part.
         probe.resize(static_cast<std::size_t>(size));
         if (MX_getVariableByComponent(question.step, question.geometryStep, question.variable,
                                       question.part, question.variableType, type, 0,

@@ -7,7 +7,7 @@
 
 namespace morvex::Bench {
 
-/// The library's one session, through its exports.
+/// The library's only session, used through its exports.
 class Session {
  public:
   /// std::runtime_error if the file can't be opened.
@@ -17,7 +17,7 @@ class Session {
   Session& operator=(const Session&) = delete;
 };
 
-/// One call that fills float arrays: the three axes of a part, or a component of a variable.
+/// One call that fills float arrays: three axes of a part, or one component of a variable.
 struct Question {
   int variable = -1;  ///< -1 for coordinates
   int step = 0;
@@ -26,7 +26,7 @@ struct Question {
   int variableType = 0;
   int elementType = 0;
   int component = 0;
-  std::size_t firstArray = 0;  ///< of the arrays of a listing
+  std::size_t firstArray = 0;  ///< index among the arrays of a listing
 };
 
 /// The float arrays of the open file, in the order in which a host asks for them.
@@ -37,16 +37,16 @@ struct Listing {
   [[nodiscard]] std::size_t values() const;
 };
 
-/// All that the open session has for the model: coordinates, then variables step by step, of no
-/// more than `largest` values together. Structured blocks and particles are left out.
+/// All arrays of the open session's model: coordinates, then variables step by step, limited to
+/// `largest` values in total. Without structured blocks and particles.
 [[nodiscard]] Listing listArrays(std::size_t largest);
 
-/// What a host does first: all tables that tell what is in the file. Returns the number of arrays
-/// of variables that it told of.
+/// What a host does first: reads all tables that list the file's contents. Returns the number of
+/// arrays of variables in them.
 std::uint64_t readTables();
 
 using Arrays = std::vector<std::vector<float>>;
-/// Arrays of the listing's sizes, their memory touched.
+/// Arrays of the listing's sizes, with all pages touched.
 [[nodiscard]] Arrays emptyArrays(const Listing& listing);
 /// std::runtime_error if the library refuses.
 void ask(const Question& question, Arrays& arrays);

@@ -13,7 +13,7 @@
 namespace morvex::Bench {
 namespace {
 
-/// Bytes of a line of /proc/self/status that is given in kB; -1 if there is none.
+/// The number of bytes in a line of /proc/self/status that is given in kB; -1 if there is none.
 std::int64_t statusOf(const std::string& key) {
   std::ifstream status("/proc/self/status");
   for (std::string line; std::getline(status, line);) {
@@ -41,7 +41,7 @@ std::vector<double> ratios(const Row& a, const Row& b) {
 
 double secondsOf(Clock clock) {
   timespec now{};
-  ::clock_gettime(clock == Clock::wall ? CLOCK_MONOTONIC : CLOCK_PROCESS_CPUTIME_ID, &now);
+  ::clock_gettime(clock == Clock::kWall ? CLOCK_MONOTONIC : CLOCK_PROCESS_CPUTIME_ID, &now);
   return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
@@ -61,7 +61,7 @@ ScratchDirectory::~ScratchDirectory() {
 std::int64_t peakMemoryOf(const std::function<void()>& call) {
   ::malloc_trim(0);
   std::ofstream reset("/proc/self/clear_refs");
-  reset << "5" << std::flush;  // the peak becomes what is held now
+  reset << "5" << std::flush;  // resets the peak to the current size
   const bool isReset = reset.good();
   const std::int64_t before = statusOf("VmRSS:");
   call();

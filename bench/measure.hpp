@@ -8,11 +8,10 @@
 
 namespace morvex::Bench {
 
-/// What a row's time is: that of the processor, all threads of the process together, or that of
-/// the clock on the wall.
-enum class Clock { processor, wall };
+/// The time of a row: processor time of all threads of the process, or wall time.
+enum class Clock { kProcessor, kWall };
 
-/// A directory for files that goes with the object.
+/// A temporary directory, deleted with the object.
 class ScratchDirectory {
  public:
   ScratchDirectory();
@@ -25,11 +24,11 @@ class ScratchDirectory {
   std::filesystem::path directory_;
 };
 
-/// Most memory that a call had at once beyond what the process held before, in bytes; -1 where the
-/// system doesn't tell. Memory that was touched before doesn't count, such as the arrays read into.
+/// The most memory that a call needed beyond what the process held before, in bytes; -1 if the
+/// system doesn't report it. Memory touched before, such as the arrays read into, doesn't count.
 [[nodiscard]] std::int64_t peakMemoryOf(const std::function<void()>& call);
 
-/// One line of a table. `run` is told the number of the round.
+/// One line of a table. `run` receives the number of the round.
 struct Row {
   std::string name;
   std::function<void(int)> run;
@@ -38,17 +37,17 @@ struct Row {
   std::int64_t peakMemory = 0;
 };
 
-/// Runs all rows once for their memory, which also warms up, then round by round.
-void measure(std::vector<Row>& rows, int rounds, Clock clock = Clock::processor);
+/// Runs each row once for its memory and to warm up, then measures round by round.
+void measure(std::vector<Row>& rows, int rounds, Clock clock = Clock::kProcessor);
 
-/// Median times, and how often the first row fits into each other one: the median over the rounds
-/// with the middle half of them. `values` of a row's run give the speed in million values a second.
+/// Prints median times, and each row's ratio to the first one: the median over the rounds and their
+/// middle half. `values` of a row's run give the speed in million values per second.
 void printTable(const std::string& title, const std::vector<Row>& rows, std::uint64_t values);
 
-/// Median over the rounds of a's time by b's.
+/// Median over the rounds of a's time divided by b's.
 [[nodiscard]] double medianRatio(const Row& a, const Row& b);
 
-/// Processor, compiler, libraries.
+/// Prints processor, compiler and libraries.
 [[nodiscard]] std::string machine();
 
 }  // namespace morvex::Bench

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kQuads = 10;
 
-/// Numbers from -1 to 1 that look random and are the same on every machine.
+/// Pseudo-random numbers from -1 to 1, the same on every machine.
 class Noise {
  public:
   explicit Noise(std::uint64_t seed) : state_(seed) {}
@@ -123,10 +123,10 @@ void writeCrashModel(const std::string& path, const CrashModel& model) {
     file.part("sheet " + std::to_string(p))
         .nodes(std::move(x), std::move(y), std::move(z))
         .elements(kQuads, sheets.back().quads(),
-                  model.hasIdWindows ? Writer::Ids::windows : Writer::Ids::differences);
+                  model.hasIdWindows ? Writer::Ids::kWindows : Writer::Ids::kDifferences);
   }
-  auto& displacement = file.variable("displacement", Writer::Location::perNode, 2);
-  auto& stress = file.variable("stress", Writer::Location::perElement, 1);
+  auto& displacement = file.variable("displacement", Writer::Location::kPerNode, 2);
+  auto& stress = file.variable("stress", Writer::Location::kPerElement, 1);
   displacement.onTimeSet(timeSet);
   stress.onTimeSet(timeSet);
   if (model.hasAdaptiveCoordinates) {
@@ -172,7 +172,7 @@ std::vector<std::vector<float>> writeManyArrays(const std::string& path, const M
   }
   std::vector<std::vector<float>> written;
   for (std::uint32_t v = 0; v < many.variables; ++v) {
-    auto& variable = file.variable("variable_" + std::to_string(v), Writer::Location::perNode, 1);
+    auto& variable = file.variable("variable_" + std::to_string(v), Writer::Location::kPerNode, 1);
     variable.onTimeSet(timeSet).quantised(Writer::Quantisation::uniform(kDisplacementStep));
     for (std::uint32_t p = 0; p < many.parts; ++p) {
       sheet.number = static_cast<int>(p + v * many.parts);

@@ -9,26 +9,26 @@
 
 namespace morvex::Bench {
 
-/// Another way of storing the same arrays. Where it was made with steps, it stores integers and
-/// multiplies when it reads. Rows of what the build machine lacks don't appear.
+/// Another way of storing the same arrays. With steps, it stores integers and multiplies when
+/// reading. Peers whose library is missing on the build machine have no row.
 class Peer {
  public:
   virtual ~Peer() = default;
   [[nodiscard]] virtual const std::string& name() const = 0;
   [[nodiscard]] virtual std::uint64_t storedBytes() const = 0;
-  /// Reads everything; what is a file is opened and closed.
+  /// Reads everything; opens and closes files.
   virtual void readAll(Arrays& arrays) = 0;
 };
 
-/// Step of each array, 0 where it can only be stored as it is.
+/// Step of each array, 0 if it can only be stored as it is.
 using Steps = std::vector<double>;
 
-/// All peers that this build has, with the arrays stored. `steps` is empty where integers are not
-/// to be stored. Files go to `directory`.
+/// All peers of this build, with the arrays stored in `directory`. Without `steps`, none stores
+/// integers.
 [[nodiscard]] std::vector<std::unique_ptr<Peer>> makePeers(const Arrays& arrays, const Steps& steps,
                                                            const std::string& directory);
 
-/// One dataset for each array in groups of groups, as a host of HDF5 would have them.
+/// One dataset per array in nested groups, as HDF5 hosts store them.
 class Hdf5Tree {
  public:
   [[nodiscard]] static bool isAvailable();
@@ -43,7 +43,7 @@ class Hdf5Tree {
 
   void read(std::uint32_t variable, std::uint32_t step, std::uint32_t part, double quantisationStep,
             std::vector<float>& values);
-  /// Groups and datasets, found by visiting all.
+  /// Groups and datasets, counted by visiting all.
   [[nodiscard]] std::uint64_t countEntries();
 
  private:

@@ -8,7 +8,7 @@
 namespace morvex::Bench {
 namespace {
 
-/// Frames in memory: nothing is read from a file.
+/// Frames in memory: reads nothing from a file.
 class BloscFrames final : public Peer {
  public:
   BloscFrames(const Arrays& arrays, const Steps& steps, const char* codec, int level)

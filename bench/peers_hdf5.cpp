@@ -11,10 +11,10 @@ namespace morvex::Bench {
 namespace {
 
 constexpr unsigned kDeflateLevel = 4;
-// 256 KiB, within HDF5's chunk cache.
+// 256 KiB: fits HDF5's chunk cache.
 constexpr hsize_t kChunkValues = 65536;
 
-/// What HDF5 gave, ended with the call that belongs to it.
+/// An HDF5 handle, closed with the function for its kind.
 class Handle {
  public:
   Handle(hid_t id, herr_t (*end)(hid_t)) : id_(id), end_(end) {

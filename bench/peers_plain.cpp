@@ -1,4 +1,4 @@
-// What no way of storing can beat: reading the floats as they are, and copying them.
+// Lower bounds for every way of storing: reading the floats unchanged, and copying them.
 
 #include <fcntl.h>
 #include <unistd.h>

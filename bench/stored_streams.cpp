@@ -25,7 +25,7 @@ Bytef* zlibBytes(const std::byte* bytes) {
   return reinterpret_cast<Bytef*>(const_cast<std::byte*>(bytes));
 }
 
-/// Inflates into nothing, to learn the size; 0 for what is no whole stream.
+/// Inflates and discards the bytes, to learn the size; 0 for an incomplete stream.
 std::size_t inflatedSizeOf(const std::vector<std::byte>& stream) {
   z_stream z{};
   if (::inflateInit(&z) != Z_OK) throw std::bad_alloc();
@@ -43,8 +43,8 @@ std::size_t inflatedSizeOf(const std::vector<std::byte>& stream) {
   return size;
 }
 
-/// A dataset is a word for its recipe, one for its parameters, and a chunk table: the number of
-/// chunks, their stored sizes, their value counts, then the chunks.
+/// A dataset is a recipe number, a parameter number, and a chunk table: the number of chunks, their
+/// stored sizes, their value counts, then the chunks.
 void addStreams(std::span<const std::byte> dataset, std::vector<StoredStream>& streams) {
   constexpr std::size_t kHeader = 8;
   const auto word = [&](std::uint64_t index) {

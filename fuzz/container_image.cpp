@@ -7,7 +7,7 @@
 
 #include "sdf/sdf_compression.hpp"
 #include "sdf/sdf_format.hpp"
-#include "sdf/sdf_objects.hpp"
+#include "sdf/sdf_group.hpp"
 
 namespace morvex::Fuzz {
 
@@ -18,7 +18,7 @@ using Writer::ResultImage;
 namespace {
 
 constexpr int kDeepestGroup = 8;
-constexpr std::size_t kMostGroups = 512;  // a group may hold itself, many times over
+constexpr std::size_t kMostGroups = 512;  // a damaged group may contain itself
 constexpr std::size_t kMostDatasets = 512;
 constexpr std::uint64_t kLargestDataset = 1U << 20;
 
@@ -31,7 +31,7 @@ class Reader {
     const std::uint64_t tables =
         std::min<std::uint64_t>(readFileHeader(header).tableOffset, file_.size() - kFieldsSize);
     Kelbor::ContainerCursor trailer(file_.last(kFieldsSize));
-    SdfGroup root(readEntryFields(trailer), file_.subspan(tables));
+    SdfGroup root(readSdfObject(trailer), file_.subspan(tables));
     collect(root, "", 0);
     return std::move(image_);
   }
@@ -39,18 +39,18 @@ class Reader {
  private:
   void collect(SdfGroup& group, const std::string& path, int depth) {
     if (++groups_ > kMostGroups) return;
-    for (Entry& entry : group.getEntries()) {
+    for (SdfEntry& entry : group.getEntries()) {
       if (image_.datasets().size() >= kMostDatasets) return;
       const std::string child = path + '/' + std::string(entry.name.text());
       if (entry.isGroup() && depth < kDeepestGroup) {
         collect(group.enter(entry), child, depth + 1);
       } else if (entry.isDataset()) {
-        if (auto content = contentOf(entry.fields)) image_[child] = std::move(*content);
+        if (auto content = contentOf(entry.object)) image_[child] = std::move(*content);
       }
     }
   }
 
-  std::optional<Bytes> contentOf(const EntryFields& fields) const {
+  std::optional<Bytes> contentOf(const SdfObject& fields) const {
     if (fields.field1 <= kMaxInlineSize) {
       const auto bytes = inlineBytes(fields);
       return Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(fields.field1));
@@ -72,7 +72,7 @@ class Reader {
   std::size_t groups_ = 0;
 };
 
-/// Stands for the groups of a file while it is put together.
+/// Stands in for the groups of a file while it is composed.
 struct GroupContent {
   std::map<std::string, GroupContent, std::less<>> groups;
   std::map<std::string, const Bytes*, std::less<>> datasets;
@@ -90,21 +90,21 @@ struct GroupContent {
 class Assembler {
  public:
   explicit Assembler(std::mt19937& random) : random_(random) {
-    writeFileHeader(file_, {});  // written anew when the tables' place is known
+    writeFileHeader(file_, {});  // written again once the tables' position is known
   }
 
   Bytes assemble(const GroupContent& root) {
-    const EntryFields fields = putGroup(root);
+    const SdfObject fields = putGroup(root);
     Bytes header;
     writeFileHeader(header, {.tableOffset = file_.size()});
     std::ranges::copy(header, file_.begin());
     file_.insert(file_.end(), tables_.begin(), tables_.end());
-    writeEntryFields(file_, fields);
+    writeSdfObject(file_, fields);
     return std::move(file_);
   }
 
  private:
-  EntryFields putGroup(const GroupContent& group) {
+  SdfObject putGroup(const GroupContent& group) {
     Bytes table;
     writeNumber(table, group.groups.size() + group.datasets.size());
     for (const auto& [name, child] : group.groups) {
@@ -113,7 +113,7 @@ class Assembler {
     for (const auto& [name, content] : group.datasets) {
       writeTableRecord(table, kDatasetTag, name, putDataset(*content));
     }
-    EntryFields fields{table.size(), tables_.size(), table.size()};
+    SdfObject fields{table.size(), tables_.size(), table.size()};
     if (const auto deflated = maybeDeflated(table)) {
       fields.field3 = deflated->view().size();
       append(tables_, deflated->view());
@@ -123,8 +123,8 @@ class Assembler {
     return fields;
   }
 
-  EntryFields putDataset(const Bytes& content) {
-    EntryFields fields{.field1 = content.size()};
+  SdfObject putDataset(const Bytes& content) {
+    SdfObject fields{.field1 = content.size()};
     if (content.size() <= kMaxInlineSize) {
       std::array<std::byte, kMaxInlineSize> bytes{};
       std::ranges::copy(content, bytes.begin());

@@ -8,12 +8,11 @@
 
 namespace morvex::Fuzz {
 
-/// The datasets that a container in memory holds, those left out that can't be read; nothing for
-/// bytes without a tree of groups. Trees are followed to a depth and a number of datasets that no
-/// seed comes near.
+/// The readable datasets of a container in memory; empty for bytes without a tree of groups. The
+/// depth and the number of datasets are limited far beyond those of any seed.
 [[nodiscard]] std::optional<Writer::ResultImage> readContainer(std::span<const std::byte> bytes);
 
-/// A container of these datasets; `random` chooses which of them, and which tables, are deflated.
+/// A container with these datasets. `random` selects the datasets and tables to deflate.
 [[nodiscard]] Writer::Bytes containerBytes(const Writer::ResultImage& image, std::mt19937& random);
 
 }  // namespace morvex::Fuzz

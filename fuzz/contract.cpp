@@ -18,10 +18,10 @@ void requireNone(const std::string& undefined) {
 }  // namespace morvex::Fuzz
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-  // The log finds its streams anew with each file that is opened.
+  // The log looks up its streams at each opening of a file.
   std::cout.rdbuf(nullptr);
   std::cerr.rdbuf(nullptr);
-  Kelbor::getLogger().setLogLevel(Kelbor::LogLevel::silent);
-  Kelbor::Platform::setThreadCount(1);  // a find must come again
+  Kelbor::getLogger().setLogLevel(Kelbor::LogLevel::kSilent);
+  Kelbor::Platform::setThreadCount(1);  // failures must be reproducible
   return 0;
 }

@@ -6,12 +6,12 @@
 
 namespace morvex::Fuzz {
 
-/// Ends the process with the name of an exception class that is not in the contract; goes on for an
+/// Aborts with the name of an exception class that is not in the contract; does nothing for an
 /// empty name.
 void requireNone(const std::string& undefined);
 
-/// Runs an operation on damaged bytes: it may succeed or fail as the contract says. Any other
-/// exception is a find.
+/// Runs an operation on damaged bytes, which may succeed or fail by the contract. Any other
+/// exception is a finding.
 template <class Action>
 void expectDefined(Action&& action) {
   try {

@@ -1,11 +1,11 @@
-// Recipes with payloads: builds the chain of each recipe of a container in memory and pulls its
-// results, into memory of their own and into a host's array.
+// Recipes with payloads: builds the chain of each recipe of a container in memory and computes its
+// results, both in the chain's own memory and in a host's array.
 //
 //   /kelbor/recipes   the recipes
-//   /parameters       the parameter block that all are built with
+//   /parameters       the parameter block of all chains
 //   /sizes            the extents of the result, u64 each
-//   /input/N          input N of the chain, bytes
-//   /reference/N      the result that the Nth external reference means: element type, then values
+//   /input/N          input N of the chain, in bytes
+//   /reference/N      the result for the Nth external reference: element type, then values
 
 #include <algorithm>
 #include <cstring>
@@ -28,8 +28,7 @@ using Kelbor::DataProvider;
 
 constexpr std::size_t kInputs = 4;
 constexpr std::size_t kMostRecipes = 4;
-constexpr std::uint64_t kLargestExtent = 1U
-                                         << 14;  // hosts hold larger arrays, fuzzers are in haste
+constexpr std::uint64_t kLargestExtent = 1U << 14;  // smaller than a host's, for speed
 
 Kelbor::DataManager& manager() {
   static Kelbor::DataManager theManager;
@@ -85,7 +84,7 @@ void fillCache(DatasetCache& cache, const Recipe& recipe, const Writer::ResultIm
   }
 }
 
-/// Where `intoHost` is set, results of 4 bytes each land in an exact heap block.
+/// With `intoHost`, results of 4 bytes per value are written to an exact heap block.
 void pull(const Recipe& recipe, const Writer::ResultImage& image, bool intoHost) {
   DatasetCache cache;
   fillCache(cache, recipe, image);
@@ -93,9 +92,9 @@ void pull(const Recipe& recipe, const Writer::ResultImage& image, bool intoHost)
   const Writer::Bytes* block = find(image, "/parameters");
   const Writer::Bytes parameters = block ? *block : Writer::Bytes();
   FactoryCache factories;
-  const auto chain =
-      buildChain(recipe, inputsIn(image), Deserializer(&manager(), parameters),
-                 {&manager(), Kelbor::MathModule::allClassCreators(), factories, sizes, cache});
+  const auto chain = recipe.buildChain(
+      inputsIn(image), Deserializer(&manager(), parameters),
+      {&manager(), Kelbor::MathModule::allClassCreators(), factories, sizes, cache});
   std::uint64_t count = 1;
   for (const std::uint64_t size : sizes) count *= size;
   const std::unique_ptr<float[]> host(new float[count]);

@@ -1,5 +1,5 @@
-// Bytes as a container file: reads all that the tree shows, in whole and in part, and then rewrites
-// the file.
+// Bytes as a container file: reads everything in the tree, whole and in parts, then rewrites the
+// file.
 
 #include <algorithm>
 #include <span>
@@ -21,7 +21,7 @@ Kelbor::DataManager& manager() {
   return theManager;
 }
 
-/// Reads a tree that may have no end, and datasets that may all claim the same large stream.
+/// Reads a tree that may be endless and datasets that may all refer to the same large stream.
 class Walk {
  public:
   explicit Walk(SdfFile& file) : file_(file) {}

@@ -1,4 +1,5 @@
-// Bytes as a result file: a host opens it through the exports and asks for all that it announces.
+// Bytes as a result file: a host opens it through the exports and asks for everything that it
+// announces.
 
 #include <cstdint>
 #include <span>

@@ -1,101 +1,102 @@
-// Bytes as a stream for the three inflating loops: each engine must answer what zlib answers.
+// Bytes as a stream, or deflate blocks made from them, for all inflating loops: each road must
+// return zlib's result.
 
 #include <zlib.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
-#include <string_view>
 #include <vector>
 
-#include "platform/inflate_engines.hpp"
-#include "platform/zlib_stream.hpp"
-#include "procedures/kernels/inflate_stream.hpp"
+#include "inflate/inflate_road.hpp"
+#include "inflate/plain_stream.hpp"
+#include "inflate/windowed_planes.hpp"
+#include "tests/inflate/deflate_maker.hpp"
 
 namespace {
 
-using namespace Kelbor::MathModule::Kernels;
-using Kelbor::Platform::InflateEngine;
-using Kelbor::Platform::inflateEngines;
-using Kelbor::Platform::StreamInput;
-using Kelbor::Platform::useInflateEngine;
+using namespace Kelbor::Inflate;
 using Bytes = std::vector<std::byte>;
 
 void demand(bool condition) {
   if (!condition) std::abort();
 }
 
+/// Stores the planes that it receives.
+class ByteSink final : public PlaneSink {
+ public:
+  void take(std::uint64_t position, std::span<const std::byte> planes) noexcept override {
+    taken.resize(static_cast<std::size_t>(position));
+    taken.insert(taken.end(), planes.begin(), planes.end());
+  }
+  Bytes taken;
+};
+
+struct ChunkAnswer {
+  InflateResult result;
+  Bytes bytes;
+};
+
+/// One stream as a job, through the smallest window that the loop accepts, in memory of exactly the
+/// allowed size.
+struct ChunkRun {
+  ChunkRun(std::span<const std::byte> stream, const PlaneChunkGeometry& geometry)
+      : swap(geometry.workBytes, std::byte{0xd1}),
+        window(std::max<std::size_t>(std::min(geometry.inputBound, stream.size()), 4096)),
+        input(
+            stream.size(),
+            [stream](std::uint64_t from, std::span<std::byte> target) {
+              std::ranges::copy(stream.subspan(from, target.size()), target.begin());
+              return true;
+            },
+            window),
+        job{&input, swap, geometry, &sink} {}
+
+  Bytes swap;
+  Bytes window;
+  ByteSink sink;
+  StreamInput input;
+  PlaneJob job;
+};
+
 struct Answers {
-  InflateResult chunks;
+  std::array<ChunkAnswer, 3> chunks;
   InflateResult windows;
-  PlainInflateResult plain;
-  std::vector<std::uint32_t> chunkValues;
-  std::vector<std::uint32_t> windowValues;
+  Bytes windowBytes;
+  PlainResult plain;
   Bytes plainBytes;
 };
 
+/// Three jobs at once: one stream, divided into chunks in three ways.
 Answers answersOf(std::span<const std::byte> stream, std::size_t count, std::uint32_t chunkSize,
                   std::uint32_t window) {
   Answers answers;
-  answers.chunkValues.resize(count);
-  answers.windowValues.resize(count);
+  ChunkRun first(stream, PlaneChunkGeometry::of(chunkSize, 4, count));
+  ChunkRun second(stream, PlaneChunkGeometry::of(4 * chunkSize + 5, 1, count * 4));
+  ChunkRun third(stream, PlaneChunkGeometry::of(65536, 2, count + 1));
+  const std::array<PlaneJob*, 3> jobs = {&first.job, &second.job, &third.job};
+  decodePlaneChunks(jobs);
+  std::size_t i = 0;
+  for (ChunkRun* run : {&first, &second, &third}) {
+    answers.chunks[i++] = {run->job.result, std::move(run->sink.taken)};
+  }
+  answers.windowBytes.resize(count * 4);
+  answers.windows = inflateWindowedPlanes(stream, answers.windowBytes, window);
+  answers.windowBytes.resize(answers.windows.decodedBytes);
   answers.plainBytes.resize(count * 4);
-  const auto geometry = PlaneChunkGeometry::of(chunkSize, 4, count);
-  Bytes swap(geometry.swapBytes + kSwapRoomBehind, std::byte{0xd1});
-  // Through a window as small as the loop can do with.
-  Bytes inputWindow(std::max<std::size_t>(geometry.inputBound, 4096));
-  StreamInput input(
-      stream.size(),
-      [stream](std::uint64_t from, std::span<std::byte> target) {
-        std::ranges::copy(stream.subspan(from, target.size()), target.begin());
-        return true;
-      },
-      inputWindow);
-  answers.chunks = decodePlaneChunks<std::uint32_t>(input, answers.chunkValues, swap, geometry,
-                                                    PlaneMode::RunningSum);
-  Bytes whole(count * 4);
-  answers.windows =
-      decodeWindowedPlanes<std::uint32_t>(stream, answers.windowValues, whole, window);
   answers.plain = inflatePlain(stream, answers.plainBytes);
+  answers.plainBytes.resize(answers.plain.decodedBytes);
   return answers;
 }
 
-template <class T>
-void demandSame(const std::vector<T>& a, const std::vector<T>& b, std::uint64_t decodedBytes) {
-  const std::size_t count = decodedBytes / sizeof(T);
-  demand(count <= a.size() && count <= b.size());
-  demand(count == 0 || std::memcmp(a.data(), b.data(), count * sizeof(T)) == 0);
-}
-
-void demandSame(const InflateResult& a, const std::vector<std::uint32_t>& aValues,
-                const InflateResult& b, const std::vector<std::uint32_t>& bValues) {
+void demandSame(const InflateResult& a, const Bytes& aBytes, const InflateResult& b,
+                const Bytes& bBytes) {
   demand(a.streamReady == b.streamReady && a.ok == b.ok);
-  if (!a.ok) return;
-  demand(a.decodedBytes == b.decodedBytes);
-  demandSame(aValues, bValues, a.decodedBytes);
+  demand(!a.ok || (a.decodedBytes == b.decodedBytes && aBytes == bBytes));
 }
 
-/// Codes with words that stand for nothing are refused by zlib alone, whether one occurs or not.
-bool meetsIncompleteCode(std::span<const std::byte> stream) {
-  Kelbor::Platform::InflateStream inflater;
-  z_stream& z = inflater.get();
-  Bytes output(65536);
-  z.next_in = reinterpret_cast<Bytef*>(const_cast<std::byte*>(stream.data()));
-  z.avail_in = static_cast<uInt>(stream.size());
-  int code = Z_OK;
-  while (code == Z_OK) {
-    z.next_out = reinterpret_cast<Bytef*>(output.data());
-    z.avail_out = static_cast<uInt>(output.size());
-    code = ::inflate(&z, Z_NO_FLUSH);
-  }
-  if (code != Z_DATA_ERROR || !z.msg) return false;
-  const std::string_view reason = z.msg;
-  return reason == "invalid literal/lengths set" || reason == "invalid distances set" ||
-         reason == "invalid code lengths set";
-}
-
-/// The bytes as deflate blocks in a stream with the right header and, if they end, checksum, so
-/// that mutations get past both.
+/// The blocks as a stream with a valid header and, if they end, a valid checksum.
 Bytes wrapped(const Bytes& blocks) {
   z_stream z{};
   demand(::inflateInit2(&z, -15) == Z_OK);
@@ -118,30 +119,45 @@ Bytes wrapped(const Bytes& blocks) {
   return stream;
 }
 
+/// An exact heap block, so that a sanitizer sees one byte too many.
+Bytes streamOf(unsigned kind, std::span<const std::uint8_t> data) {
+  if (kind == 0) {
+    const auto bytes = std::as_bytes(data);
+    return {bytes.begin(), bytes.end()};
+  }
+  if (kind == 1) return wrapped(streamOf(0, data));
+  Bytes stream = wrapped(Testing::DeflateMaker(data).make());
+  // Without the last bits.
+  if (kind == 3 && !data.empty()) {
+    stream.resize(stream.size() - std::min<std::size_t>(data.back() / 8U, stream.size()));
+    if (!stream.empty()) stream.back() &= static_cast<std::byte>(0xFFU >> (data.back() & 7U));
+  }
+  return stream;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 4) return 0;
-  // The first bytes choose the room and how it is cut.
+  // The first bytes set the room and the chunks.
   const std::size_t count = static_cast<std::size_t>(data[0]) << (data[1] & 7U);
   const std::uint32_t chunkSize = 1U << ((data[1] >> 3 & 15U) + 2);
-  const std::uint32_t window = data[2];
-  // An exact heap block, so that a sanitizer sees one byte too many.
-  const auto* begin = reinterpret_cast<const std::byte*>(data + 3);
-  Bytes stream(begin, begin + (size - 3));
-  if (data[1] & 0x80U) stream = wrapped(stream);
+  const std::uint32_t window = data[2] >> 2;
+  const Bytes stream = streamOf(data[2] & 3U, {data + 3, size - 3});
 
-  useInflateEngine(InflateEngine::zlib);
+  useInflateRoad("zlib");
   const Answers wanted = answersOf(stream, count, chunkSize, window);
-  useInflateEngine(inflateEngines().front());
-  const Answers got = answersOf(stream, count, chunkSize, window);
-  if (meetsIncompleteCode(stream)) return 0;
-  demandSame(got.chunks, got.chunkValues, wanted.chunks, wanted.chunkValues);
-  demandSame(got.windows, got.windowValues, wanted.windows, wanted.windowValues);
-  demand(got.plain.code == wanted.plain.code);
-  if (got.plain.ok()) {
-    demand(got.plain.decodedBytes == wanted.plain.decodedBytes);
-    demandSame(got.plainBytes, wanted.plainBytes, got.plain.decodedBytes);
+  for (const std::string_view road : inflateRoads()) {
+    if (road == "zlib") continue;
+    useInflateRoad(road);
+    const Answers got = answersOf(stream, count, chunkSize, window);
+    for (std::size_t i = 0; i < got.chunks.size(); ++i) {
+      demandSame(got.chunks[i].result, got.chunks[i].bytes, wanted.chunks[i].result,
+                 wanted.chunks[i].bytes);
+    }
+    demandSame(got.windows, got.windowBytes, wanted.windows, wanted.windowBytes);
+    demand(got.plain.code == wanted.plain.code);
+    demand(!got.plain.ok() || got.plainBytes == wanted.plainBytes);
   }
   return 0;
 }

@@ -1,5 +1,5 @@
-// Metadata records: the datasets of a container in memory, each read as the record that its name
-// says, and then all together as when a file is opened.
+// Metadata records: reads each dataset of a container in memory as the record of its name, then all
+// of them as when a file is opened.
 
 #include <array>
 #include <map>
@@ -11,6 +11,7 @@
 #include "container_image.hpp"
 #include "contract.hpp"
 #include "metadata/con_params.hpp"
+#include "sdf/hierarchical_file.hpp"
 #include "simulation/dataset_path.hpp"
 #include "simulation/metadata_load.hpp"
 
@@ -70,7 +71,7 @@ class ImageFile final : public Kelbor::MathModule::HierarchicalFileInterface {
   const Writer::ResultImage& image_;
 };
 
-/// One geometry and variable of each kind where the file's own case can't be read.
+/// One geometry and variable of each kind, used if the file's own case can't be read.
 CaseMetaData caseOf(const Writer::ResultImage& image) {
   CaseMetaData fallback;
   fallback.numGeometries = fallback.numTimesets = fallback.numVariables = 2;
@@ -85,7 +86,7 @@ CaseMetaData caseOf(const Writer::ResultImage& image) {
   return fallback;
 }
 
-/// Each record by itself, so that none hides behind the failure of another.
+/// Reads each record by itself, so that the failure of one doesn't hide another.
 void readOneByOne(const Writer::ResultImage& image) {
   const CaseMetaData context = caseOf(image);
   const auto read = [&image](const char* path, auto&& reader) {

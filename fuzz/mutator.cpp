@@ -13,7 +13,7 @@
 #include "writer/recipes.hpp"
 #include "writer/streams.hpp"
 
-/// libFuzzer's own mutations: changes the bytes in place, up to `maxSize`, and returns their size.
+/// libFuzzer's own mutations: change the bytes in place, up to `maxSize`, and return their size.
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
 
 namespace morvex::Fuzz {
@@ -155,7 +155,7 @@ void Mutator::mutateRecipes(Bytes& record) {
 
 void Mutator::mutateRecipe(Recipe& recipe) {
   switch (below(6)) {
-    case 0: {  // the tag of a class; those within wrappers stand at odd places
+    case 0: {  // the tag of a class; those in wrappers are at odd offsets
       if (recipe.classStream.size() < 16) return mutateBytes(recipe.classStream);
       const std::int32_t tag = kFirstTag + static_cast<std::int32_t>(below(kTagCount));
       const std::size_t words = recipe.classStream.size() / 4 - 3;
@@ -171,7 +171,7 @@ void Mutator::mutateRecipe(Recipe& recipe) {
       mutateNumber(std::as_writable_bytes(
           std::span(&recipe.inputCounts[below(recipe.inputCounts.size())], 1)));
       break;
-    case 3: {  // one input more, for one of the procedures
+    case 3: {  // one more input for one procedure
       if (recipe.inputCounts.empty()) return;
       const std::size_t procedure = below(recipe.inputCounts.size());
       std::size_t at = 0;
@@ -243,7 +243,7 @@ void Mutator::mutateStream(Bytes& stream) {
 void Mutator::mutateNumber(std::span<std::byte> bytes) {
   if (bytes.empty()) return;
   const std::size_t width = std::min<std::size_t>(std::size_t{1} << below(4), bytes.size());
-  // Most records are made of words.
+  // Most records consist of 32-bit words.
   const std::size_t step = oneIn(4) ? 1 : std::min<std::size_t>(width, 4);
   const std::size_t at = below((bytes.size() - width) / step + 1) * step;
   std::uint64_t value = 0;
@@ -308,7 +308,7 @@ void Mutator::resize(std::vector<T>& items) {
 
 namespace {
 
-/// What may become of an input once it is a container again.
+/// Mutations of the input after it is a container again.
 std::size_t handOver(const ResultImage& image, std::mt19937& random, std::uint8_t* data,
                      std::size_t maxSize) {
   const Bytes bytes = containerBytes(image, random);

@@ -10,23 +10,23 @@
 
 namespace morvex::Fuzz {
 
-/// Changes one thing in the datasets of a file, such that the rest stays readable: mutations meet
-/// the code behind the container, the lists and the zlib streams, not only their checks.
+/// Changes one thing in the datasets of a file and keeps the rest readable, so that mutations reach
+/// the code after the checks of the container, the lists and the zlib streams.
 ///
-/// | dataset | what is changed |
+/// | dataset | change |
 /// |---|---|
 /// | recipes | class tags, wiring, numbers of inputs, keys, labels; whole recipes |
 /// | encoded data | header, chunk table, and the bytes within a zlib stream |
 /// | outliers | the bytes within their zlib stream |
-/// | all others | numbers and bytes where they stand |
-/// | any | taken away, copied, exchanged, put beside another under a name that recipes ask for |
+/// | all others | numbers and bytes in place |
+/// | any | removed, copied, exchanged, added under a name that recipes refer to |
 class Mutator {
  public:
   explicit Mutator(std::mt19937& random) : random_(random) {}
 
   /// An image without datasets has nothing to mutate.
   void mutate(Writer::ResultImage& image);
-  /// Takes over some datasets of another file, which must have some, as the image itself.
+  /// Copies some datasets of another file. Neither may be empty.
   void cross(Writer::ResultImage& image, const Writer::ResultImage& other);
 
  private:

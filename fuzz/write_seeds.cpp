@@ -1,5 +1,5 @@
-// Writes the seeds of all fuzzers, from which their mutations start: write_seeds DIRECTORY makes
-// one folder for each fuzzer.
+// Writes the seeds of all fuzzers, the start of their mutations: write_seeds DIRECTORY creates one
+// folder per fuzzer.
 
 #include <algorithm>
 #include <cstdio>
@@ -28,6 +28,11 @@ using Kelbor::DataTypes::kInt32;
 using Kelbor::DataTypes::kUInt64;
 
 using Ints = std::vector<std::int32_t>;
+
+ParameterBlocks& blocks() {
+  static ParameterBlocks all;
+  return all;
+}
 const Ints kValues{3, -1, 4, 1, -5, 9, 2, 6};
 
 class SeedFolder {
@@ -42,7 +47,7 @@ class SeedFolder {
               static_cast<std::streamsize>(content.size()));
     if (!out.flush()) throw std::runtime_error("Can't write " + (path_ / name).string());
   }
-  /// As the writer makes a container, and as the fuzzers' mutations do.
+  /// Once as the writer composes a container, once as the fuzzers' mutations do.
   void put(const std::string& name, const ResultImage& image, bool deflateRecords = false) const {
     image.write((path_ / (name + ".sdf")).string(), deflateRecords);
     std::mt19937 random(1);
@@ -53,7 +58,7 @@ class SeedFolder {
   std::filesystem::path path_;
 };
 
-/// What a chain of fuzz_chain is given, in the order in which procedures ask for it.
+/// The parameters of a chain of fuzz_chain, in the order in which procedures read them.
 class ChainSeed {
  public:
   explicit ChainSeed(const RecipeBuilder& recipe) {
@@ -89,7 +94,7 @@ class ChainSeed {
 };
 
 template <class T = std::int32_t>
-Bytes chunked(const Ints& values, Chaining chaining = Chaining::differences) {
+Bytes chunked(const Ints& values, Chaining chaining = Chaining::kDifferences) {
   const std::vector<T> typed(values.begin(), values.end());
   return chunkedStream(std::span<const T>(typed), chaining, {.tableChunks = 2});
 }
@@ -104,42 +109,43 @@ void writeValueChains(const SeedFolder& folder) {
   const Ints edges{0, 1, 0, 2, 4, 5};
   const std::vector<std::uint64_t> starts{0, 2};
 
-  folder.put(
-      "plain",
-      ChainSeed(valueRecipe({})).block(decompressionBlock(kInt32)).input(chunked(kValues)).image());
+  folder.put("plain", ChainSeed(valueRecipe({}))
+                          .block(blocks().decompression(kInt32))
+                          .input(chunked(kValues))
+                          .image());
   folder.put("short", ChainSeed(valueRecipe({}))
-                          .block(decompressionBlock(Kelbor::DataTypes::kInt16))
+                          .block(blocks().decompression(Kelbor::DataTypes::kInt16))
                           .input(chunked<std::int16_t>(kValues))
                           .image());
   folder.put("long", ChainSeed(valueRecipe({}))
-                         .block(decompressionBlock(kUInt64))
+                         .block(blocks().decompression(kUInt64))
                          .input(chunked<std::uint64_t>(kValues))
                          .image());
   folder.put("time_one", ChainSeed(valueRecipe({.timeReferences = {"[ts-1]"}}))
-                             .block(decompressionBlock(kInt32))
+                             .block(blocks().decompression(kInt32))
                              .input(chunked(kValues))
                              .reference(kValues)
                              .image());
   folder.put("time_two", ChainSeed(valueRecipe({.timeReferences = {"[ts-1]", "[ts+1]"}}))
-                             .block(decompressionBlock(kInt32))
+                             .block(blocks().decompression(kInt32))
                              .input(chunked(kValues))
                              .reference(kValues)
                              .reference(kValues)
                              .image());
   folder.put("forest", ChainSeed(valueRecipe({.edgeListKey = "e", .treeStartsKey = "s"}))
-                           .block(decompressionBlock(kInt32))
-                           .input(chunked(kValues, Chaining::none))
+                           .block(blocks().decompression(kInt32))
+                           .input(chunked(kValues, Chaining::kNone))
                            .reference(edges)
                            .reference(starts)
                            .image());
   folder.put("uniform", ChainSeed(valueRecipe({.dequantise = true}))
-                            .block(dequantizationBlock(true, uniform))
+                            .block(blocks().dequantization(true, uniform))
                             .input(chunked(kValues))
                             .input(positions)
                             .input(outliers)
                             .image());
   folder.put("split", ChainSeed(valueRecipe({.dequantise = true, .split = true}))
-                          .block(dequantizationBlock(false, uniform))
+                          .block(blocks().dequantization(false, uniform))
                           .input({})
                           .input(positions)
                           .input(outliers)
@@ -148,7 +154,7 @@ void writeValueChains(const SeedFolder& folder) {
   for (const auto& setting : {adaptive, shift}) {
     folder.put(setting == adaptive ? "exponents" : "shifts",
                ChainSeed(valueRecipe({.dequantise = true, .exponentsKey = "_qe"}))
-                   .block(dequantizationBlock(true, setting))
+                   .block(blocks().dequantization(true, setting))
                    .input(chunked(kValues))
                    .input(positions)
                    .input(outliers)
@@ -157,11 +163,11 @@ void writeValueChains(const SeedFolder& folder) {
   }
 }
 
-/// Chains that no kind of data asks for by itself, and those with parameters of their own.
+/// Chains that no kind of data uses by itself, and those with parameters of their own.
 void writeOtherChains(const SeedFolder& folder) {
   const IdWindowPayloads ids = idWindowPayloads(Ints{5, 6, 5, 5, 7, 6, 3, 7}, 2);
   folder.put("windows", ChainSeed(idWindowRecipe())
-                            .block(windowBlock())
+                            .block(blocks().window())
                             .input(ids.references)
                             .input(ids.newIds)
                             .image());
@@ -171,37 +177,37 @@ void writeOtherChains(const SeedFolder& folder) {
                            .image());
 
   RecipeBuilder sums("sums");
-  const std::uint32_t values = sums.add(ClassTag::decoderZlib, {chainInput(0)});
-  const std::uint32_t simple = sums.add(ClassTag::simpleSums, {outputOf(values)});
-  sums.add(ClassTag::offsetSums, {outputOf(simple)}, "Uncompressed");
+  const std::uint32_t values = sums.add(ClassTag::kDecoderZlib, {chainInput(0)});
+  const std::uint32_t simple = sums.add(ClassTag::kSimpleSums, {outputOf(values)});
+  sums.add(ClassTag::kOffsetSums, {outputOf(simple)}, "Uncompressed");
   folder.put("sums", ChainSeed(sums)
                          .parameters(ByteWriter().i32(kInt32.enumerator()).u64(2))
                          .input(plainStream(kValues))
                          .image());
 
   RecipeBuilder single("single");
-  single.add(ClassTag::chunkedZlib, {chainInput(0)}, "Uncompressed");
+  single.add(ClassTag::kChunkedZlib, {chainInput(0)}, "Uncompressed");
   folder.put("single", ChainSeed(single)
                            .parameters(ByteWriter().i32(kInt32.enumerator()).u64(16))
-                           .input(planeStream<std::int32_t>(kValues, Chaining::differences, 16))
+                           .input(planeStream<std::int32_t>(kValues, Chaining::kDifferences, 16))
                            .image());
 }
 
-/// Room for the values, their cut, a window, then the stream; bit 7 of the second byte asks for a
-/// header and a checksum around bare deflate blocks.
+/// Bytes of a seed: room for the values; their division into chunks; two bits for the kind of what
+/// follows (a stream, bare deflate blocks, material for blocks, the same divided) and a window.
 void writeInflateSeeds(const SeedFolder& folder) {
   Ints values;
   for (int i = 0; i < 1000; ++i) values.push_back(i % 7 * i);
-  const Bytes planes = planeStream<std::int32_t>(values, Chaining::differences, 256);
+  const Bytes planes = planeStream<std::int32_t>(values, Chaining::kDifferences, 256);
   const Bytes window = windowStream<std::int32_t>(values);
-  const ByteWriter front = ByteWriter().u8(125).u8(3 | 4 << 3).u8(9);
+  const ByteWriter front = ByteWriter().u8(125).u8(3 | 4 << 3).u8(9 << 2);
   folder.put("planes", ByteWriter(front).raw(planes).take());
   folder.put("window", ByteWriter(front).raw(window).take());
   folder.put("plain", ByteWriter(front).raw(plainStream(values)).take());
   folder.put("blocks", ByteWriter()
                            .u8(125)
-                           .u8(0x80 | 3 | 4 << 3)
-                           .u8(9)
+                           .u8(3 | 4 << 3)
+                           .u8(9 << 2 | 1)
                            .raw(std::span(window).subspan(2, window.size() - 6))
                            .take());
 }
@@ -209,7 +215,7 @@ void writeInflateSeeds(const SeedFolder& folder) {
 void writeSeeds(const std::filesystem::path& directory) {
   for (const StoredForm& form : kStoredForms) {
     const ResultImage image = imageOf(form);
-    for (const char* fuzzer : {"fuzz_exports", "fuzz_container", "fuzz_records"}) {
+    for (const char* fuzzer : {"fuzz_exports", "fuzz_api", "fuzz_container", "fuzz_records"}) {
       SeedFolder(directory / fuzzer).put(form.name, image, form.deflatesRecords);
     }
   }
@@ -226,7 +232,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "Usage: write_seeds DIRECTORY\n");
     return 2;
   }
-  Kelbor::getLogger().setLogLevel(Kelbor::LogLevel::error);
+  Kelbor::getLogger().setLogLevel(Kelbor::LogLevel::kError);
   try {
     writeSeeds(argv[1]);
     return 0;

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
+#include <iterator>
 #include <span>
 #include <stdexcept>
 #include <string_view>
@@ -14,7 +17,7 @@ namespace morvex::Writer {
 
 using Bytes = std::vector<std::byte>;
 
-/// Appends values packed and little-endian, as every record of a file stores them.
+/// Appends values packed and little-endian, the form of every record of a file.
 class ByteWriter {
  public:
   ByteWriter() = default;
@@ -23,14 +26,21 @@ class ByteWriter {
     u32(version.major).u32(version.minor).u32(version.patch);
   }
 
-  ByteWriter& u8(std::uint8_t value) { return put(value); }
-  ByteWriter& u32(std::uint32_t value) { return put(value); }
-  ByteWriter& i32(std::int32_t value) { return put(value); }
-  ByteWriter& u64(std::uint64_t value) { return put(value); }
-  ByteWriter& f32(float value) { return put(value); }
-  ByteWriter& f64(double value) { return put(value); }
+  ByteWriter& u8(std::uint8_t value) { return u8({value}); }
+  ByteWriter& u32(std::uint32_t value) { return u32({value}); }
+  ByteWriter& i32(std::int32_t value) { return i32({value}); }
+  ByteWriter& u64(std::uint64_t value) { return u64({value}); }
+  ByteWriter& f32(float value) { return f32({value}); }
+  ByteWriter& f64(double value) { return f64({value}); }
 
-  /// The elements one after the other, without a count.
+  ByteWriter& u8(std::initializer_list<std::uint8_t> values) { return put(values); }
+  ByteWriter& u32(std::initializer_list<std::uint32_t> values) { return put(values); }
+  ByteWriter& i32(std::initializer_list<std::int32_t> values) { return put(values); }
+  ByteWriter& u64(std::initializer_list<std::uint64_t> values) { return put(values); }
+  ByteWriter& f32(std::initializer_list<float> values) { return put(values); }
+  ByteWriter& f64(std::initializer_list<double> values) { return put(values); }
+
+  /// The elements in order, without a count.
   template <class T>
   ByteWriter& array(const std::vector<T>& values) {
     return raw(std::as_bytes(std::span(values)));
@@ -41,10 +51,11 @@ class ByteWriter {
     return *this;
   }
   ByteWriter& raw(std::span<const std::byte> bytes) {
-    bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+    // One by one: GCC 12 takes an inlined insertion of nothing for a copy past the block.
+    std::ranges::copy(bytes, std::back_inserter(bytes_));
     return *this;
   }
-  /// The characters alone.
+  /// The characters, without length or zero.
   ByteWriter& text(std::string_view text) { return raw(std::as_bytes(std::span(text))); }
   /// `u64` length and the characters.
   ByteWriter& countedText(std::string_view value) { return u64(value.size()).text(value); }
@@ -61,8 +72,8 @@ class ByteWriter {
 
  private:
   template <class T>
-  ByteWriter& put(T value) {
-    return raw(std::as_bytes(std::span(&value, 1)));
+  ByteWriter& put(std::initializer_list<T> values) {
+    return raw(std::as_bytes(std::span(values)));
   }
 
   Bytes bytes_;

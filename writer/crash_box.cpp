@@ -9,6 +9,7 @@
 namespace morvex::Writer {
 namespace {
 
+// Lengths in mm.
 constexpr double kTubeWidth = 80.0;
 constexpr double kTubeHeight = 300.0;
 constexpr double kLargestCrush = 0.6;  // of the tube's height
@@ -24,6 +25,8 @@ constexpr int kHexahedra = 26;
 
 constexpr std::size_t kParticles = 25;
 
+// How coarsely values are stored, in their units; stress by relative error, temperature in per cent
+// of the largest.
 constexpr double kCoordinateStep = 0.005;
 constexpr double kDisplacementStep = 0.01;
 constexpr double kStrainStep = 1e-4;
@@ -56,9 +59,11 @@ float asFloat(double value) {
 CrashBox::CrashBox(const Options& options)
     : steps_(std::max(options.steps, 1)), tableChunks_(options.tableChunks) {
   const double nodes = std::max(options.nodes, 100U);
+  // Shares of the nodes: shells, solids and the flat plate compress differently.
   makeTube(0.6 * nodes);
   makeBlock(0.3 * nodes);
   makePlate(0.1 * nodes);
+  // The relative step of the temperature depends on its largest value.
   for (const ValueKey& key : keys(kTemperature)) {
     for (const float value : values(kTemperature, key)) {
       largestTemperature_ = std::max(largestTemperature_, std::abs(double{value}));
@@ -67,6 +72,7 @@ CrashBox::CrashBox(const Options& options)
 }
 
 void CrashBox::makeTube(double nodes) {
+  // Nodes around, a multiple of 4 so that the corners get one each; about 1.5 times as many rows.
   const auto around = 4 * std::max(static_cast<int>(std::sqrt(nodes / 1.5) / 4.0), 2);
   const int rows = std::max(static_cast<int>(nodes) / around, 2);
   for (int row = 0; row < rows; ++row) {
@@ -89,6 +95,7 @@ void CrashBox::makeTube(double nodes) {
 
 void CrashBox::makeBlock(double nodes) {
   const int side = std::max(static_cast<int>(std::cbrt(nodes)), 3);
+  // Node numbers count from 1.
   const auto at = [side](int i, int j, int k) { return (k * side + j) * side + i + 1; };
   for (int k = 0; k < side; ++k) {
     for (int j = 0; j < side; ++j) {
@@ -107,7 +114,7 @@ void CrashBox::makeBlock(double nodes) {
           hexahedra.insert(hexahedra.end(),
                            {at(i - 1, j - 1, z), at(i, j - 1, z), at(i, j, z), at(i - 1, j, z)});
         }
-        if (k > 1) continue;
+        if (k > 1) continue;  // border faces are those of the lowest layer, seen from below
         auto& faces = borderFaces_.connectivity.nodes;
         faces.insert(faces.end(),
                      {at(i - 1, j - 1, 0), at(i - 1, j, 0), at(i, j, 0), at(i, j - 1, 0)});
@@ -116,7 +123,7 @@ void CrashBox::makeBlock(double nodes) {
       }
     }
   }
-  borderFaces_.connectivity.ids = Ids::windows;
+  borderFaces_.connectivity.ids = Ids::kWindows;
 }
 
 void CrashBox::makePlate(double nodes) {
@@ -149,6 +156,7 @@ float CrashBox::timeOf(int step) const {
 }
 
 double CrashBox::progress(int step) const {
+  // The block slows down: most of the crush is in the first steps.
   return steps_ < 2 ? 0.0 : std::sqrt(static_cast<double>(step) / (steps_ - 1));
 }
 
@@ -169,7 +177,7 @@ std::array<double, 3> CrashBox::positionOf(int part, const Node& node, int step)
   std::array<double, 3> at = node.position;
   const double crush = kLargestCrush * progress(step);
   if (part == kTube) {
-    // Folds go in on two sides of the tube where they go out on the others.
+    // Where folds point inwards on two sides of the tube, they point outwards on the others.
     const auto [x, y] = onSquare(node.around);
     const double fold = kFoldDepth * progress(step) *
                         std::sin(std::numbers::pi * kFolds * node.along) *
@@ -239,7 +247,7 @@ Tolerance CrashBox::toleranceOf(Variable variable) const {
 
 std::vector<ValueKey> CrashBox::keys(Variable variable) const {
   std::vector<ValueKey> result;
-  const int steps = variable == kSoundPressure ? 1 : steps_;
+  const int steps = variable == kSoundPressure ? 1 : steps_;  // which has no time set
   for (int step = 0; step < steps; ++step) {
     for (int part = 0; part < kPartCount; ++part) {
       const ValueKey key{.step = step, .part = part};
@@ -298,7 +306,7 @@ double CrashBox::nodeValue(Variable variable, const ValueKey& key, std::size_t i
   }
 }
 
-/// `place` is that of the element among those of its type, from 0 to 1.
+/// `place` is the element's position among those of its type, from 0 to 1.
 double CrashBox::elementValue(Variable variable, const ValueKey& key, double place) const {
   const double done = progress(key.step);
   const double bending = std::abs(std::sin(40.0 * place)) * (key.part == kTube ? 1.0 : 0.05);
@@ -345,8 +353,8 @@ ResultFileBuilder CrashBox::file() const {
       const auto [x, y, z] = coordinates(step, p);
       part.nodes(x, y, z, step);
     }
-    // Solids by windows, shells by differences.
-    const Ids ids = p == kBlock ? Ids::windows : Ids::differences;
+    // Node ids of solids as windows, those of shells as differences.
+    const Ids ids = p == kBlock ? Ids::kWindows : Ids::kDifferences;
     for (const auto& [type, nodes] : elements(p)) part.elements(type, nodes, ids);
     if (p == kBlock) part.borderFaces(kQuads, borderFaces_);
   }
@@ -355,8 +363,8 @@ ResultFileBuilder CrashBox::file() const {
     file.particles().nodes(x, y, z, step);
   }
 
-  constexpr auto kNode = Location::perNode;
-  constexpr auto kElement = Location::perElement;
+  constexpr auto kNode = Location::kPerNode;
+  constexpr auto kElement = Location::kPerElement;
   constexpr std::uint32_t kVector = 2;
   const auto add = [&](Variable v, Location location, std::uint32_t type = 1) -> VariableBuilder& {
     VariableBuilder& variable = file.variable(nameOf(v), location, type);

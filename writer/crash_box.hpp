@@ -10,15 +10,16 @@
 
 namespace morvex::Writer {
 
-/// How far a value that is read may be from the true one: the larger of the two counts.
+/// How far a value that is read may be from the true one: `absolute` plus `relative` times the
+/// magnitude of the true value.
 struct Tolerance {
   double absolute = 0.0;
   double relative = 0.0;
 };
 
-/// A square tube of shells that is crushed by a falling block of solids, with a plate below it and
-/// a few fragments: a model of which every number is known, and which uses every way of storing
-/// data. Lengths are in mm, times in ms. The same options give the same numbers.
+/// A falling block of solids crushes a square tube of shells on a plate, and a few fragments fly
+/// off: a model whose every number is known, stored in every form that the format has. Lengths are
+/// in mm, times in ms. The same options give the same numbers.
 ///
 /// | variable | location | stored |
 /// |---|---|---|
@@ -34,7 +35,7 @@ struct Tolerance {
 class CrashBox {
  public:
   struct Options {
-    std::uint32_t nodes = 10'000;  ///< About as many are made.
+    std::uint32_t nodes = 10'000;  ///< Approximate number.
     int steps = 20;
     std::uint64_t tableChunks = 4;
   };
@@ -55,13 +56,13 @@ class CrashBox {
 
   explicit CrashBox(const Options& options);
 
-  /// The file's content; all that is in it comes from the functions below.
+  /// The file's content, made of the results of the functions below.
   [[nodiscard]] ResultFileBuilder file() const;
 
   [[nodiscard]] int steps() const noexcept { return steps_; }
   [[nodiscard]] float timeOf(int step) const;
   [[nodiscard]] std::size_t nodeCount(int part) const;
-  /// Node numbers of a part's elements by type; they count from 1.
+  /// Node numbers of a part's elements by type, from 1.
   [[nodiscard]] const std::map<int, std::vector<std::int32_t>>& elements(int part) const;
   [[nodiscard]] std::size_t elementCount(int part, int type) const;
 
@@ -81,7 +82,7 @@ class CrashBox {
   [[nodiscard]] Tolerance toleranceOf(Variable variable) const;
 
  private:
-  /// A node before anything moves, with its place on the part's surface, both from 0 to 1.
+  /// A node at rest, with its two coordinates on the part's surface, each from 0 to 1.
   struct Node {
     std::array<double, 3> position;
     double around = 0.0;

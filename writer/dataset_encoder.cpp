@@ -29,7 +29,7 @@ std::string variableGroup(const std::string& name, int step, int part) {
   return "/variable/" + name + "/" + text(step) + "/" + text(part) + "/";
 }
 
-/// Reading a result named "Uncompressed" that stands for itself.
+/// A recipe whose result "Uncompressed" is the dataset's own values.
 RecipeBuilder plainRecipe(const char* label = "DefaultDecompression") {
   return valueRecipe({.label = label});
 }
@@ -59,6 +59,7 @@ double largestMagnitude(const VariableBuilder& variable) {
 
 void DatasetEncoder::put(const std::string& path, const RecipeBuilder& recipe, const Bytes& payload,
                          std::int32_t parameters) {
+  // Equal recipes share a number.
   const auto [number, isNew] = recipeNumbers_.try_emplace(
       {recipe.label(), recipe.block()}, static_cast<std::int32_t>(recipes_.size()));
   if (isNew) recipes_.push_back(recipe);
@@ -67,7 +68,7 @@ void DatasetEncoder::put(const std::string& path, const RecipeBuilder& recipe, c
 
 template <class T>
 Bytes DatasetEncoder::rowPayload(const std::vector<T>& values) const {
-  return chunkedStream(std::span<const T>(values), Chaining::differences,
+  return chunkedStream(std::span<const T>(values), Chaining::kDifferences,
                        {.tableChunks = file_.tableChunks_});
 }
 
@@ -76,6 +77,7 @@ void DatasetEncoder::putWithParameters(const std::string& path, const std::vecto
                                        std::int32_t dataType) {
   const Bytes block = storedParameters(values.size(), dataType);
   const auto [number, isNew] =
+      // Datasets count parameter blocks from 1; 0 means none.
       parameterNumbers_.try_emplace(block, static_cast<std::int32_t>(parameters_.size() + 1));
   if (isNew) parameters_.push_back(block);
   put(path, plainRecipe(kStoredParametersLabel), rowPayload(values), number->second);
@@ -121,9 +123,10 @@ void DatasetEncoder::encodeGeometries() {
 
 void DatasetEncoder::encodeCoordinates(const std::string& group, const PartBuilder& part,
                                        const Quantisation& how, const PartState& state) {
-  const bool isAdaptive = how.kind == Kind::adaptiveShift;
+  const bool isAdaptive = how.kind == Kind::kAdaptiveShift;
+  // Readers take the coordinates of blocks as raw words, whatever the model's precision.
   const bool isExact =
-      how.kind == Kind::exact || part.type != 0 || (isAdaptive && !part.isAdaptive);
+      how.kind == Kind::kExact || part.type != 0 || (isAdaptive && !part.isAdaptive);
   ExponentTable table;
   if (isAdaptive && !isExact) {
     table = shiftTable(magnitudesOf(state), how.parameter);
@@ -146,7 +149,7 @@ void DatasetEncoder::encodeCoordinates(const std::string& group, const PartBuild
 }
 
 void DatasetEncoder::encodeConnectivity(const std::string& path, const Connectivity& connectivity) {
-  if (connectivity.ids == Ids::differences) {
+  if (connectivity.ids == Ids::kDifferences) {
     put(path, plainRecipe(), rowPayload(connectivity.nodes));
     return;
   }
@@ -179,7 +182,7 @@ void DatasetEncoder::encodeVariables() {
   for (const auto& variable : file_.variables_) {
     std::map<ValueKey, Series> seriesByKey;
     for (const auto& [key, values] : variable->values) {
-      ValueKey ofSeries = key;
+      ValueKey ofSeries = key;  // one key for all steps
       ofSeries.step = 0;
       seriesByKey[ofSeries].emplace(key.step, &values);
     }
@@ -191,32 +194,35 @@ Bytes DatasetEncoder::spatialPayload(ValueRecipe& recipe, const VariableBuilder&
                                      const ValueKey& key, const Words& words) {
   if (!variable.isAlongForest) return rowPayload(words);
   const Forest forest = forestOf(words.size());
-  // Readers put the part in place of the fourth component, and the number that the dataset's name
-  // begins with in place of "<e>": the element type, or the component of values per node.
-  const std::string name = variable.location == Location::perNode ? "_node" : "_element";
-  const int number = variable.location == Location::perNode ? key.component : key.elementType;
+  // Readers replace the fourth component by the part, and "<e>" by the number at the start of the
+  // dataset's name: the element type, or the component of values per node.
+  const std::string name = variable.location == Location::kPerNode ? "_node" : "_element";
+  const int number = variable.location == Location::kPerNode ? key.component : key.elementType;
   const std::string root = "/geometry/" + text(variable.geometryIndex) + "/0/";
   putForest(root + text(key.part) + "/" + text(number) + name, words.size(), forest);
   recipe.edgeListKey = root + "<p>/<e>" + name + kEdgeListSuffix;
   recipe.treeStartsKey = root + "<p>/<e>" + name + kTreeStartsSuffix;
   return chunkedStream(std::span<const std::int32_t>(differencesAlong(forest, words)),
-                       Chaining::none, {.tableChunks = file_.tableChunks_});
+                       Chaining::kNone, {.tableChunks = file_.tableChunks_});
 }
 
 void DatasetEncoder::encodeSeries(const VariableBuilder& variable, const ValueKey& key,
                                   const Series& series) {
   const Quantisation& how = variable.quantisation;
-  const bool isExact = how.kind == Kind::exact;
-  const bool isAdaptive = how.kind == Kind::adaptiveExponent;
+  const bool isExact = how.kind == Kind::kExact;
+  const bool isAdaptive = how.kind == Kind::kAdaptiveExponent;
+  // In time differences a step refers to the integers of others, which need a dataset of their own.
   const bool isSplit = !isExact && (variable.isSplit || variable.usesTimeDifferences);
-  if (how.kind == Kind::adaptiveShift || (isAdaptive && isSplit)) {
+  if (how.kind == Kind::kAdaptiveShift || (isAdaptive && isSplit)) {
     throw std::logic_error("No recipe stores variable " + variable.name + " that way");
   }
-  const double step = how.kind == Kind::relative
+  const double step = how.kind == Kind::kRelative
                           ? relativeStep(how.parameter, largestMagnitude(variable))
                           : how.parameter;
   const auto steps = static_cast<std::int32_t>(file_.stepsOf(variable.timeset));
 
+  // Quantised first, subtracted then: differences of integers are exact, and errors don't add up
+  // over the steps.
   std::map<int, Quantised> quantised;
   std::map<int, ExponentTable> tables;
   for (const auto& [at, values] : series) {
@@ -261,8 +267,10 @@ void DatasetEncoder::encodeSeries(const VariableBuilder& variable, const ValueKe
     ValueRecipe values32 = integers;
     values32.dequantise = true;
     if (isSplit) {
+      // The label has one of three forms, by the number of steps that this one refers to.
       const char* kinds[] = {"", "abs_uniform-Extrapolation:", "abs_uniform-Interpolation:"};
       integers.label = kinds[references.size()] + chaining;
+      // Recipe and header alone: readers take the payload of `path`.
       put(path + "_vquant", valueRecipe(integers), {});
       values32.label = "abs_uniform";
       values32.split = true;

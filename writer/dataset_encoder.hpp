@@ -11,10 +11,11 @@
 
 namespace morvex::Writer {
 
-/// Largest absolute finite value of a variable at all its steps; 0 where it has none.
+/// Largest absolute finite value of a variable over all its steps; 0 if it has none.
 [[nodiscard]] double largestMagnitude(const VariableBuilder& variable);
 
-/// Encodes the datasets of a file and collects the recipes and parameters that they refer to.
+/// Encodes the datasets of a file and collects the recipes and parameters that they refer to. Both
+/// begin with those that the file's builder has, whose numbers must not change.
 class DatasetEncoder {
  public:
   DatasetEncoder(const ResultFileBuilder& file, ResultImage& image)
@@ -35,18 +36,22 @@ class DatasetEncoder {
   void encodeConnectivity(const std::string& path, const Connectivity& connectivity);
   void encodeElements(const std::string& group, const PartState& state);
 
+  /// All steps of one component on one part: differences between steps need the whole series.
   void encodeSeries(const VariableBuilder& variable, const ValueKey& key, const Series& series);
-  /// `recipe` says how the words are chained; adds the keys of its forest.
+  /// `recipe` describes how the words are chained; adds the keys of its forest.
   [[nodiscard]] Bytes spatialPayload(ValueRecipe& recipe, const VariableBuilder& variable,
                                      const ValueKey& key, const Words& words);
+  /// Writes a forest once, for all variables and steps of a part. std::logic_error for another size
+  /// under the same path.
   void putForest(const std::string& prefix, std::uint64_t places, const Forest& forest);
+  /// Lists of positions and values beside a dataset, without a header; none where none are needed.
   void putOutliers(const std::string& path, const Quantised& quantised);
   void putExponents(const std::string& path, const ExponentTable& table);
 
   /// A dataset with its header.
   void put(const std::string& path, const RecipeBuilder& recipe, const Bytes& payload,
            std::int32_t parameters = 0);
-  /// Values that stand for themselves, with parameters of their own.
+  /// A dataset of plain values with its own parameters.
   template <class T>
   void putWithParameters(const std::string& path, const std::vector<T>& values,
                          std::int32_t dataType);
@@ -59,7 +64,7 @@ class DatasetEncoder {
   std::map<std::pair<std::string, Bytes>, std::int32_t> recipeNumbers_;
   std::vector<Bytes> parameters_;
   std::map<Bytes, std::int32_t> parameterNumbers_;
-  /// Places of the forests that have been written, by path.
+  /// Number of positions of each forest that has been written, by path.
   std::map<std::string, std::uint64_t> forests_;
 };
 

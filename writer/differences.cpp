@@ -16,7 +16,7 @@ std::int32_t meanOf(std::int32_t a, std::int32_t b) {
   return static_cast<std::int32_t>(sum) >> 1;
 }
 
-/// Blocks count from 0: of each run of `maxDepth` + 1 blocks the last one ends in a key step.
+/// Blocks count from 0: the last block of each run of `maxDepth` + 1 ends in a key step.
 bool endsInForcedKey(std::int32_t block, std::int32_t maxDepth) {
   return maxDepth > 0 && (block + 1) % (maxDepth + 1) == 0;
 }
@@ -31,6 +31,7 @@ Words differencesTo(const Words& words, const Words& a, const Words& b) {
   if (a.size() != words.size() || b.size() != words.size()) {
     throw std::logic_error("Time differences need the same number of values in each step");
   }
+  // The mean of a step with itself would lose the bit that wraps.
   const bool hasOneReference = &a == &b;
   Words result(words.size());
   for (std::size_t i = 0; i < words.size(); ++i) {
@@ -58,6 +59,7 @@ Forest forestOf(std::uint64_t places, std::uint64_t treeSize) {
     const std::uint64_t size = std::min(treeSize, places - begin);
     if (size == 1) continue;
     forest.starts.push_back(forest.edges.size() / 2);
+    // The layout of a heap: node i has the parent (i - 1) / 2, which comes first.
     for (std::uint64_t i = 1; i < size; ++i) {
       forest.edges.push_back(static_cast<std::int32_t>(begin + (i - 1) / 2));
       forest.edges.push_back(static_cast<std::int32_t>(begin + i));
@@ -81,6 +83,8 @@ std::vector<std::int32_t> timeReferences(std::int32_t step, std::int32_t steps,
   if (blockSize < 2) throw std::logic_error("Time differences need blocks of steps");
   const std::int32_t wholeBlocks = (steps - 1) / blockSize;
   const std::int32_t lastOfBlocks = wholeBlocks * blockSize;
+  // The ends of the whole blocks and the last step are key steps. Steps between the last two refer
+  // to the one before.
   if (step == 0 || step == lastOfBlocks || step == steps - 1) return {};
   if (step > lastOfBlocks) return {-1};
   const std::int32_t place = step % blockSize;
@@ -88,7 +92,7 @@ std::vector<std::int32_t> timeReferences(std::int32_t step, std::int32_t steps,
     if (endsInForcedKey(step / blockSize - 1, maxDepth)) return {};
     return {-blockSize};
   }
-  // A step halves the gap between two steps that are as far away as it is divisible by two.
+  // Step s lies midway between s - d and s + d, where d is the largest power of two that divides s.
   const std::int32_t reach = place & -place;
   return {-reach, reach};
 }

@@ -5,36 +5,36 @@
 #include <string>
 #include <vector>
 
-/// What is stored in place of integers: the other side of each kind of sum. All arithmetic wraps in
-/// 32 bits.
+/// What is stored in place of integers: the inverse of each kind of sum. All arithmetic wraps in 32
+/// bits.
 namespace morvex::Writer {
 
 using Words = std::vector<std::int32_t>;
 
-/// words - a, or words - (a + b) >> 1 with two references.
+/// words - a; with two references words - ((a + b) >> 1).
 [[nodiscard]] Words differencesTo(const Words& words, const Words& a);
 [[nodiscard]] Words differencesTo(const Words& words, const Words& a, const Words& b);
 
-/// Each value less the one before.
+/// Each value minus the one before.
 [[nodiscard]] Words differencesInRow(const Words& words);
-/// Each value less the one at its place in the block before; `blocks` must divide the size.
+/// Each value minus the one at its position in the block before; `blocks` must divide the size.
 [[nodiscard]] Words differencesOfBlocks(const Words& words, std::uint64_t blocks);
 
-/// Trees over the places of an array.
+/// Trees over the positions of an array.
 struct Forest {
-  /// Pairs of parent and child; trees stand one after the other, each with parents before children.
+  /// Pairs of parent and child, tree after tree, each with parents before children.
   std::vector<std::int32_t> edges;
-  /// For each tree the number of its first pair.
+  /// The index of each tree's first pair.
   std::vector<std::uint64_t> starts;
 };
-/// Binary trees over runs of at most `treeSize` places; a run of one place has no tree.
+/// Binary trees over runs of at most `treeSize` positions; a run of one has no tree.
 [[nodiscard]] Forest forestOf(std::uint64_t places, std::uint64_t treeSize = 63);
-/// Each value less that of its parent; roots, and places without a tree, stay.
+/// Each value minus its parent's; roots, and positions without a tree, stay.
 [[nodiscard]] Words differencesAlong(const Forest& forest, const Words& words);
 
-/// Other steps that a step of a series in time differences is stored against, as distances; none
-/// for a key step. Those of a series of `steps` in blocks of `blockSize` (a power of two from 2),
-/// with key steps forced after more than `maxDepth` blocks (0: never).
+/// The steps against which a step is stored as a difference, as distances to it; none for a key
+/// step. A series has `steps` steps in blocks of `blockSize` (a power of two from 2), with a key
+/// step forced after more than `maxDepth` blocks (0: never).
 [[nodiscard]] std::vector<std::int32_t> timeReferences(std::int32_t step, std::int32_t steps,
                                                        std::int32_t blockSize,
                                                        std::int32_t maxDepth);

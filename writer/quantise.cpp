@@ -8,7 +8,7 @@
 namespace morvex::Writer {
 namespace {
 
-/// Words beyond are left to the outliers, so that differences of words never wrap.
+/// Larger words become outliers, so that differences of words never wrap.
 constexpr double kLargestWord = 1 << 30;
 
 template <class StepOf>
@@ -17,7 +17,7 @@ Quantised quantiseBy(std::span<const float> values, StepOf&& stepOf) {
   result.words.reserve(values.size());
   for (std::size_t i = 0; i < values.size(); ++i) {
     const double word = std::nearbyint(static_cast<double>(values[i]) / stepOf(i));
-    if (std::abs(word) <= kLargestWord) {  // false for NaN, too
+    if (std::abs(word) <= kLargestWord) {  // false for NaN as well
       result.words.push_back(static_cast<std::int32_t>(word));
     } else {
       result.words.push_back(0);
@@ -52,6 +52,7 @@ std::vector<std::int32_t> ExponentTable::words() const {
   return result;
 }
 
+/// For each node the finest step, of up to 16 halvings, that keeps its words within 2^20.
 ExponentTable shiftTable(std::span<const float> magnitudes, double scale) {
   constexpr std::int32_t kLargestShift = 16;
   constexpr double kWordsForValue = 1 << 20;
@@ -67,6 +68,7 @@ ExponentTable shiftTable(std::span<const float> magnitudes, double scale) {
 ExponentTable exponentTable(std::span<const float> values, double error) {
   ExponentTable table;
   for (const float value : values) {
+    // Rounding errs by up to half a step.
     const double coarsest = 2.0 * error * std::abs(static_cast<double>(value));
     const bool hasExponent = std::isfinite(coarsest) && coarsest > 0.0;
     const double exponent = hasExponent ? std::ceil(-std::log2(coarsest)) : 0.0;
@@ -79,6 +81,7 @@ double relativeStep(double percent, double maximum) {
   constexpr double kStepForZero = 0.11111;
   const double step = percent / 100.0 * maximum;
   if (step == 0.0) return kStepForZero;
+  // The same operations in the same order as in readers: the last bit must agree.
   for (int k = -32; k < 32; ++k) {
     const double power = std::pow(10.0, k);
     if (step * power > 10000.0) return std::round(step * power) / power;

@@ -11,28 +11,28 @@ namespace morvex::Writer {
 
 /// How the floats of coordinates or of a variable are stored.
 struct Quantisation {
-  enum class Kind { exact, uniform, relative, adaptiveShift, adaptiveExponent };
-  Kind kind = Kind::exact;
-  /// uniform: the step. relative: per cent of the largest absolute value. adaptiveShift: the
-  /// coarsest step. adaptiveExponent: largest error relative to each value.
+  enum class Kind { kExact, kUniform, kRelative, kAdaptiveShift, kAdaptiveExponent };
+  Kind kind = Kind::kExact;
+  /// kUniform: the step. kRelative: per cent of the largest absolute value. kAdaptiveShift: the
+  /// coarsest step. kAdaptiveExponent: the largest error relative to each value.
   double parameter = 0.0;
 
   [[nodiscard]] static Quantisation exact() { return {}; }
-  [[nodiscard]] static Quantisation uniform(double step) { return {Kind::uniform, step}; }
-  [[nodiscard]] static Quantisation relative(double percent) { return {Kind::relative, percent}; }
+  [[nodiscard]] static Quantisation uniform(double step) { return {Kind::kUniform, step}; }
+  [[nodiscard]] static Quantisation relative(double percent) { return {Kind::kRelative, percent}; }
   /// For coordinates: steps are `scale` / 2^e, finer for nodes near the origin.
   [[nodiscard]] static Quantisation adaptiveShift(double scale) {
-    return {Kind::adaptiveShift, scale};
+    return {Kind::kAdaptiveShift, scale};
   }
   /// For variables: steps are powers of two, finer for smaller values.
   [[nodiscard]] static Quantisation adaptiveExponent(double error) {
-    return {Kind::adaptiveExponent, error};
+    return {Kind::kAdaptiveExponent, error};
   }
 };
 
 struct Quantised {
   std::vector<std::int32_t> words;
-  /// Values that no word stands for within half a step, such as infinities, kept as they are.
+  /// Values that no word represents within half a step, such as infinities, kept unchanged.
   std::vector<std::uint64_t> outlierPositions;
   std::vector<float> outlierValues;
 };
@@ -41,7 +41,7 @@ struct Quantised {
 [[nodiscard]] Quantised quantise(std::span<const float> values, double step);
 [[nodiscard]] Quantised quantise(std::span<const float> values, std::span<const double> steps);
 
-/// Exponents of values, with the scale behind them as two more words.
+/// Exponents of values, followed by the scale as two more words.
 struct ExponentTable {
   std::vector<std::int32_t> exponents;
   double scale = 1.0;
@@ -55,7 +55,7 @@ struct ExponentTable {
 /// Exponents from -100 to 100.
 [[nodiscard]] ExponentTable exponentTable(std::span<const float> values, double error);
 
-/// The step that readers make of a relative setting: percent of `maximum`, cut to five digits.
+/// The step that readers compute from a relative setting: percent of `maximum`, cut to five digits.
 [[nodiscard]] double relativeStep(double percent, double maximum);
 
 /// The bits of floats as integers.

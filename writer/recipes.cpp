@@ -10,6 +10,7 @@ constexpr MetadataVersion kFirstVersion{0, 0, 0};
 constexpr const char* kUncompressedKey = "Uncompressed";
 constexpr const char* kDequantizedKey = "Dequantized";
 
+/// Each kind of input with its tag. An unset one gets a tag that readers refuse.
 class InputWriter : public boost::static_visitor<void> {
  public:
   explicit InputWriter(ByteWriter& out) : out_(out) {}
@@ -33,6 +34,7 @@ void append(Bytes& classStream, const ByteWriter& values) {
   classStream.insert(classStream.end(), values.bytes().begin(), values.bytes().end());
 }
 
+/// Version, "DC", the procedures' classes, the number of inputs of each, the inputs, the keys.
 Bytes blockOf(const Recipe& recipe) {
   ByteWriter out(kFirstVersion);
   out.text("DC").u64(recipe.classStream.size()).raw(recipe.classStream);
@@ -72,7 +74,7 @@ std::uint32_t RecipeBuilder::addParallel(ClassTag inner, std::vector<Recipe::Inp
                                          const std::string& outputKey) {
   const Bytes block = ByteWriter(kFirstVersion).i32(static_cast<std::int32_t>(inner)).take();
   append(entry_.recipe.classStream, ByteWriter()
-                                        .i32(static_cast<std::int32_t>(ClassTag::parallelWrapper))
+                                        .i32(static_cast<std::int32_t>(ClassTag::kParallelWrapper))
                                         .u64(block.size())
                                         .raw(block));
   return addWiring(std::move(inputs), outputKey);
@@ -113,36 +115,37 @@ RecipeBuilder valueRecipe(const ValueRecipe& what) {
   if (!what.split) {
     const bool isTree = !what.edgeListKey.empty();
     const bool isDifference = !what.timeReferences.empty();
-    // The last procedure of the integers has the result's name.
+    // The last procedure that makes integers carries the name of the result.
     const auto keyIf = [](bool isLast) { return isLast ? kUncompressedKey : ""; };
     std::uint32_t last =
-        recipe.addParallel(isTree ? ClassTag::chunkedZlibTree : ClassTag::chunkedZlib,
+        recipe.addParallel(isTree ? ClassTag::kChunkedZlibTree : ClassTag::kChunkedZlib,
                            {chainInput(0)}, keyIf(!isTree && !isDifference));
     if (isTree) {
-      last = recipe.add(ClassTag::treeSums,
+      last = recipe.add(ClassTag::kTreeSums,
                         {outputOf(last), external(what.edgeListKey), external(what.treeStartsKey)},
                         keyIf(!isDifference));
     }
     if (isDifference) {
       std::vector<Recipe::Input> inputs{outputOf(last)};
       for (const std::string& key : what.timeReferences) inputs.push_back(external(key));
-      last = recipe.add(ClassTag::vectorSums, std::move(inputs), keyIf(true));
+      last = recipe.add(ClassTag::kVectorSums, std::move(inputs), keyIf(true));
     }
     integers = outputOf(last);
   }
   if (what.dequantise) {
-    const std::uint32_t positions = recipe.add(ClassTag::decoderZlib, {chainInput(1)});
-    const std::uint32_t values = recipe.add(ClassTag::decoderZlib, {chainInput(2)});
+    // Inputs 1 and 2 are positions and values of outliers; readers pass null where there are none.
+    const std::uint32_t positions = recipe.add(ClassTag::kDecoderZlib, {chainInput(1)});
+    const std::uint32_t values = recipe.add(ClassTag::kDecoderZlib, {chainInput(2)});
     std::vector<Recipe::Input> inputs{integers, outputOf(positions), outputOf(values)};
     if (!what.exponentsKey.empty()) inputs.push_back(external(what.exponentsKey));
-    recipe.add(ClassTag::dequantization, std::move(inputs), kDequantizedKey);
+    recipe.add(ClassTag::kDequantization, std::move(inputs), kDequantizedKey);
   }
   return recipe;
 }
 
 RecipeBuilder idWindowRecipe() {
   RecipeBuilder recipe("WindowDecompression");
-  recipe.addParallel(ClassTag::idWindowChain, {chainInput(0), chainInput(1)}, kUncompressedKey);
+  recipe.addParallel(ClassTag::kIdWindowChain, {chainInput(0), chainInput(1)}, kUncompressedKey);
   return recipe;
 }
 

@@ -12,30 +12,30 @@ namespace morvex::Writer {
 
 /// Class-type tags of the procedures that a recipe can name.
 enum class ClassTag : std::int32_t {
-  chunkedZlib = 1001,
-  parallelWrapper = 1002,
-  simpleSums = 1003,
-  idWindowChain = 1004,
-  dequantization = 1005,
-  decoderZlib = 1006,
-  vectorSums = 1007,
-  treeSums = 1008,
-  chunkedZlibTree = 1009,
-  offsetSums = 1010,
+  kChunkedZlib = 1001,
+  kParallelWrapper = 1002,
+  kSimpleSums = 1003,
+  kIdWindowChain = 1004,
+  kDequantization = 1005,
+  kDecoderZlib = 1006,
+  kVectorSums = 1007,
+  kTreeSums = 1008,
+  kChunkedZlibTree = 1009,
+  kOffsetSums = 1010,
 };
 
-/// Where a procedure takes an input from.
+/// The source of a procedure's input.
 [[nodiscard]] Recipe::Input chainInput(std::uint32_t index);
 [[nodiscard]] Recipe::Input outputOf(std::uint32_t procedure, std::uint32_t output = 0);
-/// The result "Uncompressed" of another dataset, by a key relative to the one that is read.
+/// The result "Uncompressed" of another dataset, by a key relative to the dataset being read.
 [[nodiscard]] Recipe::Input external(std::string datasetKey, bool optional = false);
 
-/// A chain of procedures, written down in the order in which they are made.
+/// A chain of procedures, in the order in which readers make them.
 class RecipeBuilder {
  public:
   explicit RecipeBuilder(std::string label);
 
-  /// Appends a procedure and returns its number. An empty key leaves its result without a name.
+  /// Appends a procedure and returns its number. With an empty key its result has no name.
   std::uint32_t add(ClassTag tag, std::vector<Recipe::Input> inputs,
                     const std::string& outputKey = {});
   /// Appends a parallel wrapper around a procedure.
@@ -43,7 +43,7 @@ class RecipeBuilder {
                             const std::string& outputKey = {});
 
   [[nodiscard]] const std::string& label() const noexcept { return entry_.label; }
-  /// What readers make of it.
+  /// The recipe as readers have it in memory.
   [[nodiscard]] const ZipRecipe& entry() const noexcept { return entry_; }
   /// The stored form without its length: version, "DC", classes, wiring, keys.
   [[nodiscard]] Bytes block() const;
@@ -58,15 +58,15 @@ class RecipeBuilder {
 [[nodiscard]] Bytes recipeListBytes(std::span<const RecipeBuilder> recipes);
 [[nodiscard]] Bytes recipeListBytes(std::span<const ZipRecipe> recipes);
 
-/// How the integers of a dataset are rebuilt from its payload, and what is made of them.
+/// How readers rebuild a dataset's integers from its payload, and what they compute from them.
 struct ValueRecipe {
-  /// Tells readers which parameters to build.
+  /// Decides which parameters readers build.
   std::string label = "DefaultDecompression";
-  /// Keys of edge list and tree starts, where values are differences along the edges of a forest;
-  /// empty where they are differences to the value before.
+  /// Keys of edge list and tree starts, if values are differences along the edges of a forest;
+  /// empty if they are differences to the value before.
   std::string edgeListKey = {};
   std::string treeStartsKey = {};
-  /// Keys of none, one or two steps; differences to the one or to the mean of the two are stored.
+  /// Keys of no, one or two steps; stored are differences to the one or to the mean of the two.
   std::vector<std::string> timeReferences = {};
   /// The result is dequantised, with outliers from the chain's inputs 1 and 2.
   bool dequantise = false;
@@ -80,8 +80,8 @@ struct ValueRecipe {
 /// Ids stored as back references and new ids.
 [[nodiscard]] RecipeBuilder idWindowRecipe();
 
-/// Label of datasets that bring their parameters along, and such parameters: their own number of
-/// values, the data type's code (6 Int32, 9 UInt64, ...) and the size of plane chunks.
+/// Label of datasets that refer to stored parameters, and such parameters: the number of values,
+/// the data type's code (6 Int32, 9 UInt64, ...) and the size of plane chunks in bytes.
 inline constexpr const char* kStoredParametersLabel = "DefaultCompressionWithNonDefaultTargetSize";
 [[nodiscard]] Bytes storedParameters(std::uint64_t valueCount, std::int32_t dataType,
                                      std::uint64_t planeChunkBytes = 65536);

@@ -21,11 +21,11 @@ void widen(StoredBox& box, const PartState& state) {
 PrecisionSetting settingOf(const Quantisation& how) {
   const double p = how.parameter;
   switch (how.kind) {
-    case Quantisation::Kind::relative:
+    case Quantisation::Kind::kRelative:
       return {QuantizationType::RelativeQuantization, {p}};
-    case Quantisation::Kind::adaptiveShift:
+    case Quantisation::Kind::kAdaptiveShift:
       return {QuantizationType::AdaptiveShiftQuantization, {p, 0.0, 0.0, 0.0}};
-    case Quantisation::Kind::adaptiveExponent:
+    case Quantisation::Kind::kAdaptiveExponent:
       return {QuantizationType::AdaptiveExponentQuantization, {p, 0.0, 0.0, 0.0}};
     default:
       return {QuantizationType::UniformQuantization, {p}};
@@ -34,6 +34,7 @@ PrecisionSetting settingOf(const Quantisation& how) {
 
 }  // namespace
 
+/// Kinds are written in the order model, particles: particles alone still leave an empty model.
 std::size_t RecordAssembler::geometryCount() const {
   if (file_.geometries_[1].exists) return 2;
   return file_.geometries_[0].exists ? 1 : 0;
@@ -68,7 +69,7 @@ void RecordAssembler::assembleCase() {
   record.numFilesets = file_.fileSets_.size();
   record.numVariables = file_.variables_.size();
   record.nameWidth = file_.nameWidth;
-  record.caseText = "written by tests";
+  record.caseText = "written by tests";  // readers keep it and use it for nothing
   StoredBox box = kInvertedBox;
   for (std::size_t g = 0; g < record.numGeometries; ++g) {
     const Geometry& geometry = file_.geometries_[g];
@@ -89,7 +90,7 @@ void RecordAssembler::assembleCase() {
 
 GeometryMetadata RecordAssembler::stateOf(const Geometry& geometry, std::size_t index) const {
   GeometryMetadata record;
-  const bool isAdaptive = geometry.quantisation.kind == Quantisation::Kind::adaptiveShift;
+  const bool isAdaptive = geometry.quantisation.kind == Quantisation::Kind::kAdaptiveShift;
   for (const auto& part : geometry.parts) {
     const PartState& state = part->states.at(index);
     record.partIds.push_back(part->id);
@@ -140,7 +141,7 @@ void RecordAssembler::assembleGeometries() {
     StoredBox& box = boxes.emplace_back(kInvertedBox);
     for (const auto& part : model.parts) widen(box, part->states.at(s));
   }
-  // Readers keep a box for each stored state.
+  // Readers keep one box for each stored state and skip the rest.
   if (model.change != GeometryChange::kConnectivity) boxes.resize(1);
   image_["/kelbor/metadatapertimestep"] = boxBytes(boxes);
 }
@@ -161,6 +162,7 @@ void RecordAssembler::assembleVariables() {
     record.constantValues.push_back(variable->constants);
     record.imaginaryConstantValues.emplace_back();
     std::vector<bool> defined(file_.geometries_[variable->geometryIndex].parts.size());
+    // One step or component is enough: readers ask for parts, not for steps.
     for (const auto& [key, values] : variable->values) {
       defined.at(static_cast<std::size_t>(key.part)) = true;
     }
@@ -176,7 +178,8 @@ void RecordAssembler::assembleVariables() {
 void RecordAssembler::assemblePrecisions() {
   std::vector<PrecisionEntry> entries = file_.precisions_;
   const auto add = [&entries](const std::string& key, const Quantisation& how) {
-    if (how.kind != Quantisation::Kind::exact) entries.push_back({key, settingOf(how)});
+    // Where no entry matches, readers take a step of 0, which is exact.
+    if (how.kind != Quantisation::Kind::kExact) entries.push_back({key, settingOf(how)});
   };
   add("coordinates", file_.geometries_[0].quantisation);
   add("mcoordinates", file_.geometries_[1].quantisation);

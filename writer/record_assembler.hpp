@@ -6,7 +6,7 @@
 
 namespace morvex::Writer {
 
-/// Makes the records of a file that describe what its builder holds.
+/// Makes the metadata records of a file from its builder.
 class RecordAssembler {
  public:
   RecordAssembler(const ResultFileBuilder& file, ResultImage& image) : file_(file), image_(image) {}

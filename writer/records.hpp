@@ -15,15 +15,15 @@
 #include "metadata/variable_records.hpp"
 #include "writer/byte_writer.hpp"
 
-/// The records of a file as bytes. Each function takes what the reader's struct holds and writes it
-/// field by field in stored order; all that is checked is that texts fit their fields
-/// (std::invalid_argument), so that tests can write nonsense as well.
+/// The records of a file as bytes. Each function writes the reader's struct field by field in
+/// stored order. Only texts are checked, to fit their fields (std::invalid_argument), so that tests
+/// can write nonsense as well.
 namespace morvex::Writer {
 
 /// The version of the program that a file requires.
 [[nodiscard]] Bytes versionBytes(const MetadataVersion& required);
 
-/// Counts of geometries and variables are those of the record, not of its vectors.
+/// Writes the counts of geometries and variables from their fields, not from the vectors' sizes.
 [[nodiscard]] Bytes caseBytes(const CaseMetaData& record, const StoredBox& box);
 
 /// states[g][s] is state s of geometry g; names must fit `nameWidth`.

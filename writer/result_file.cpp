@@ -115,7 +115,7 @@ VariableBuilder& VariableBuilder::timeDifferences() {
 PartBuilder& ResultFileBuilder::part(std::string name) {
   Geometry& model = geometries_[0];
   model.exists = true;
-  const auto id = static_cast<std::uint32_t>(model.parts.size() + 1);
+  const auto id = static_cast<std::uint32_t>(model.parts.size() + 1);  // from 1, unlike the index
   return *model.parts.emplace_back(std::make_unique<PartBuilder>(std::move(name), id));
 }
 
@@ -191,7 +191,7 @@ ResultFileBuilder& ResultFileBuilder::tableChunks(std::uint64_t count) {
 }
 
 std::int32_t ResultFileBuilder::addRecipe(const RecipeBuilder& recipe) {
-  recipes_.push_back(recipe);
+  recipes_.push_back(recipe);  // counted from 0, parameters from 1
   return static_cast<std::int32_t>(recipes_.size() - 1);
 }
 
@@ -201,7 +201,7 @@ std::int32_t ResultFileBuilder::addParameters(const Bytes& block) {
 }
 
 std::size_t ResultFileBuilder::stepsOf(std::uint32_t timeset) const {
-  if (timeset == kNoTimeset) return 1;
+  if (timeset == kNoTimeset) return 1;  // step 0
   if (timeset >= timeSets_.size()) throw std::logic_error("No such time set");
   return timeSets_[timeset].timeValues().size();
 }
@@ -212,6 +212,7 @@ std::size_t ResultFileBuilder::coordinateSteps(const Geometry& geometry) const {
 
 ResultImage ResultFileBuilder::image() const {
   ResultImage image;
+  // Datasets first: the records list the recipes and parameters that they turn out to need.
   DatasetEncoder encoder(*this, image);
   encoder.encodeGeometries();
   encoder.encodeVariables();

@@ -19,11 +19,11 @@
 namespace morvex::Writer {
 
 /// Whether node numbers are stored as differences or as back references within windows.
-enum class Ids { differences, windows };
+enum class Ids { kDifferences, kWindows };
 
 struct Connectivity {
   std::vector<std::int32_t> nodes;
-  Ids ids = Ids::differences;
+  Ids ids = Ids::kDifferences;
 };
 
 struct BorderFaces {
@@ -32,7 +32,7 @@ struct BorderFaces {
   std::vector<std::int16_t> parentTypes;
 };
 
-/// What a part is made of at one state. Element types are the host's numbers from 0 to 33.
+/// A part at one state. Element types are the host's numbers from 0 to 33.
 struct PartState {
   std::array<std::vector<float>, 3> nodes;  ///< x, y, z
   std::map<int, Connectivity> elements;     ///< By type, 0 to 29.
@@ -44,7 +44,7 @@ struct PartState {
   std::map<int, BorderFaces> borderFaces;  ///< By type.
 };
 
-/// A part of the model, or the particles. Where only coordinates change, states above 0 have nodes
+/// A part of the model, or the particles. If only coordinates change, states above 0 have nodes
 /// alone.
 class PartBuilder {
  public:
@@ -53,18 +53,18 @@ class PartBuilder {
   PartBuilder& nodes(std::vector<float> x, std::vector<float> y, std::vector<float> z,
                      int step = 0);
   PartBuilder& elements(int type, std::vector<std::int32_t> connectivity,
-                        Ids ids = Ids::differences, int step = 0);
+                        Ids ids = Ids::kDifferences, int step = 0);
   PartBuilder& nsided(std::vector<std::int32_t> nodesPerElement,
-                      std::vector<std::int32_t> connectivity, Ids ids = Ids::differences,
+                      std::vector<std::int32_t> connectivity, Ids ids = Ids::kDifferences,
                       int step = 0);
   PartBuilder& nfaced(std::vector<std::int32_t> facesPerElement,
                       std::vector<std::int32_t> nodesPerFace,
-                      std::vector<std::int32_t> connectivity, Ids ids = Ids::differences,
+                      std::vector<std::int32_t> connectivity, Ids ids = Ids::kDifferences,
                       int step = 0);
   PartBuilder& borderFaces(int type, BorderFaces faces, int step = 0);
   /// A structured block, whose coordinates are stored exactly.
   PartBuilder& block(const std::array<std::uint32_t, 4>& info, std::uint32_t type = 1);
-  /// Coordinates of this part are exact where those of the model have an adaptive precision.
+  /// Stores this part's coordinates exactly although the model's precision is adaptive.
   PartBuilder& notAdaptive();
 
   [[nodiscard]] PartState& state(int step);
@@ -77,7 +77,7 @@ class PartBuilder {
   std::vector<PartState> states{1};
 };
 
-/// Which values of a variable.
+/// Identifies one array of a variable.
 struct ValueKey {
   int step = 0;
   int part = 0;
@@ -88,7 +88,7 @@ struct ValueKey {
   auto operator<=>(const ValueKey&) const = default;
 };
 
-enum class Location : std::uint32_t { perElement = 1, perNode = 4 };
+enum class Location : std::uint32_t { kPerElement = 1, kPerNode = 4 };
 
 class VariableBuilder {
  public:
@@ -99,22 +99,23 @@ class VariableBuilder {
   VariableBuilder& describe(std::string text);
   VariableBuilder& complex(std::string imaginaryText, float ofFrequency);
   VariableBuilder& onTimeSet(std::uint32_t index);
-  /// On the particles instead of the model.
+  /// Defined on the particles instead of the model.
   VariableBuilder& onParticles();
   /// One number for each step and no datasets.
   VariableBuilder& constant(std::vector<float> valuesOfSteps);
-  /// Exact where this isn't called. With `ownSetting` the file has a setting for just this name.
+  /// Exact unless this is called. With `ownSetting` the file has a setting for just this name.
   VariableBuilder& quantised(const Quantisation& how, bool ownSetting = true);
-  /// Integers and dequantisation are two datasets that share a payload; for steps of one size.
+  /// Stores integers and dequantisation as two datasets that share a payload; all steps must have
+  /// one size.
   VariableBuilder& split();
-  /// Stored as differences along the edges of a forest, not from value to value.
+  /// Stores differences along the edges of a forest, not from value to value.
   VariableBuilder& alongForest();
-  /// Stored as differences between the steps of its time set; quantised ones are then split.
+  /// Stores differences between the steps of its time set; splits quantised values.
   VariableBuilder& timeDifferences();
 
   std::string name;
   Location location;
-  std::uint32_t type;  ///< 1 scalar, 2 vector, 3 and 4 tensors.
+  std::uint32_t type;  ///< 1 scalar, 2 vector, 3 symmetric tensor, 4 tensor.
   std::string description;
   std::string imaginaryDescription;
   bool isComplex = false;
@@ -131,17 +132,17 @@ class VariableBuilder {
   std::map<ValueKey, std::vector<float>> values;
 };
 
-/// Says what a result file holds and makes its bytes: records, recipes and encoded datasets.
+/// Describes a result file and makes its bytes: records, recipes and encoded datasets.
 ///
 ///   ResultFileBuilder file;
 ///   file.part("door").nodes(x, y, z).elements(10, quads);
-///   file.variable("stress", Location::perElement, 1).quantised(Quantisation::uniform(0.01))
+///   file.variable("stress", Location::kPerElement, 1).quantised(Quantisation::uniform(0.01))
 ///       .set({.elementType = 10}, stress);
 ///   file.write("door.sdf");
 ///
 /// Sizes follow from the data. std::logic_error from image() and write() for what can't be stored,
 /// such as time differences between steps of different sizes. References that part(), particles()
-/// and variable() return hold as long as the builder.
+/// and variable() return are valid as long as the builder.
 class ResultFileBuilder {
  public:
   PartBuilder& part(std::string name);
@@ -151,24 +152,24 @@ class ResultFileBuilder {
 
   /// Adds a time set and returns its index.
   std::uint32_t timeSet(std::vector<float> times);
-  /// A time set or file set with everything that its record can hold.
+  /// Adds a time set or file set with all fields of its record.
   ResultFileBuilder& timeSet(TimeSet set);
   ResultFileBuilder& fileSet(FileSet set);
 
-  /// What changes over the steps of a time set; one of GeometryChange.
+  /// States what changes over the steps of a time set; one of GeometryChange.
   ResultFileBuilder& modelChanges(std::uint8_t change, std::uint32_t timeset);
   ResultFileBuilder& particlesChange(std::uint8_t change, std::uint32_t timeset);
   ResultFileBuilder& coordinates(const Quantisation& how);
   ResultFileBuilder& particleCoordinates(const Quantisation& how);
-  /// A setting besides those of the coordinates and the variables, for example of a pattern.
+  /// Adds a setting besides those of the coordinates and the variables, for example of a pattern.
   ResultFileBuilder& precision(std::string key, PrecisionSetting setting);
-  /// Blocks of variables in time differences; see timeReferences.
+  /// Sets the blocks of variables in time differences; see timeReferences.
   ResultFileBuilder& timeBlocks(std::uint32_t blockSize, std::uint32_t maxDepth = 0);
-  /// Chunks of the table of each compressed dataset.
+  /// Sets the number of chunks in the table of each compressed dataset.
   ResultFileBuilder& tableChunks(std::uint64_t count);
 
-  /// Adds a recipe or a parameter block that datasets made by hand refer to; both return the
-  /// number by which to do it.
+  /// Adds a recipe or a parameter block for datasets made by hand; returns the number that their
+  /// headers refer to it by.
   std::int32_t addRecipe(const RecipeBuilder& recipe);
   std::int32_t addParameters(const Bytes& block);
 
@@ -179,7 +180,7 @@ class ResultFileBuilder {
   MetadataVersion requiredVersion{7, 0, 1};
   MetadataVersion variableRecordVersion{0, 1, 0};
   std::uint64_t nameWidth = 80;
-  /// Boxes of all steps are stored; by default where the model changes.
+  /// Whether boxes of all steps are stored; set if the model changes.
   bool hasBoxesPerStep = false;
   std::vector<std::vector<OctreeMetaData>> octrees;  ///< No record while empty.
 
@@ -196,7 +197,7 @@ class ResultFileBuilder {
   };
 
   [[nodiscard]] std::size_t stepsOf(std::uint32_t timeset) const;
-  /// States that are stored of a geometry's parts.
+  /// Number of states that are stored of a geometry's parts.
   [[nodiscard]] std::size_t coordinateSteps(const Geometry& geometry) const;
 
   std::array<Geometry, 2> geometries_;  ///< Model, particles.

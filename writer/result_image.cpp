@@ -10,6 +10,7 @@
 namespace morvex::Writer {
 namespace {
 
+/// Records may be stored deflated; bulk data is compressed already and read in part.
 bool isRecord(std::string_view path) {
   return path.starts_with("/kelbor/") || path.starts_with("/timesets/") ||
          path.starts_with("/filesets/");
@@ -54,11 +55,11 @@ bool ResultImage::erase(std::string_view path) {
 void ResultImage::write(const std::string& path, bool deflateRecords) const {
   std::filesystem::remove(path);
   static Kelbor::DataManager manager;
-  // A container deflates all that is added in one go or nothing, so there are two.
+  // A container object deflates either everything that it adds or nothing, hence two in turn.
   for (const bool records : {true, false}) {
     Kelbor::MathModule::SdfFile file(&manager, path, /*writable=*/true, /*flavour=*/"",
                                      /*compress=*/records && deflateRecords);
-    file.ensureOpen();  // a file without datasets is a file, too
+    file.ensureOpen();  // also without datasets
     for (const auto& [name, content] : datasets_) {
       if (isRecord(name) == records) store(file, manager, name, content);
     }

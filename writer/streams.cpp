@@ -13,6 +13,7 @@ namespace {
 template <class T>
 using Unsigned = std::make_unsigned_t<T>;
 
+/// The difference of two values, given as unsigned: ~2d is -2d - 1 without overflow.
 template <class T>
 Unsigned<T> zigzag(Unsigned<T> difference) {
   using U = Unsigned<T>;
@@ -21,7 +22,8 @@ Unsigned<T> zigzag(Unsigned<T> difference) {
   return isNegative ? static_cast<U>(~doubled) : doubled;
 }
 
-/// What is stored for each value.
+/// What is stored for each value. Without chaining `previous` stays 0: each value is its own
+/// difference.
 template <class T>
 std::vector<Unsigned<T>> storedWords(std::span<const T> values, Chaining chaining) {
   using U = Unsigned<T>;
@@ -31,11 +33,13 @@ std::vector<Unsigned<T>> storedWords(std::span<const T> values, Chaining chainin
   for (const T value : values) {
     const U bits = static_cast<U>(value);
     words.push_back(zigzag<T>(static_cast<U>(bits - previous)));
-    if (chaining == Chaining::differences) previous = bits;
+    if (chaining == Chaining::kDifferences) previous = bits;
   }
   return words;
 }
 
+/// Neighbours mostly differ in their low bytes alone: planes put the equal high bytes in a row,
+/// which deflate compresses well.
 template <class U>
 Bytes planesOf(std::span<const U> words) {
   Bytes planes;
@@ -80,13 +84,13 @@ class Deflater {
   Bytes output_;
 };
 
-/// Input that a reader offers for one plane chunk; the formula belongs to the format.
+/// Bytes of input that readers offer inflate for one plane chunk; the formula is the format's.
 std::size_t inputBound(std::size_t chunkBytes) {
   return static_cast<std::size_t>(static_cast<double>(chunkBytes) * 1.002) + 12;
 }
 
-/// What may stand between a reader's position and the first byte of a chunk's block: the end of the
-/// block before, and bits that the deflater still holds.
+/// Bytes that may lie between a reader's position and the first byte of a chunk's block: the end of
+/// the block before, and bits that the deflater still holds.
 constexpr std::size_t kBlockSlack = 4;
 
 }  // namespace
@@ -100,6 +104,7 @@ Bytes planeStream(std::span<const T> values, Chaining chaining, std::uint32_t pl
   for (std::size_t begin = 0; begin < words.size(); begin += valuesPerChunk) {
     const std::size_t count = std::min(valuesPerChunk, words.size() - begin);
     const std::size_t sizeBefore = deflater.size();
+    // Z_BLOCK ends the block without padding to whole bytes: readers inflate across the seam.
     deflater.add(planesOf(std::span(words).subspan(begin, count)), Z_BLOCK);
     if (deflater.size() - sizeBefore + kBlockSlack > inputBound(valuesPerChunk * sizeof(U))) {
       throw std::logic_error("Plane chunk outgrows the input that readers offer for it");
@@ -113,7 +118,7 @@ template <class T>
 Bytes windowStream(std::span<const T> values) {
   if (values.empty()) return {};
   return zlibStream(
-      planesOf(std::span<const Unsigned<T>>(storedWords(values, Chaining::differences))));
+      planesOf(std::span<const Unsigned<T>>(storedWords(values, Chaining::kDifferences))));
 }
 
 template <class T>
@@ -140,6 +145,7 @@ Bytes chunkTable(std::span<const Bytes> chunks, std::span<const std::uint64_t> v
 std::vector<std::uint64_t> shares(std::uint64_t count, std::uint64_t parts) {
   parts = std::min(parts, count);
   std::vector<std::uint64_t> result;
+  // Bounds instead of sizes are rounded, so that the shares add up to `count`.
   for (std::uint64_t i = 0; i < parts; ++i) {
     result.push_back(count * (i + 1) / parts - count * i / parts);
   }
@@ -171,6 +177,7 @@ IdWindowPayloads idWindowPayloads(std::span<const std::int32_t> ids, std::uint64
       if (isNew) newIds.push_back(ids[i]);
       last->second = i;
     }
+    // Distances are stored plain and new ids as differences, since only the latter mostly rise.
     referenceChunks.push_back(zlibStream(bytePlanes(std::span<const std::int32_t>(references))));
     newIdChunks.push_back(windowStream(std::span<const std::int32_t>(newIds)));
     ids = ids.subspan(count);

@@ -8,26 +8,26 @@
 
 /// The streams in which integers are stored, from single values to whole payloads.
 ///
-/// Planes: of a group of n values of W bytes, byte p of value i (0 is the lowest) stands at p x n +
-/// i. Zigzag: a signed d is stored as 2d where it isn't negative, else as -2d - 1. All arithmetic
-/// wraps in the width of the type.
+/// Planes: byte p (0 is the lowest) of value i in a group of n values is stored at p x n + i.
+/// Zigzag: a signed d is stored as 2d if it isn't negative, else as -2d - 1. All arithmetic wraps
+/// in the width of the type.
 namespace morvex::Writer {
 
-/// What a payload's values are cut into.
+/// How a payload's values are divided.
 struct StreamLayout {
-  /// Bytes of a plane chunk: a group of values whose planes stand together. Below the width of a
-  /// value it means one value.
+  /// Bytes of a plane chunk, a group of values whose planes are stored together. A number below the
+  /// width of a value means one value.
   std::uint32_t planeChunkBytes = 65536;
-  /// Chunks of the table, each a stream that a thread can decode alone; never more than values.
+  /// Chunks of the table, each a stream that one thread can decode; never more than values.
   std::uint64_t tableChunks = 1;
 };
 
 /// Whether values are stored as differences to the value before.
-enum class Chaining { differences, none };
+enum class Chaining { kDifferences, kNone };
 
 /// One zlib stream of plane chunks with zigzag. Each plane chunk begins a deflate block, so that
 /// one call of inflate with the format's bound of input yields it whole. std::logic_error if one
-/// doesn't fit the bound. Like all templates below for Int16, Int32, UInt32, Int64 and UInt64.
+/// exceeds the bound. All templates here are for Int16, Int32, UInt32, Int64 and UInt64.
 template <class T>
 [[nodiscard]] Bytes planeStream(std::span<const T> values, Chaining chaining,
                                 std::uint32_t planeChunkBytes = 65536);
@@ -60,12 +60,12 @@ template <class T>
 [[nodiscard]] Bytes chunkedStream(std::span<const T> values, Chaining chaining,
                                   const StreamLayout& layout = {});
 
-/// Ids stored as two payloads: how far back the same id stood (0 for a new one), and the new ids.
+/// Ids stored as two payloads: distances back to the same id (0 for a new one), and the new ids.
 struct IdWindowPayloads {
   Bytes references;
   Bytes newIds;
 };
-/// Windows begin anew in each chunk of the table. Both tables count the values that a chunk yields.
+/// Each chunk of the table begins a new window. Both tables count the values that a chunk yields.
 [[nodiscard]] IdWindowPayloads idWindowPayloads(std::span<const std::int32_t> ids,
                                                 std::uint64_t tableChunks = 1);
 
