@@ -1,21 +1,34 @@
-# What a consumer finds: the libraries, their headers, a CMake package and pkg-config files.
+# Components: runtime (libraries, programs), devel (headers, CMake package, pkg-config files), doc, and
+# python, which is in its own folder.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS morvex-ensg morvex_guard EXPORT morvex-targets
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY include/morvex DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(EXPORT morvex-targets NAMESPACE morvex:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/morvex)
+install(TARGETS morvex-ensg libmorvex EXPORT morvex-targets
+        LIBRARY COMPONENT runtime NAMELINK_COMPONENT devel)
+install(DIRECTORY include/morvex TYPE INCLUDE COMPONENT devel)
+install(EXPORT morvex-targets NAMESPACE morvex:: COMPONENT devel
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/morvex)
 
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/morvex-config-version.cmake
                                  COMPATIBILITY SameMajorVersion)
 configure_file(cmake/morvex-config.cmake.in ${PROJECT_BINARY_DIR}/morvex-config.cmake @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/morvex-config.cmake
               ${PROJECT_BINARY_DIR}/morvex-config-version.cmake
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/morvex)
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/morvex COMPONENT devel)
 
 # Found from the file's own place: the prefix is only known when the package is installed.
 file(RELATIVE_PATH MORVEX_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
-foreach(package morvex-ensg morvex-guard)
+foreach(package morvex-ensg morvex)
   configure_file(cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  install(FILES ${PROJECT_BINARY_DIR}/${package}.pc COMPONENT devel
+          DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
+
+# Pages and examples keep their places, so that their links hold; the reference is there if
+# `./run docs` has made it.
+install(FILES README.md SECURITY.md CONTRIBUTING.md CHANGELOG.md
+        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc)
+install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc
+        FILES_MATCHING REGEX "\\.(md|svg|c|cpp)$" REGEX "examples/[a-z_]+\\.py$"
+        PATTERN trace_read.cpp EXCLUDE)
+install(DIRECTORY build/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/html COMPONENT doc OPTIONAL
+        PATTERN pages EXCLUDE)

@@ -2,25 +2,32 @@
 
 #include <algorithm>
 
+#include "element_kinds.hpp"
+
 namespace morvex::tools {
 namespace {
 
-/// Lists what the model has at a step: coordinates at each, all else where a state of its own is.
+/// Lists the model's arrays at a step: coordinates at each, all else if the step has its own state.
 class ModelArrays {
  public:
   ModelArrays(int step, bool hasState) : step_(step), hasState_(hasState) {}
 
-  void add(int index, const Part& part) {
+  void add(int index, const morvex_part& part) {
     part_ = index;
-    if (part.nodes != 0) {
-      push(part.isBlock() ? ArrayKind::blockCoordinates : ArrayKind::coordinates);
+    const bool isBlock = part.is_block != 0;
+    for (int axis = 0; part.nodes != 0 && axis < 3; ++axis) {
+      push(isBlock ? ArrayKind::blockCoordinates : ArrayKind::coordinates, MORVEX_COORDINATES)
+          .component = axis;
     }
-    if (!hasState_ || part.isBlock()) return;
-    for (int type = 0; type < MXG_ELEMENT_TYPES; ++type) {
-      if (part.elements[static_cast<std::size_t>(type)] != 0) addElements(type);
+    if (!hasState_ || isBlock) return;  // a block's elements follow from its extents
+    for (int type = 0; type < MORVEX_ELEMENT_TYPES; ++type) {
+      if (part.elements[type] != 0) addElements(type);
     }
     for (int type = 0; type < kNSided; ++type) {
-      if (part.borderFaces[static_cast<std::size_t>(type)] != 0) push(ArrayKind::borderFaces, type);
+      if (part.border_faces[type] == 0) continue;
+      push(ArrayKind::borderFaces, MORVEX_BORDER_FACES, type);
+      push(ArrayKind::borderFaces, MORVEX_BORDER_PARENT_IDS, type);
+      push(ArrayKind::borderFaces, MORVEX_BORDER_PARENT_TYPES, type);
     }
   }
 
@@ -29,17 +36,21 @@ class ModelArrays {
  private:
   void addElements(int type) {
     if (type < kNSided) {
-      push(ArrayKind::connectivity, type);
+      push(ArrayKind::connectivity, MORVEX_CONNECTIVITY, type);
     } else if (type == kNSided) {
-      for (const int table : {0, 1}) push(ArrayKind::polygons, type, table);
+      push(ArrayKind::polygons, MORVEX_NODES_PER_POLYGON);
+      push(ArrayKind::polygons, MORVEX_CONNECTIVITY, type);
     } else if (type == kNFaced) {
-      for (const int table : {0, 1, 2}) push(ArrayKind::polyhedra, type, table);
-    }  // the library has no question for the nodes of their ghosts
+      push(ArrayKind::polyhedra, MORVEX_FACES_PER_POLYHEDRON);
+      push(ArrayKind::polyhedra, MORVEX_NODES_PER_FACE);
+      push(ArrayKind::polyhedra, MORVEX_CONNECTIVITY, type);
+    }  // files have no nodes of their ghosts
   }
 
-  void push(ArrayKind kind, int type = -1, int table = 0) {
-    arrays_.push_back(
-        {.kind = kind, .step = step_, .part = part_, .elementType = type, .component = table});
+  morvex_request& push(ArrayKind kind, morvex_kind asked, int type = 0) {
+    morvex_request& made = arrays_.emplace_back(kind, request(asked, step_, part_)).request;
+    made.element_type = type;
+    return made;
   }
 
   int step_;
@@ -48,109 +59,140 @@ class ModelArrays {
   std::vector<ArrayId> arrays_;
 };
 
-void addComponents(const Variable& variable, ArrayId array, std::vector<ArrayId>& arrays) {
-  // A type that the library knows no size for has a first component at least.
-  const int components = std::max(1, variable.components());
-  for (int component = 0; component < components; ++component) {
-    array.component = component;
-    for (const bool isImaginary : {false, true}) {
-      if (isImaginary && !variable.isComplex) continue;
-      array.isImaginary = isImaginary;
-      arrays.push_back(array);
+void addComponents(const morvex_variable& variable, morvex_request made,
+                   std::vector<ArrayId>& arrays) {
+  // A variable of a type without a known number of components has at least the first.
+  for (int component = 0; component < std::max(1, variable.components); ++component) {
+    made.component = component;
+    for (const int imaginary : {0, 1}) {
+      if (imaginary > variable.is_complex) continue;
+      made.imaginary = imaginary;
+      arrays.push_back({ArrayKind::variables, made});
     }
   }
-}
-
-std::vector<ArrayId> variableArrays(const Contents& contents, const Section& section,
-                                    ArrayReader& reader) {
-  const Variable& variable = contents.variables.at(static_cast<std::size_t>(section.variable));
-  std::vector<ArrayId> arrays;
-  ArrayId array{.kind = ArrayKind::variables, .step = section.step, .variable = section.variable};
-  if (variable.isConstant) {
-    array.kind = ArrayKind::constants;
-    return {array};
-  }
-  const int geometryStep = reader.geometryStep(variable, section.step);
-  if (variable.isMeasured) {
-    if (readParticleCount(geometryStep) != 0) addComponents(variable, array, arrays);
-    return arrays;
-  }
-  const std::vector<Part>& parts = reader.parts(geometryStep);
-  for (std::size_t i = 0; i < parts.size(); ++i) {
-    array.part = static_cast<int>(i);
-    array.elementType = -1;
-    if (parts[i].isBlock() || variable.location == Variable::kPerNode) {
-      if (parts[i].nodes != 0) addComponents(variable, array, arrays);
-    } else if (variable.location == Variable::kPerElement) {
-      for (int type = 0; type < MXG_ELEMENT_TYPES; ++type) {
-        array.elementType = type;
-        if (parts[i].elements[static_cast<std::size_t>(type)] != 0) {
-          addComponents(variable, array, arrays);
-        }
-      }
-    }
-  }
-  return arrays;
-}
-
-/// Whether the first array that the variable has at a step is absent from the file.
-bool isAbsent(const Contents& contents, int variable, int step, ArrayReader& reader) {
-  const Section section{.of = Section::Of::variable, .variable = variable, .step = step};
-  try {
-    for (const ArrayId& array : arraysOf(contents, section, reader)) {
-      if (!reader.read(array).empty()) return false;
-    }
-  } catch (const ReadFailure& failure) {
-    return failure.code() == MXG_NO_SUCH_DATA;
-  }
-  return false;
 }
 
 }  // namespace
 
-void settleStaticVariables(Contents& contents, ArrayReader& reader) {
-  for (std::size_t i = 0; i < contents.variables.size(); ++i) {
-    Variable& variable = contents.variables[i];
-    if (variable.isConstant || variable.timeSet != 0 || variable.steps < 2) continue;
-    const int index = static_cast<int>(i);
-    if (isAbsent(contents, index, 1, reader) &&
-        isAbsent(contents, index, variable.steps - 1, reader) &&
-        !isAbsent(contents, index, 0, reader)) {
-      variable.isTransient = false;
-      variable.steps = 1;
-    }
-  }
+const char* kindName(ArrayKind kind) {
+  static constexpr std::array<const char*, kArrayKinds> kNames{
+      "coordinates",  "block coordinates", "connectivity", "n-sided tables", "n-faced tables",
+      "border faces", "particles",         "variables",    "constants"};
+  return kNames.at(static_cast<std::size_t>(kind));
 }
 
-std::vector<Section> sectionsOf(const Contents& contents) {
+std::string pathOf(const File& file, const ArrayId& array) {
+  if (array.kind == ArrayKind::constants) {
+    return std::string("/variable/") + file.variable(array.request.variable).name + "/" +
+           std::to_string(array.request.step);
+  }
+  std::uint64_t needed = 0;
+  check(morvex_get_path(file.handle(), &array.request, 0, nullptr, 0, &needed));
+  std::string path(static_cast<std::size_t>(needed), '\0');
+  check(morvex_get_path(file.handle(), &array.request, 0, path.data(), needed, &needed));
+  path.pop_back();  // its zero
+  return path;
+}
+
+std::vector<Section> ArrayList::sections() const {
   std::vector<Section> sections;
-  for (int step = 0; step < contents.model.steps; ++step) {
-    sections.push_back({.of = Section::Of::model, .step = step});
-  }
-  for (int step = 0; step < contents.measured.steps; ++step) {
-    sections.push_back({.of = Section::Of::particles, .step = step});
-  }
-  for (std::size_t i = 0; i < contents.variables.size(); ++i) {
-    for (int step = 0; step < contents.variables[i].steps; ++step) {
-      sections.push_back(
-          {.of = Section::Of::variable, .variable = static_cast<int>(i), .step = step});
+  const auto add = [&](Section::Of of, int variable, int timeset, std::uint64_t steps) {
+    for (const int step : choice_.steps(timeset, steps)) {
+      sections.push_back({.of = of, .variable = variable, .step = step});
     }
+  };
+  const auto& [model, particles] = std::pair(contents_.summary.model, contents_.summary.particles);
+  if (!choice_.namesVariables()) {
+    add(Section::Of::model, -1, model.timeset, model.steps);
+    if (!choice_.namesParts()) {
+      add(Section::Of::particles, -1, particles.timeset, particles.steps);
+    }
+  }
+  for (int i = 0; i < static_cast<int>(contents_.variables.size()); ++i) {
+    const morvex_variable& variable = contents_.variables[static_cast<std::size_t>(i)];
+    if (!choice_.hasVariable(i)) continue;
+    const bool hasNoPart = variable.is_constant != 0 || variable.on_particles != 0;
+    if (hasNoPart && choice_.namesParts()) continue;
+    add(Section::Of::variable, i, variable.timeset, variable.steps);
   }
   return sections;
 }
 
-std::vector<ArrayId> arraysOf(const Contents& contents, const Section& section,
-                              ArrayReader& reader) {
-  if (section.of == Section::Of::variable) return variableArrays(contents, section, reader);
+std::vector<ArrayId> ArrayList::arraysOf(const Section& section) {
+  if (section.of == Section::Of::variable) return variableArrays(section);
   if (section.of == Section::Of::particles) {
-    if (readParticleCount(section.step) == 0) return {};
-    return {{.kind = ArrayKind::particles, .step = section.step}};
+    std::vector<ArrayId> arrays;
+    if (file_.particleCount(section.step) == 0) return arrays;
+    for (int axis = 0; axis < 3; ++axis) {
+      arrays.push_back({ArrayKind::particles, request(MORVEX_PARTICLE_COORDINATES, section.step)});
+      arrays.back().request.component = axis;
+    }
+    return arrays;
   }
-  const bool hasState = contents.model.stateAt(section.step) == section.step;
+  // Of a model whose coordinates change all else is stored once: listed with the first chosen step.
+  const morvex_geometry& model = contents_.summary.model;
+  const bool hasState = model.change == MORVEX_CONNECTIVITY_CHANGES ||
+                        section.step == choice_.steps(model.timeset, model.steps).front();
   ModelArrays arrays(section.step, hasState);
-  const std::vector<Part>& parts = reader.parts(section.step);
-  for (std::size_t i = 0; i < parts.size(); ++i) arrays.add(static_cast<int>(i), parts[i]);
+  const std::vector<morvex_part>& all = parts(section.step);
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    const int part = static_cast<int>(i);
+    if (choice_.hasPart(part, all[i].name)) arrays.add(part, all[i]);
+  }
   return arrays.take();
+}
+
+std::vector<ArrayId> ArrayList::variableArrays(const Section& section) {
+  const morvex_variable& variable =
+      contents_.variables.at(static_cast<std::size_t>(section.variable));
+  std::vector<ArrayId> arrays;
+  morvex_request made = variableRequest(section.variable, section.step);
+  if (variable.is_constant != 0) return {{ArrayKind::constants, made}};
+  std::int32_t geometryStep = 0;
+  check(morvex_get_geometry_step(file_.handle(), section.variable, section.step, &geometryStep));
+  if (variable.on_particles != 0) {
+    if (file_.particleCount(geometryStep) != 0) addComponents(variable, made, arrays);
+    return arrays;
+  }
+  const std::vector<morvex_part>& all = parts(geometryStep);
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    made.part = static_cast<int>(i);
+    if (!choice_.hasPart(made.part, all[i].name)) continue;
+    made.element_type = 0;
+    // Blocks have values per node, whatever the location.
+    if (all[i].is_block != 0 || variable.location == MORVEX_PER_NODE) {
+      if (all[i].nodes != 0) addComponents(variable, made, arrays);
+    } else if (variable.location == MORVEX_PER_ELEMENT) {
+      for (int type = 0; type < MORVEX_ELEMENT_TYPES; ++type) {
+        made.element_type = type;
+        if (all[i].elements[type] != 0) addComponents(variable, made, arrays);
+      }
+    }
+  }
+  // The variable may be defined on some parts alone.
+  std::erase_if(arrays, [&](const ArrayId& array) {
+    std::uint64_t count = 0;
+    return morvex_get_size(file_.handle(), &array.request, &count, nullptr) == MORVEX_NOT_DEFINED;
+  });
+  return arrays;
+}
+
+std::string ArrayList::nameOf(const Section& section) const {
+  const std::string step = "/" + std::to_string(section.step);
+  if (section.of == Section::Of::model) return "/geometry/0" + step;
+  if (section.of == Section::Of::particles) return "/geometry/1" + step;
+  return std::string("/variable/") +
+         contents_.variables.at(static_cast<std::size_t>(section.variable)).name + step;
+}
+
+const std::vector<morvex_part>& ArrayList::parts(int step) {
+  const int state = stateAt(contents_.summary.model, step);
+  if (partsState_ != state) {
+    partsState_.reset();  // stays so if the question fails
+    parts_ = readParts(file_, state);
+    partsState_ = state;
+  }
+  return parts_;
 }
 
 }  // namespace morvex::tools

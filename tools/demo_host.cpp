@@ -1,20 +1,18 @@
-// The program `morvex-demo`: reads every array of the crash box that morvex-sample writes, the way
+// The program `morvex-demo`: reads every array of the crash box that morvex sample writes, the way
 // a host does, and compares each with what was written.
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <cmath>
 #include <cstring>
-#include <iostream>
 #include <map>
 #include <numeric>
 
 #include "array_list.hpp"
-#include "exit_codes.hpp"
-#include "failure_text.hpp"
-#include "output_streams.hpp"
+#include "element_kinds.hpp"
+#include "output.hpp"
+#include "program.hpp"
 #include "text_table.hpp"
 #include "writer/crash_box.hpp"
 
@@ -26,14 +24,20 @@ using Writer::CrashBox;
 using Writer::Tolerance;
 using Writer::ValueKey;
 
+/// An array as it was read.
+struct Values {
+  std::string path;
+  std::vector<std::byte> bytes;
+};
+
 template <class T>
-std::vector<T> valuesOf(const DatasetValues& read) {
+std::vector<T> valuesOf(const Values& read) {
   std::vector<T> values(read.bytes.size() / sizeof(T));
   if (!values.empty()) std::memcpy(values.data(), read.bytes.data(), read.bytes.size());
   return values;
 }
 
-/// What one section, or all of a kind, came to.
+/// Totals of one section, or of all of a kind.
 struct Outcome {
   std::uint64_t arrays = 0;
   std::uint64_t bytes = 0;
@@ -53,67 +57,72 @@ struct Outcome {
 /// Compares arrays with the model that the file was written from.
 class Comparison {
  public:
-  Comparison(const CrashBox& model, std::FILE* out) : model_(model), out_(out) {}
+  explicit Comparison(const CrashBox& model) : model_(model) {}
 
-  void check(const ArrayId& array, std::span<const DatasetValues> read, Outcome& outcome) const {
-    switch (array.kind) {
-      case ArrayKind::coordinates:
-      case ArrayKind::particles: {
-        const bool ofModel = array.kind == ArrayKind::coordinates;
+  void check(const ArrayId& array, const Values& read, Outcome& outcome) const {
+    const morvex_request& asked = array.request;
+    switch (asked.kind) {
+      case MORVEX_COORDINATES:
+      case MORVEX_PARTICLE_COORDINATES: {
+        const bool ofModel = asked.kind == MORVEX_COORDINATES;
         const auto axes =
-            ofModel ? model_.coordinates(array.step, array.part) : model_.particles(array.step);
+            ofModel ? model_.coordinates(asked.step, asked.part) : model_.particles(asked.step);
         const Tolerance tolerance = ofModel ? CrashBox::coordinateTolerance() : Tolerance{};
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-          checkFloats(read[axis], axes[axis], tolerance, outcome);
+        checkFloats(read, axes.at(static_cast<std::size_t>(asked.component)), tolerance, outcome);
+        break;
+      }
+      case MORVEX_CONNECTIVITY:
+        checkExact(read, model_.elements(asked.part).at(asked.element_type), outcome);
+        break;
+      case MORVEX_BORDER_FACES:
+        checkExact(read, model_.borderFaces().connectivity.nodes, outcome);
+        break;
+      case MORVEX_BORDER_PARENT_IDS:
+        checkExact(read, model_.borderFaces().parentIds, outcome);
+        break;
+      case MORVEX_BORDER_PARENT_TYPES:
+        checkExact(read, model_.borderFaces().parentTypes, outcome);
+        break;
+      case MORVEX_VARIABLE: {
+        if (array.kind == ArrayKind::constants) {
+          checkExact(read, std::vector<float>{model_.crushForce(asked.step)}, outcome);
+          break;
         }
+        const auto variable = static_cast<CrashBox::Variable>(asked.variable);
+        const bool isPerNode = model_.keys(variable).front().elementType < 0;
+        const ValueKey key{.step = asked.step,
+                           .part = asked.part,
+                           .elementType = isPerNode ? -1 : asked.element_type,
+                           .component = asked.component,
+                           .imaginary = asked.imaginary != 0};
+        checkFloats(read, model_.values(variable, key), model_.toleranceOf(variable), outcome);
         break;
       }
-      case ArrayKind::connectivity:
-        checkExact(read[0], model_.elements(array.part).at(array.elementType), outcome);
-        break;
-      case ArrayKind::borderFaces:
-        checkExact(read[0], model_.borderFaces().connectivity.nodes, outcome);
-        checkExact(read[1], model_.borderFaces().parentIds, outcome);
-        checkExact(read[2], model_.borderFaces().parentTypes, outcome);
-        break;
-      case ArrayKind::variables: {
-        const auto variable = static_cast<CrashBox::Variable>(array.variable);
-        const ValueKey key{.step = array.step,
-                           .part = array.part,
-                           .elementType = array.elementType,
-                           .component = array.component,
-                           .imaginary = array.isImaginary};
-        checkFloats(read[0], model_.values(variable, key), model_.toleranceOf(variable), outcome);
-        break;
-      }
-      case ArrayKind::constants:
-        checkExact(read[0], std::vector<float>{model_.crushForce(array.step)}, outcome);
-        break;
       default:
-        report(read[0].path + ": the sample has no such array", outcome);
+        report(read.path + ": the sample has no such array", outcome);
     }
   }
 
-  void require(bool holds, const std::string& what, Outcome& outcome) const {
+  static void require(bool holds, const std::string& what, Outcome& outcome) {
     if (!holds) report(what, outcome);
   }
 
  private:
-  void report(const std::string& what, Outcome& outcome) const {
+  static void report(const std::string& what, Outcome& outcome) {
     ++outcome.differences;
-    put(out_, "DIFFERS  " + what + "\n");
+    put("DIFFERS  " + what + "\n");
   }
 
+  /// Bit by bit: a NaN equals itself.
   template <class T>
-  void checkExact(const DatasetValues& read, const std::vector<T>& written,
-                  Outcome& outcome) const {
+  static void checkExact(const Values& read, const std::vector<T>& written, Outcome& outcome) {
     require(read.bytes.size() == written.size() * sizeof(T) &&
                 std::memcmp(read.bytes.data(), written.data(), read.bytes.size()) == 0,
             read.path + " is not what was written", outcome);
   }
 
-  void checkFloats(const DatasetValues& read, const std::vector<float>& written,
-                   const Tolerance& tolerance, Outcome& outcome) const {
+  static void checkFloats(const Values& read, const std::vector<float>& written,
+                          const Tolerance& tolerance, Outcome& outcome) {
     if (tolerance.absolute == 0.0 && tolerance.relative == 0.0) {
       return checkExact(read, written, outcome);
     }
@@ -121,10 +130,10 @@ class Comparison {
     if (values.size() != written.size()) return report(read.path + " has another size", outcome);
     for (std::size_t i = 0; i < values.size(); ++i) {
       const double error = std::abs(double{values[i]} - double{written[i]});
-      // Half a quantum, and the rounding of the result to a float.
+      // Half a quantum, plus the rounding of the result to a float.
       const double allowed = tolerance.absolute + tolerance.relative * std::abs(double{written[i]});
       outcome.largestError = std::max(outcome.largestError, error);
-      if (!(error <= allowed)) {  // also for a value that is no number
+      if (!(error <= allowed)) {  // true for NaN as well
         return report(read.path + "[" + std::to_string(i) + "] is " + numberText(values[i]) +
                           " where " + numberText(written[i]) + " was written",
                       outcome);
@@ -133,25 +142,24 @@ class Comparison {
   }
 
   const CrashBox& model_;
-  std::FILE* out_;
 };
 
 class Demo {
  public:
-  Demo(const CrashBox& model, std::FILE* out)
+  Demo(const CrashBox& model, const File& file)
       : model_(model),
-        out_(out),
-        comparison_(model, out),
-        contents_(readContents()),
-        reader_(contents_) {}
+        file_(file),
+        comparison_(model),
+        contents_(readContents(file)),
+        choice_(everything_, file, contents_),
+        list_(file, contents_, choice_) {}
 
   /// The number of differences.
   std::uint64_t run() {
-    for (const std::string& problem : contents_.problems) comparison_.require(false, problem, all_);
-    settleStaticVariables(contents_, reader_);
+    for (const std::string& problem : contents_.problems) Comparison::require(false, problem, all_);
     checkTables();
-    if (all_.differences != 0) return all_.differences;  // another model
-    for (const Section& section : sectionsOf(contents_)) readSection(section);
+    if (all_.differences != 0) return all_.differences;  // the file is of another model
+    for (const Section& section : list_.sections()) readSection(section);
     checkArrayCounts();
     checkIds();
     summary();
@@ -161,58 +169,74 @@ class Demo {
  private:
   void checkTables() {
     const auto expect = [&](bool holds, const std::string& what) {
-      comparison_.require(holds, what + ": not the sample with these options", all_);
+      Comparison::require(holds, what + ": not the sample with these options", all_);
     };
-    const std::vector<Part>& parts = reader_.parts(0);
+    const std::vector<morvex_part>& parts = list_.parts(0);
     expect(parts.size() == CrashBox::kPartCount, "number of parts");
     for (std::size_t i = 0; i < std::min<std::size_t>(parts.size(), CrashBox::kPartCount); ++i) {
       const int part = static_cast<int>(i);
       expect(static_cast<std::size_t>(parts[i].nodes) == model_.nodeCount(part),
-             "nodes of part " + parts[i].name);
-      for (int type = 0; type < MXG_ELEMENT_TYPES; ++type) {
-        expect(static_cast<std::size_t>(parts[i].elements[static_cast<std::size_t>(type)]) ==
-                   model_.elementCount(part, type),
-               "elements of part " + parts[i].name + ", " + elementName(type));
+             std::string("nodes of part ") + parts[i].name);
+      for (int type = 0; type < MORVEX_ELEMENT_TYPES; ++type) {
+        expect(static_cast<std::size_t>(parts[i].elements[type]) == model_.elementCount(part, type),
+               std::string("elements of part ") + parts[i].name + ", " + elementName(type));
       }
     }
-    expect(contents_.timeSets.size() == 1, "number of time sets");
-    if (contents_.timeSets.size() == 1) {
+    expect(contents_.timesets.size() == 1, "number of time sets");
+    if (contents_.timesets.size() == 1) {
       std::vector<float> times;
       for (int step = 0; step < model_.steps(); ++step) times.push_back(model_.timeOf(step));
-      expect(contents_.timeSets[0] == times, "times");
+      expect(contents_.timesets[0] == times, "times");
     }
     expect(contents_.variables.size() == CrashBox::kVariableCount, "number of variables");
     for (std::size_t i = 0;
          i < std::min<std::size_t>(contents_.variables.size(), CrashBox::kVariableCount); ++i) {
-      expect(contents_.variables[i].name == CrashBox::nameOf(static_cast<CrashBox::Variable>(i)),
+      expect(std::string(contents_.variables[i].name) ==
+                 CrashBox::nameOf(static_cast<CrashBox::Variable>(i)),
              "name of variable " + std::to_string(i));
     }
   }
 
   void readSection(const Section& section) {
     std::map<std::string, Outcome> outcomes;
-    for (const ArrayId& array : arraysOf(contents_, section, reader_)) {
+    for (const ArrayId& array : list_.arraysOf(section)) {
       const std::string name = section.of == Section::Of::variable
                                    ? contents_.variables[std::size_t(section.variable)].name
                                    : kindName(array.kind);
       Outcome& outcome = outcomes[name];
       try {
-        const auto start = Clock::now();
-        const auto read = reader_.read(array);
+        const auto start = Clock::now();  // times the library, not the comparison
+        const Values read = readArray(array);
         outcome.seconds += std::chrono::duration<double>(Clock::now() - start).count();
-        if (read.empty()) continue;
-        outcome.arrays += read.size();
-        for (const DatasetValues& values : read) outcome.bytes += values.bytes.size();
+        ++outcome.arrays;
+        outcome.bytes += read.bytes.size();
         comparison_.check(array, read, outcome);
-      } catch (const ReadFailure& failure) {
-        comparison_.require(false, failure.path() + ": " + failure.what(), outcome);
+      } catch (const Error& failure) {
+        Comparison::require(false, failure.what(), outcome);
       }
     }
     for (const auto& [name, outcome] : outcomes) {
-      put(out_, "step " + std::to_string(section.step) + "  " + outcomeText(name, outcome) + "\n");
+      put("step " + std::to_string(section.step) + "  " + outcomeText(name, outcome) + "\n");
       totals_[name].add(outcome);
       all_.add(outcome);
     }
+  }
+
+  [[nodiscard]] Values readArray(const ArrayId& array) const {
+    morvex_request asked = array.request;
+    Values read{.path = pathOf(file_, array), .bytes = {}};
+    if (array.kind == ArrayKind::constants) {
+      const float value = file_.constant(asked.variable, asked.step);
+      read.bytes.resize(sizeof value);
+      std::memcpy(read.bytes.data(), &value, sizeof value);
+      return read;
+    }
+    std::uint64_t valueBytes = 0;
+    morvex::check(morvex_get_size(file_.handle(), &asked, &asked.capacity, &valueBytes));
+    read.bytes.resize(static_cast<std::size_t>(asked.capacity * valueBytes));
+    asked.target = read.bytes.data();
+    morvex::check(morvex_read(file_.handle(), &asked, 1, nullptr));
+    return read;
   }
 
   static std::string outcomeText(const std::string& name, const Outcome& outcome) {
@@ -227,7 +251,7 @@ class Demo {
     return text.data();
   }
 
-  /// No array of the model may have been passed over.
+  /// Checks that no array of the model was left out.
   void checkArrayCounts() {
     for (int v = 0; v < CrashBox::kVariableCount; ++v) {
       const auto variable = static_cast<CrashBox::Variable>(v);
@@ -235,50 +259,42 @@ class Demo {
       const std::size_t written = variable == CrashBox::kCrushForce
                                       ? static_cast<std::size_t>(model_.steps())
                                       : model_.keys(variable).size();
-      comparison_.require(totals_[name].arrays == written,
+      Comparison::require(totals_[name].arrays == written,
                           name + ": " + std::to_string(totals_[name].arrays) + " arrays read, " +
                               std::to_string(written) + " written",
                           all_);
     }
     const std::uint64_t axes =
         3U * CrashBox::kPartCount * static_cast<std::uint64_t>(model_.steps());
-    comparison_.require(totals_[kindName(ArrayKind::coordinates)].arrays == axes,
+    Comparison::require(totals_[kindName(ArrayKind::coordinates)].arrays == axes,
                         "coordinates: not all steps of all parts were read", all_);
-    comparison_.require(totals_[kindName(ArrayKind::borderFaces)].arrays == 3,
+    Comparison::require(totals_[kindName(ArrayKind::borderFaces)].arrays == 3,
                         "border faces: not all were read", all_);
   }
 
-  /// Ids are made by the library: nodes and elements count from 0 in each part, particles from 1.
+  /// The library computes ids: nodes and elements count from 0 in each part, particles from 1.
   void checkIds() {
     Outcome outcome;
-    const auto check = [&](std::uint64_t count, int first, const auto& ask,
-                           const std::string& what) {
-      const auto ids = answerOf<std::int32_t>(ask);
-      std::vector<std::int32_t> expected(static_cast<std::size_t>(count));
+    const auto check = [&](const morvex_request& asked, int first, const std::string& what) {
+      const auto ids = file_.read<std::int32_t>(asked);
+      std::vector<std::int32_t> expected(ids.size());
       std::iota(expected.begin(), expected.end(), first);
-      comparison_.require(ids == expected, what, outcome);
+      Comparison::require(ids == expected, what, outcome);
       outcome.arrays += 1;
       outcome.bytes += ids.size() * sizeof(std::int32_t);
+      return static_cast<int>(ids.size());
     };
     const auto start = Clock::now();
-    const std::vector<Part>& parts = reader_.parts(0);
-    for (int p = 0; p < static_cast<int>(parts.size()); ++p) {
-      const Part& part = parts[static_cast<std::size_t>(p)];
-      const auto nodeIds = [&](auto... out) { return mxg_get_part_node_ids(0, p, out...); };
-      check(part.nodes, 0, nodeIds, "node ids");
+    for (int part = 0; part < file_.partCount(); ++part) {
+      check(request(MORVEX_NODE_IDS, 0, part), 0, "node ids");
       int first = 0;
-      for (int type = 0; type < MXG_ELEMENT_TYPES; ++type) {
-        const std::uint64_t count = part.elements[static_cast<std::size_t>(type)];
-        if (count == 0) continue;
-        const auto elementIds = [&](auto... out) {
-          return mxg_get_part_element_ids(0, p, type, out...);
-        };
-        check(count, first, elementIds, "element ids");
-        first += static_cast<int>(count);
+      for (int type = 0; type < MORVEX_ELEMENT_TYPES; ++type) {
+        morvex_request asked = request(MORVEX_ELEMENT_IDS, 0, part);
+        asked.element_type = type;
+        first += check(asked, first, "element ids");
       }
     }
-    const auto particleIds = [](auto... out) { return mxg_get_measured_particle_ids(0, out...); };
-    check(readParticleCount(0), 1, particleIds, "particle ids");
+    check(request(MORVEX_PARTICLE_IDS), 1, "particle ids");
     outcome.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     totals_["ids"].add(outcome);
     all_.add(outcome);
@@ -295,62 +311,49 @@ class Demo {
     };
     for (const auto& [name, outcome] : totals_) row(name, outcome);
     row("all", all_);
-    put(out_, "\n" + table.text());
+    put("\n" + table.text());
   }
 
   const CrashBox& model_;
-  std::FILE* out_;
+  const File& file_;
   Comparison comparison_;
   Contents contents_;
-  ArrayReader reader_;
+  Selection everything_;
+  Choice choice_;
+  ArrayList list_;
   std::map<std::string, Outcome> totals_;
   Outcome all_;
 };
 
-int compare(const std::string& path, const CrashBox::Options& options, OutputStreams& streams) {
-  std::optional<OpenFile> file;
-  try {
-    file.emplace(path);
-  } catch (const AskFailure& failure) {
-    put(streams.messages(), std::string("morvex-demo: ") + failure.what() + "\n");
-    return kCannotOpen;
-  }
-  const CrashBox model(options);
-  const std::uint64_t differences = Demo(model, streams.data()).run();
-  put(streams.data(), differences == 0 ? "Everything was read as it was written.\n"
-                                       : std::to_string(differences) + " differences.\n");
-  return differences == 0 ? kAllWell : kDataFailed;
-}
-
-int main(int argc, char** argv) {
+ExitCode run(int argc, char** argv) {
   std::string path;
   CrashBox::Options options;
-  CLI::App app("Reads all of the crash box that morvex-sample writes and compares it.",
-               "morvex-demo");
+  CLI::App app("Reads all of the sample that morvex sample writes and compares it.", "morvex-demo");
   app.add_option("FILE", path, "result file, written with the same options")->required();
-  app.add_option("--nodes", options.nodes, "as given to morvex-sample")->capture_default_str();
-  app.add_option("--steps", options.steps, "as given to morvex-sample")->capture_default_str();
+  app.add_option("--nodes", options.nodes, "as given to morvex sample")->capture_default_str();
+  app.add_option("--steps", options.steps, "as given to morvex sample")->capture_default_str();
   app.footer(
       "Exit codes: 0 as written; 1 a difference; 2 usage; 3 the file can't be opened;\n"
       "4 output can't be written, memory ran out.");
   try {
     app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    put(app.help());
+    return kSuccess;
   } catch (const CLI::ParseError& failure) {
-    return app.exit(failure, std::cout, std::cerr) == 0 ? kAllWell : kUsageError;
+    throw Failure(kUsageError, usageText(app, failure));
   }
-  try {
-    OutputStreams streams("");
-    const int code = compare(path, options, streams);
-    return streams.finish() ? code : kOutputFailed;
-  } catch (...) {
-    std::cerr << "morvex-demo: " << failureText() << "\n";
-    return kOutputFailed;
-  }
+  const File file = openFile(path, {});
+  const CrashBox model(options);
+  const std::uint64_t differences = Demo(model, file).run();
+  put(differences == 0 ? "Everything was read as it was written.\n"
+                       : std::to_string(differences) + " differences.\n");
+  return differences == 0 ? kSuccess : kFindings;
 }
 
 }  // namespace
 }  // namespace morvex::tools
 
 int main(int argc, char** argv) {
-  return morvex::tools::main(argc, argv);
+  return morvex::tools::runProgram("morvex-demo", [&] { return morvex::tools::run(argc, argv); });
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,20 +10,19 @@
 
 namespace morvex::tools {
 
-/// Writes what a container holds as text. Each part of the output is written as far as the file
-/// can be read; what can't be is told in its place, and counted.
+/// Writes the content of a container as text, as far as the file can be read. What can't be read is
+/// reported in its place and counted.
 class Dump {
  public:
-  /// Both are borrowed.
-  Dump(Kelbor::MathModule::SdfFile& file, std::FILE* out) : file_(file), out_(out) {}
+  /// `file` is borrowed.
+  explicit Dump(Kelbor::MathModule::SdfFile& file) : file_(file) {}
 
   /// The recipes: their chains in words. dump_recipes.cpp.
   void recipes();
   /// The metadata records, field by field. Tables longer than `limit` are cut. dump_records.cpp.
   void records(std::size_t limit);
-  /// Groups and datasets with their sizes and, of those that have one, their recipes.
-  /// dump_tree.cpp.
-  void tree();
+  /// The groups and datasets below a group, with sizes and recipes. dump_tree.cpp.
+  void tree(const std::string& group);
 
   /// Places that could not be read.
   [[nodiscard]] std::uint64_t failures() const noexcept { return failures_; }
@@ -34,7 +32,7 @@ class Dump {
     std::uint64_t datasets = 0;
     std::uint64_t logicalBytes = 0;
     std::uint64_t storedBytes = 0;
-    std::uint64_t listed = 0;  ///< entries, by which a tree that never ends is stopped
+    std::uint64_t listed = 0;  ///< entries; bounds a tree that never ends
   };
 
   void line(const std::string& text);
@@ -50,12 +48,11 @@ class Dump {
   const std::vector<ZipRecipe>& recipeList();
 
   Kelbor::MathModule::SdfFile& file_;
-  std::FILE* out_;
   std::optional<std::vector<ZipRecipe>> recipes_;
   std::uint64_t failures_ = 0;
 };
 
-/// What the exception in flight says. To be called in a catch block.
+/// The message of the exception in flight. To be called in a catch block.
 [[nodiscard]] std::string innerFailureText();
 
 template <class Work>

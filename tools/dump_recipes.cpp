@@ -1,20 +1,19 @@
-// Recipes in words: which procedures, how they are wired, what the results are called.
+// Recipes in words: procedures, wiring, names of results.
 
-#include "core/byte_cursor.hpp"
 #include "dump.hpp"
 #include "metadata/metadata_version.hpp"
+#include "metadata/record_cursor.hpp"
 #include "procedures/factory_table.hpp"
 #include "text_table.hpp"
 
 namespace morvex::tools {
 namespace {
 
-using Kelbor::RecordCursor;
 namespace ClassTags = Kelbor::MathModule::ClassTags;
 
 constexpr int kDeepestWrapper = 8;
 
-/// Takes a class tag and what belongs to it off the stream.
+/// Reads a class tag and its parameters from the stream.
 std::string className(RecordCursor& classes, int depth) {
   const auto tag = classes.read<std::int32_t>();
   const char* name = Kelbor::MathModule::classTagName(tag);

@@ -1,4 +1,4 @@
-// The metadata records field by field, those that no query of the library uses included.
+// The metadata records field by field, including those that no query uses.
 
 #include <algorithm>
 #include <numeric>
@@ -15,7 +15,7 @@
 #include "metadata/step_records.hpp"
 #include "metadata/time_records.hpp"
 #include "metadata/variable_records.hpp"
-#include "output_streams.hpp"
+#include "output.hpp"
 #include "recipes/time_differences.hpp"
 #include "text_table.hpp"
 
@@ -32,7 +32,7 @@ std::string valueText(const T& value) {
     return "\"" + shownText(value) + "\"";
   } else if constexpr (std::is_arithmetic_v<T>) {
     return std::to_string(value);
-  } else {  // a row of numbers, of which zeros at the end say nothing
+  } else {  // a row of numbers without the zeros at its end
     std::size_t size = value.size();
     while (size > 1 && value[size - 1] == 0) --size;
     std::string text = "[";
@@ -252,7 +252,7 @@ std::optional<std::uint32_t> recordNumber(const std::string& name, const std::st
 
 }  // namespace
 
-/// Hands each record to a function that puts it in words; absent records leave no line.
+/// Passes each record to the function that describes it; absent records leave no line.
 class RecordDump {
  public:
   RecordDump(Kelbor::MathModule::SdfFile& file, std::size_t limit) : file_(file), limit_(limit) {}
@@ -260,7 +260,7 @@ class RecordDump {
   std::string version() {
     const RecordBytes record(file_, kRecordGroup, "version");
     if (!record) return "    absent: all metadata is ignored\n";
-    Kelbor::RecordCursor cursor(record.bytes());
+    RecordCursor cursor(record.bytes());
     const auto first = cursor.read<std::uint32_t>();
     return "    version of the reader that is needed: " + readVersion(cursor).toString() +
            " (first word " + std::to_string(first) + ")\n";
@@ -344,6 +344,7 @@ class RecordDump {
     return record ? read(record.bytes()) : "    absent\n";
   }
 
+  /// Describes the first `limit_` states of each geometry.
   template <class State>
   std::string states(const std::vector<std::vector<State>>& all,
                      std::string (*words)(const State&, std::size_t)) const {
@@ -362,7 +363,7 @@ class RecordDump {
     return text;
   }
 
-  /// How the steps of the variables that are stored as differences lean on each other.
+  /// On which steps each step of a variable in time differences depends.
   std::string patterns(const CompressTimeDiffsMetaData& data) const {
     Fields fields(limit_);
     for (std::size_t v = 0; v < variables_.names.size(); ++v) {
@@ -389,7 +390,7 @@ void Dump::records(std::size_t limit) {
   heading("Records");
   RecordDump dump(file_, limit);
   using Member = std::string (RecordDump::*)();
-  // In the order in which they lean on each other.
+  // In the order in which they depend on each other.
   const std::pair<const char*, Member> kRecords[] = {
       {"version", &RecordDump::version},
       {"casemetadata", &RecordDump::caseData},
@@ -404,7 +405,7 @@ void Dump::records(std::size_t limit) {
   for (const auto& [name, member] : kRecords) {
     const std::string path = std::string(kRecordGroup) + "/" + name;
     line("  " + path);
-    attempt(path, [&, read = member] { put(out_, (dump.*read)()); });
+    attempt(path, [&, read = member] { put((dump.*read)()); });
   }
   const auto numbered = [&](const std::string& group, const std::string& prefix, auto member) {
     std::vector<std::string> names;
@@ -413,7 +414,7 @@ void Dump::records(std::size_t limit) {
       const auto number = recordNumber(name, prefix);
       if (!number) continue;
       line("  " + group + "/" + name);
-      attempt(group + "/" + name, [&] { put(out_, (dump.*member)(name, *number)); });
+      attempt(group + "/" + name, [&] { put((dump.*member)(name, *number)); });
     }
   };
   numbered("/timesets", "ts_", &RecordDump::timeSet);

@@ -1,9 +1,10 @@
 #include <exception>
 
-#include "core/error.hpp"
 #include "dump.hpp"
+#include "metadata/exception.hpp"
 #include "metadata/record_access.hpp"
-#include "output_streams.hpp"
+#include "metadata/record_cursor.hpp"
+#include "output.hpp"
 #include "text_table.hpp"
 
 namespace morvex::tools {
@@ -11,7 +12,7 @@ namespace {
 
 using Kelbor::MathModule::DatasetInfo;
 
-/// Real files have four levels. Tables of damaged ones may lead in circles.
+/// Real files have four levels. Tables of damaged ones may form a circle.
 constexpr int kDeepestGroup = 32;
 constexpr std::uint64_t kMostEntries = 50'000'000;
 
@@ -20,16 +21,16 @@ constexpr std::uint64_t kHeaderSize = 8;
 
 const char* storageName(DatasetInfo::Storage storage) {
   switch (storage) {
-    case DatasetInfo::Storage::inlined:
+    case DatasetInfo::Storage::kInlined:
       return "inline";
-    case DatasetInfo::Storage::plain:
+    case DatasetInfo::Storage::kPlain:
       return "plain";
     default:
       return "deflated";
   }
 }
 
-/// Whether datasets of this path begin with a recipe: bulk data do, lists of outliers don't.
+/// Whether datasets of this path begin with a recipe: bulk data does, lists of outliers don't.
 bool isRecipeCoded(const std::string& group, const std::string& name) {
   const bool isBulk = group.starts_with("/geometry/") || group.starts_with("/variable/");
   return isBulk && !name.ends_with("_op") && !name.ends_with("_ov");
@@ -52,11 +53,11 @@ std::string innerFailureText() {
 }
 
 void Dump::line(const std::string& text) {
-  put(out_, text + "\n");
+  put(text + "\n");
 }
 
 void Dump::heading(const std::string& text) {
-  put(out_, "\n" + text + "\n");
+  put("\n" + text + "\n");
 }
 
 void Dump::fail(const std::string& what) {
@@ -66,7 +67,7 @@ void Dump::fail(const std::string& what) {
 
 const std::vector<ZipRecipe>& Dump::recipeList() {
   if (!recipes_) {
-    recipes_.emplace();  // stays empty where the record can't be read, and is not tried again
+    recipes_.emplace();  // stays empty if the record can't be read, and is not tried again
     const RecordBytes record(file_, "/kelbor", "recipes");
     if (record) recipes_ = readRecipes(record.bytes());
   }
@@ -76,7 +77,7 @@ const std::vector<ZipRecipe>& Dump::recipeList() {
 std::string Dump::recipeText(const std::string& group, const std::string& name) {
   const RecordBytes header(file_, group, name, kHeaderSize);
   if (!header || header.bytes().size() < kHeaderSize) return "  no recipe";
-  Kelbor::RecordCursor cursor(header.bytes());
+  RecordCursor cursor(header.bytes());
   const auto recipe = cursor.read<std::int32_t>();
   const auto parameters = cursor.read<std::int32_t>();
   std::string text = "  recipe " + std::to_string(recipe);
@@ -97,7 +98,7 @@ void Dump::dataset(const std::string& group, const std::string& name, Subtree& t
   total.storedBytes += info->storedSize;
   std::string text = "  " + shownText(name) + "  " + std::to_string(info->logicalSize) +
                      " bytes, " + storageName(info->storage);
-  if (info->storage == DatasetInfo::Storage::deflated) {
+  if (info->storage == DatasetInfo::Storage::kDeflated) {
     text += " to " + std::to_string(info->storedSize);
   }
   if (isRecipeCoded(group, name)) text += recipeText(group, name);
@@ -122,11 +123,11 @@ void Dump::walk(const std::string& path, int depth, Subtree& total) {
   }
 }
 
-void Dump::tree() {
+void Dump::tree(const std::string& group) {
   heading("Groups and datasets");
   attempt("/kelbor/recipes", [&] { (void)recipeList(); });
   Subtree total;
-  walk("/", 0, total);
+  walk(group, 0, total);
   line(std::to_string(total.datasets) + " datasets, " + std::to_string(total.logicalBytes) +
        " bytes, of which " + std::to_string(total.storedBytes) + " are stored outside the tables");
 }

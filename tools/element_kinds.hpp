@@ -1,20 +1,18 @@
 #pragma once
 
+#include <morvex/morvex.h>
+
 #include <array>
-#include <cstdint>
+#include <cstddef>
 #include <string>
 
-#include "morvex/morvex_guard.h"
-
 namespace morvex::tools {
-
-using ElementCounts = std::array<std::uint64_t, MXG_ELEMENT_TYPES>;
 
 inline constexpr int kNSided = 30;
 inline constexpr int kNFaced = 32;
 
 /// Shapes of elements; the types 2k and 2k + 1, which is the ghost twin, have shape k.
-inline constexpr std::array<const char*, MXG_ELEMENT_TYPES / 2> kElementShapes{
+inline constexpr std::array<const char*, MORVEX_ELEMENT_TYPES / 2> kElementShapes{
     "point",          "bar2",         "bar3",          "triangle3", "triangle6", "quadrilateral4",
     "quadrilateral8", "tetrahedron4", "tetrahedron10", "pyramid5",  "pyramid13", "pentahedron6",
     "pentahedron15",  "hexahedron8",  "hexahedron20",  "n-sided",   "n-faced"};

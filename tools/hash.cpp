@@ -1,6 +1,6 @@
 #include "hash.hpp"
 
-// The header alone: hosts link nothing for it.
+// Header-only, so that nothing is linked for it.
 #define XXH_INLINE_ALL
 #include <xxhash.h>
 

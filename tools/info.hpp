@@ -1,38 +1,48 @@
 #pragma once
 
-#include <cstdio>
+#include <array>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "contents.hpp"
+#include "selection.hpp"
 
 namespace morvex::tools {
 
-/// What `morvex info` tells about the open file, all of it from metadata.
+/// What `morvex info` shows of a file, all of it from metadata. Texts belong to the file.
 struct Info {
+  struct Part {
+    int number = 0;
+    morvex_part facts;
+  };
+  struct Variable {
+    int number = 0;
+    morvex_variable facts;
+    std::vector<float> constants;  ///< of a constant, its number at each step
+  };
+
   std::string path;
-  std::string release;  ///< of the library
-  int step = 0;         ///< the step of the model that parts and box belong to
   Contents contents;
+  int step = 0;  ///< the step of the model that parts and box belong to
   std::vector<Part> parts;
-  std::optional<Box> box;
-  std::vector<std::uint64_t> particles;       ///< their number for each state; empty without any
-  std::vector<std::vector<float>> constants;  ///< by variable; empty for those with arrays
+  std::optional<std::array<float, 6>> box;
+  std::vector<std::uint64_t> particles;  ///< their number at each state; may be empty
+  std::vector<Variable> variables;
 };
 
-/// Asks the open session; failed questions are told in `contents.problems`.
-[[nodiscard]] Info readInfo(const std::string& path, int step);
+/// Asks what the selection names; `contents.problems` lists failed questions. Failure kUsageError.
+[[nodiscard]] Info readInfo(const std::string& path, const File& file, const Selection& selection);
 
-/// Tables for people.
-[[nodiscard]] std::string infoText(const Info& info);
+/// Tables for people, shortened to a width unless that is 0.
+[[nodiscard]] std::string infoText(const Info& info, std::size_t width);
 
-/// One JSON object; numbers that are none are null. The README lists its keys.
+/// One JSON object; NaN and infinities are null. The README lists its keys.
 [[nodiscard]] std::string infoJson(const Info& info);
 
-/// Names of the numbers that the library answers with, for example "vector" or "node".
-[[nodiscard]] std::string typeName(const Variable& variable);
-[[nodiscard]] std::string locationName(const Variable& variable);
-[[nodiscard]] std::string adaptivityName(Adaptivity adaptivity);
+/// Names for the library's codes, for example "vector" or "node".
+[[nodiscard]] std::string typeName(const morvex_variable& variable);
+[[nodiscard]] std::string locationName(const morvex_variable& variable);
+[[nodiscard]] std::string changeName(const morvex_geometry& geometry);
 
 }  // namespace morvex::tools

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "element_kinds.hpp"
 #include "info.hpp"
 
 namespace morvex::tools {
@@ -9,55 +10,66 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// Counts by the name of the type, those that are not 0.
-Json countsJson(const ElementCounts& counts) {
+/// Raised when a key changes its meaning or goes; new keys leave it as it is.
+constexpr int kSchema = 1;
+
+/// Counts above 0 by the name of the type.
+Json countsJson(const std::uint64_t (&counts)[MORVEX_ELEMENT_TYPES]) {
   Json object = Json::object();
-  for (int type = 0; type < MXG_ELEMENT_TYPES; ++type) {
-    const std::uint64_t count = counts[static_cast<std::size_t>(type)];
-    if (count != 0) object[elementName(type)] = count;
+  for (int type = 0; type < MORVEX_ELEMENT_TYPES; ++type) {
+    if (counts[type] != 0) object[elementName(type)] = counts[type];
   }
   return object;
 }
 
-Json geometryJson(const Geometry& geometry) {
-  if (!geometry.isPresent()) return nullptr;
-  return {{"adaptivity", adaptivityName(geometry.adaptivity)},
-          {"timeSet", geometry.timeSet},
+Json timesetJson(int timeset) {
+  return timeset < 0 ? Json(nullptr) : Json(timeset);
+}
+
+Json geometryJson(const morvex_geometry& geometry) {
+  if (geometry.change == MORVEX_ABSENT) return nullptr;
+  return {{"adaptivity", changeName(geometry)},
+          {"timeSet", timesetJson(geometry.timeset)},
           {"steps", geometry.steps}};
 }
 
-Json boxJson(const std::optional<Box>& box) {
+Json boxJson(const std::optional<std::array<float, 6>>& box) {
   if (!box) return nullptr;
-  return {{"low", box->low}, {"high", box->high}};
+  const auto& [x0, y0, z0, x1, y1, z1] = *box;
+  return {{"low", {x0, y0, z0}}, {"high", {x1, y1, z1}}};
 }
 
-Json partJson(const Part& part) {
-  Json object{{"id", part.id},
+Json partJson(const Info::Part& shown) {
+  const morvex_part& part = shown.facts;
+  Json object{{"number", shown.number},
+              {"id", part.id},
               {"name", part.name},
-              {"type", part.type},
+              {"type", part.is_block},
               {"nodes", part.nodes},
               {"elements", countsJson(part.elements)},
-              {"borderFaces", countsJson(part.borderFaces)}};
-  if (part.isBlock()) object["extents"] = part.extents;
+              {"borderFaces", countsJson(part.border_faces)}};
+  if (part.is_block != 0) object["extents"] = part.extents;
   return object;
 }
 
-Json variableJson(const Variable& variable, const std::vector<float>& constants) {
-  Json object{{"name", variable.name},
+Json variableJson(const Info::Variable& shown) {
+  const morvex_variable& variable = shown.facts;
+  Json object{{"number", shown.number},
+              {"name", variable.name},
               {"description", variable.description},
               {"type", typeName(variable)},
-              {"components", variable.components()},
+              {"components", variable.components},
               {"location", locationName(variable)},
-              {"complex", variable.isComplex}};
-  if (variable.isComplex) {
-    object["imaginaryDescription"] = variable.imaginaryDescription;
+              {"complex", variable.is_complex != 0}};
+  if (variable.is_complex != 0) {
+    object["imaginaryDescription"] = variable.imaginary_name;
     object["frequency"] = variable.frequency;
   }
-  object["of"] = variable.isMeasured ? "particles" : "model";
-  object["timeSet"] = variable.isTransient ? Json(variable.timeSet) : Json(nullptr);
+  object["of"] = variable.on_particles != 0 ? "particles" : "model";
+  object["timeSet"] = timesetJson(variable.timeset);
   object["steps"] = variable.steps;
-  object["constant"] = variable.isConstant;
-  if (variable.isConstant) object["values"] = constants;
+  object["constant"] = variable.is_constant != 0;
+  if (variable.is_constant != 0) object["values"] = shown.constants;
   return object;
 }
 
@@ -65,22 +77,24 @@ Json variableJson(const Variable& variable, const std::vector<float>& constants)
 
 std::string infoJson(const Info& info) {
   const Contents& contents = info.contents;
-  Json object{{"file", info.path},
-              {"library", info.release},
-              {"timeSets", contents.timeSets},
-              {"model", geometryJson(contents.model)},
-              {"particles", geometryJson(contents.measured)},
+  Json object{{"schema", kSchema},
+              {"file", info.path},
+              {"library", morvex_version()},
+              {"title", contents.summary.title},
+              {"timeSets", contents.timesets},
+              {"model", geometryJson(contents.summary.model)},
+              {"particles", geometryJson(contents.summary.particles)},
               {"particleCounts", info.particles},
               {"step", info.step},
               {"box", boxJson(info.box)},
               {"parts", Json::array()},
               {"variables", Json::array()},
               {"problems", contents.problems}};
-  for (const Part& part : info.parts) object["parts"].push_back(partJson(part));
-  for (std::size_t i = 0; i < contents.variables.size(); ++i) {
-    object["variables"].push_back(variableJson(contents.variables[i], info.constants[i]));
+  for (const Info::Part& part : info.parts) object["parts"].push_back(partJson(part));
+  for (const Info::Variable& variable : info.variables) {
+    object["variables"].push_back(variableJson(variable));
   }
-  // Names are bytes of any encoding: what is no UTF-8 is replaced.
+  // Names are bytes of any encoding: invalid UTF-8 is replaced.
   return object.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

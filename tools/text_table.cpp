@@ -4,14 +4,30 @@
 #include <array>
 #include <charconv>
 #include <cstdio>
+#include <numeric>
+#include <string_view>
 
 namespace morvex::tools {
 namespace {
 
-/// Columns that a text takes: UTF-8 continuation bytes take none.
+/// Columns that a text occupies: UTF-8 continuation bytes occupy none.
 std::size_t widthOf(const std::string& text) {
   return static_cast<std::size_t>(std::ranges::count_if(
       text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
+}
+
+/// The text, or as much of its beginning as fits with three dots.
+std::string shortened(const std::string& text, std::size_t width) {
+  if (widthOf(text) <= width) return text;
+  constexpr std::string_view kDots = "...";
+  std::string cut;
+  std::size_t columns = 0;
+  for (const char c : text) {
+    columns += (static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0;
+    if (columns + kDots.size() > width) break;
+    cut += c;
+  }
+  return cut.append(kDots);
 }
 
 template <class T>
@@ -35,19 +51,40 @@ void TextTable::row(std::vector<std::string> cells) {
   rows_.push_back(std::move(cells));
 }
 
-std::string TextTable::text() const {
+std::vector<std::size_t> TextTable::widths(std::size_t width) const {
   std::vector<std::size_t> widths;
   for (const std::string& heading : headings_) widths.push_back(widthOf(heading));
   for (const auto& cells : rows_) {
     for (std::size_t k = 0; k < cells.size(); ++k)
       widths[k] = std::max(widths[k], widthOf(cells[k]));
   }
+  if (width == 0) return widths;
+  // The widest column of text gives way, one place at a time.
+  constexpr std::size_t kNarrowest = 8;
+  const auto total = [&] {
+    return std::accumulate(widths.begin(), widths.end(), 2 * widths.size());
+  };
+  while (total() > width) {
+    std::size_t widest = widths.size();
+    for (std::size_t k = 0; k < widths.size(); ++k) {
+      const bool mayShrink = !toTheRight_[k] && widths[k] > kNarrowest;
+      if (mayShrink && (widest == widths.size() || widths[k] > widths[widest])) widest = k;
+    }
+    if (widest == widths.size()) break;
+    --widths[widest];
+  }
+  return widths;
+}
+
+std::string TextTable::text(std::size_t width) const {
+  const std::vector<std::size_t> columns = widths(width);
   std::string text;
   const auto addLine = [&](const std::vector<std::string>& cells) {
     std::string line = "  ";
     for (std::size_t k = 0; k < cells.size(); ++k) {
-      const std::string gap(widths[k] - widthOf(cells[k]), ' ');
-      line += toTheRight_[k] ? gap + cells[k] : cells[k] + gap;
+      const std::string cell = shortened(cells[k], columns[k]);
+      const std::string gap(columns[k] - widthOf(cell), ' ');
+      line += toTheRight_[k] ? gap + cell : cell + gap;
       line += "  ";
     }
     line.erase(line.find_last_not_of(' ') + 1);

@@ -6,7 +6,7 @@
 
 namespace morvex::tools {
 
-/// Rows of text in aligned columns. Columns whose heading begins with '>' stand to the right.
+/// Rows of text in aligned columns. A heading that begins with '>' aligns its column to the right.
 class TextTable {
  public:
   explicit TextTable(std::vector<std::string> headings);
@@ -15,16 +15,19 @@ class TextTable {
   void row(std::vector<std::string> cells);
   [[nodiscard]] bool empty() const noexcept { return rows_.empty(); }
 
-  /// Each line begins with two blanks and ends with a newline.
-  [[nodiscard]] std::string text() const;
+  /// Each line begins with two blanks and ends with a newline. Where `width` is not 0, columns of
+  /// text are shortened until lines fit, as far as that goes.
+  [[nodiscard]] std::string text(std::size_t width = 0) const;
 
  private:
+  [[nodiscard]] std::vector<std::size_t> widths(std::size_t width) const;
+
   std::vector<std::string> headings_;
   std::vector<bool> toTheRight_;
   std::vector<std::vector<std::string>> rows_;
 };
 
-/// A text from a file as it can be shown in a line: control characters become '?'.
+/// A text from a file made fit for one line: control characters become '?'.
 [[nodiscard]] std::string shownText(std::string text);
 
 /// The shortest text that reads back as the same number, whatever the locale.

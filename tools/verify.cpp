@@ -1,11 +1,13 @@
 #include "verify.hpp"
 
 #include <algorithm>
+#include <memory>
+#include <nlohmann/json.hpp>
 #include <random>
 
-#include "failure_text.hpp"
+#include "command.hpp"
 #include "hash.hpp"
-#include "progress_bar.hpp"
+#include "output.hpp"
 #include "text_table.hpp"
 
 namespace morvex::tools {
@@ -17,114 +19,175 @@ void arrange(std::vector<T>& items, ReadOrder order, std::mt19937_64& random) {
   if (order == ReadOrder::random) std::ranges::shuffle(items, random);
 }
 
-std::uint64_t keyedHash(const DatasetValues& values) {
-  return hashOf(values.bytes, hashOf(values.path));
-}
-
-std::string sectionName(const Contents& contents, const Section& section) {
-  const std::string step = "/" + std::to_string(section.step);
-  if (section.of == Section::Of::model) return "/geometry/0" + step;
-  if (section.of == Section::Of::particles) return "/geometry/1" + step;
-  return "/variable/" + contents.variables.at(static_cast<std::size_t>(section.variable)).name +
-         step;
-}
-
 class Verification {
  public:
-  Verification(Contents& contents, OutputStreams& streams)
-      : contents_(contents), reader_(contents), streams_(streams) {}
+  Verification(const File& file, const Contents& contents, const Choice& choice)
+      : file_(file), contents_(contents), list_(file, contents, choice) {}
 
-  Tally run(ReadOrder order, std::uint64_t seed) {
-    for (const std::string& problem : contents_.problems) fail("metadata", problem);
-    guarded("static variables", [&] { settleStaticVariables(contents_, reader_); });
-    std::vector<Section> sections = sectionsOf(contents_);
+  Tally run(ReadOrder order, std::uint64_t seed, bool isQuiet) {
+    for (const std::string& problem : contents_.problems) tally_.faults["metadata"] = {problem};
+    tally_.failed += contents_.problems.size();
+    std::vector<Section> sections = list_.sections();
     std::mt19937_64 random(seed);
     arrange(sections, order, random);
-    ProgressBar bar(streams_.messages(), sections.size());
-    bar_ = &bar;
-    std::size_t done = 0;
-    bool wasModel = false;
-    for (const Section& section : sections) {
-      // Hosts say so once they are through with the geometry.
-      const bool isModel = section.of == Section::Of::model;
-      if (wasModel && !isModel) require(mxg_finished_geometry_processing());
-      wasModel = isModel;
-      guarded(sectionName(contents_, section), [&] {
-        std::vector<ArrayId> arrays = arraysOf(contents_, section, reader_);
-        arrange(arrays, order, random);
-        for (const ArrayId& array : arrays) {
-          read(array);
-          bar.show(done, bytes_);
-        }
-      });
-      bar.show(++done, bytes_);
-    }
-    bar_ = nullptr;
-    return tally_;
+    Scan(file_, list_, isQuiet)
+        .run(
+            sections, [&](const ArrayResult& result) { receive(result); },
+            [&](const Section& section, const Error& failure) {
+              ++tally_.failed;  // its arrays are unknown and count as one
+              tally_.faults[list_.nameOf(section)].reason = failure.what();
+            },
+            [&](std::vector<ArrayId>& arrays) { arrange(arrays, order, random); });
+    return std::move(tally_);
   }
 
  private:
-  void read(const ArrayId& array) {
-    try {
-      KindTally& kind = tally_.kinds.at(static_cast<std::size_t>(array.kind));
-      for (const DatasetValues& values : reader_.read(array)) {
-        ++kind.arrays;
-        kind.bytes += values.bytes.size();
-        kind.digest += keyedHash(values);
-        bytes_ += values.bytes.size();
-      }
-    } catch (const ReadFailure& failure) {
-      fail(failure.path(), failure.what());
+  void receive(const ArrayResult& result) {
+    const std::string path = pathOf(file_, result.id);
+    if (result.failure) return fail(path, *result.failure, result.id.kind);
+    KindTally& kind = tally_.kinds.at(static_cast<std::size_t>(result.id.kind));
+    ++kind.arrays;
+    kind.bytes += result.bytes.size();
+    kind.digest += hashOf(result.bytes, hashOf(path));
+  }
+
+  void fail(const std::string& path, const Error& failure, ArrayKind kind) {
+    const bool isRoot = failure.path().empty() || failure.path() == path;
+    if (isRoot && kind == ArrayKind::variables && failure.code() == MORVEX_NO_SUCH_DATA) {
+      ++tally_.absent;  // a variable has values where its values are
+      return;
     }
+    ++tally_.failed;
+    Fault& fault = tally_.faults[isRoot ? path : failure.path()];
+    std::string reason = failure.what();
+    reason = reason.substr(0, reason.rfind("; "));  // not what depends on it
+    const std::string place = failure.path() + ": ";
+    if (reason.starts_with(place)) reason.erase(0, place.size());
+    fault.reason = reason;
+    if (!isRoot) ++fault.dependents;
   }
 
-  template <class Work>
-  void guarded(const std::string& what, const Work& work) {
-    try {
-      work();
-    } catch (...) {
-      fail(what, failureText());
-    }
-  }
-
-  void fail(const std::string& what, const std::string& reason) {
-    ++tally_.failures;
-    if (bar_) bar_->clear();
-    put(streams_.data(), "FAILED  " + shownText(what) + ": " + shownText(reason) + "\n");
-  }
-
-  Contents& contents_;
-  ArrayReader reader_;
-  OutputStreams& streams_;
-  ProgressBar* bar_ = nullptr;
+  const File& file_;
+  const Contents& contents_;
+  ArrayList list_;
   Tally tally_;
-  std::uint64_t bytes_ = 0;
 };
 
-std::string tallyText(const Tally& tally) {
+/// By ReadOrder.
+constexpr std::array<std::string_view, 3> kOrders{"forward", "backward", "random"};
+
+struct VerifyOptions {
+  std::vector<std::string> files;
+  Selection selection;
+  ReadOrder order = ReadOrder::forward;
+  std::uint64_t seed = 1;
+  bool asJson = false;
+};
+
+std::string faultText(const std::string& path, const Fault& fault) {
+  std::string text = "FAILED  " + shownText(path) + ": " + shownText(fault.reason);
+  if (fault.dependents > 0) {
+    text += "; " + std::to_string(fault.dependents) +
+            (fault.dependents == 1 ? " array depends on it" : " arrays depend on it");
+  }
+  return text + "\n";
+}
+
+std::string tallyTable(const Tally& tally) {
   TextTable table({"kind", ">arrays", ">bytes", "digest"});
-  KindTally sum;
+  const auto row = [&](const char* name, const KindTally& kind) {
+    table.row(
+        {name, std::to_string(kind.arrays), std::to_string(kind.bytes), digestText(kind.digest)});
+  };
+  for (std::size_t k = 0; k < kArrayKinds; ++k) {
+    if (tally.kinds[k].arrays != 0) row(kindName(static_cast<ArrayKind>(k)), tally.kinds[k]);
+  }
+  row("all", tally.sum());
+  return table.text();
+}
+
+std::string verdict(const Tally& tally) {
+  const std::string absent = tally.absent == 0 ? ""
+                                               : " " + std::to_string(tally.absent) +
+                                                     " arrays of variables are not in the file.";
+  if (tally.failed == 0) return "All arrays can be read." + absent + "\n";
+  return std::to_string(tally.failed) + " of " + std::to_string(tally.sum().arrays + tally.failed) +
+         " arrays can't be read." + absent + "\n";
+}
+
+std::string tallyJson(const std::string& path, const Tally& tally) {
+  using Json = nlohmann::ordered_json;
+  constexpr int kSchema = 1;
+  Json object{{"schema", kSchema},      {"file", path},           {"kinds", Json::object()},
+              {"failed", tally.failed}, {"absent", tally.absent}, {"faults", Json::array()}};
   for (std::size_t k = 0; k < kArrayKinds; ++k) {
     const KindTally& kind = tally.kinds[k];
-    sum.arrays += kind.arrays;
-    sum.bytes += kind.bytes;
-    sum.digest += kind.digest;
     if (kind.arrays == 0) continue;
-    table.row({kindName(static_cast<ArrayKind>(k)), std::to_string(kind.arrays),
-               std::to_string(kind.bytes), digestText(kind.digest)});
+    object["kinds"][kindName(static_cast<ArrayKind>(k))] = {
+        {"arrays", kind.arrays}, {"bytes", kind.bytes}, {"digest", digestText(kind.digest)}};
   }
-  table.row({"all", std::to_string(sum.arrays), std::to_string(sum.bytes), digestText(sum.digest)});
-  return table.text();
+  for (const auto& [place, fault] : tally.faults) {
+    object["faults"].push_back(
+        {{"path", place}, {"reason", fault.reason}, {"dependents", fault.dependents}});
+  }
+  return object.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+ExitCode verifyFile(const std::string& path, const VerifyOptions& options, const Common& common) {
+  const File file = openFile(path, common.open);
+  const Contents contents = readContents(file);
+  const Choice choice(options.selection, file, contents);
+  const Tally tally = tallyOf(file, contents, choice, options.order, options.seed, common.isQuiet);
+  if (options.asJson) {
+    put(tallyJson(path, tally));
+  } else {
+    if (options.files.size() > 1 && !common.isQuiet) put(shownText(path) + "\n");
+    for (const auto& [place, fault] : tally.faults) put(faultText(place, fault));
+    if (!common.isQuiet) put(tallyTable(tally) + verdict(tally));
+  }
+  return tally.failed == 0 ? kSuccess : kFindings;
 }
 
 }  // namespace
 
-Tally verify(Contents& contents, ReadOrder order, std::uint64_t seed, OutputStreams& streams) {
-  const Tally tally = Verification(contents, streams).run(order, seed);
-  put(streams.data(), tallyText(tally));
-  put(streams.data(), tally.failures == 0 ? "All arrays can be read.\n"
-                                          : std::to_string(tally.failures) + " failed.\n");
-  return tally;
+KindTally Tally::sum() const {
+  KindTally sum;
+  for (const KindTally& kind : kinds) {
+    sum.arrays += kind.arrays;
+    sum.bytes += kind.bytes;
+    sum.digest += kind.digest;
+  }
+  return sum;
+}
+
+Tally tallyOf(const File& file, const Contents& contents, const Choice& choice, ReadOrder order,
+              std::uint64_t seed, bool isQuiet) {
+  return Verification(file, contents, choice).run(order, seed, isQuiet);
+}
+
+Command addVerify(CLI::App& program, const Common& common) {
+  CLI::App* app = program.add_subcommand("verify", "Decodes everything; prints counts and digests");
+  const auto options = std::make_shared<VerifyOptions>();
+  addFiles(*app, options->files);
+  addSelection(*app, options->selection);
+  addJson(*app, options->asJson);
+  app->add_option("--order", options->order, "forward, backward or random")
+      ->transform(CLI::Validator(
+          [](std::string& text) {
+            const auto known = std::ranges::find(kOrders, text);
+            if (known == kOrders.end())
+              return "'" + text + "' is none of forward, backward, random";
+            text = std::to_string(known - kOrders.begin());
+            return std::string();
+          },
+          ""))
+      ->type_name("ORDER");
+  app->add_option("--seed", options->seed, "of the random order")->type_name("N");
+  return {app, [options, &common] {
+            return forEachFile(options->files, [&](const std::string& path) {
+              return verifyFile(path, *options, common);
+            });
+          }};
 }
 
 }  // namespace morvex::tools

@@ -8,7 +8,7 @@
 namespace Kelbor {
 namespace {
 
-// The address sanitizer shall see each block with the size that was asked for, and see it end.
+// No pool under the address sanitizer: it checks each block at its requested size and end of life.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr bool kKeepsBlocks = false;
 #elif defined(__has_feature)
@@ -27,7 +27,7 @@ BlockPool::~BlockPool() {
 
 void* BlockPool::take(std::uint64_t size) noexcept {
   const std::size_t index = classOf(size);
-  // One byte at least: null shall mean that memory ran out.
+  // At least one byte, so that null always means that memory ran out.
   if (index == kClasses) return std::malloc(std::max<std::uint64_t>(size, 1));
   if (void* kept = kept_[index].take()) {
     keptBytes_.fetch_sub(capacityOf(index), std::memory_order_relaxed);

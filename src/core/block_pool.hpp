@@ -10,10 +10,9 @@
 
 namespace Kelbor {
 
-/// Blocks of the C heap for content. All but the smallest, of which every read takes some and gives
-/// them back, are kept for the next: the C library would return their pages to the system each
-/// time, and asking for them again costs as much as decoding into them. What is kept is bounded and
-/// freed with the pool. Nothing waits here, and any thread may call.
+/// Caches freed blocks: free() would unmap them, and faulting their pages in again costs as much as
+/// decoding into them. Small blocks stay with the C heap, which caches them itself. The cache is
+/// bounded, lock-free, safe for any thread, and freed with the pool.
 class BlockPool {
  public:
   BlockPool() = default;
@@ -21,27 +20,27 @@ class BlockPool {
   BlockPool& operator=(const BlockPool&) = delete;
   ~BlockPool();
 
-  /// `size` bytes, not zeroed; null where memory runs out.
+  /// `size` bytes, not zeroed; null if memory runs out.
   [[nodiscard]] void* take(std::uint64_t size) noexcept;
-  /// Takes back a block that was taken for `size` bytes. Null is well.
+  /// Takes back a block that was taken for `size` bytes; it may be null.
   void giveBack(void* block, std::uint64_t size) noexcept;
-  /// A block of another size with the bytes of this one, as many as fit; the old one is gone. Null,
-  /// with the old one gone as well, where memory runs out.
+  /// Returns a block of `newSize` bytes with the bytes of the old one, as far as they fit, or null
+  /// if memory runs out. The old block is gone either way.
   [[nodiscard]] void* resize(void* block, std::uint64_t oldSize, std::uint64_t newSize) noexcept;
 
  private:
-  // Blocks that are kept have powers of two as their sizes, from 1 KiB to 4 MiB, and serve sizes
-  // from half the smallest on.
+  // Kept blocks have sizes of powers of two, 1 KiB to 4 MiB. Requests from half the smallest size
+  // on use them: a block is at most twice as large as requested.
   static constexpr std::uint64_t kSmallestKept = 1024;
   static constexpr std::size_t kClasses = 13;
   static constexpr std::uint64_t kMostBytes = 16777216;
 
-  /// kClasses for sizes of which no blocks are kept.
+  /// kClasses for sizes that are not kept.
   [[nodiscard]] static std::size_t classOf(std::uint64_t size) noexcept;
   [[nodiscard]] static constexpr std::uint64_t capacityOf(std::size_t index) noexcept {
     return kSmallestKept << index;
   }
-  /// False where enough is kept already.
+  /// False if the pool is full.
   [[nodiscard]] bool keep(void* block, std::size_t index) noexcept;
 
   std::array<Platform::IdlePool<void, std::free>, kClasses> kept_;

@@ -12,10 +12,10 @@
 
 namespace Kelbor {
 
-static_assert(std::endian::native == std::endian::little, "file integers are read as they stand");
+static_assert(std::endian::native == std::endian::little, "file integers are not swapped");
 
-/// Reads packed little-endian values from one block and never past its end; a read that would is
-/// raised as `E`. The block is borrowed: its owner must outlive the cursor and all it returns.
+/// Reads packed little-endian values from one block. A read past its end raises `E`. The block is
+/// borrowed: its owner must outlive the cursor and all that it returns.
 template <class E>
 class BasicByteCursor {
  public:
@@ -37,14 +37,14 @@ class BasicByteCursor {
     return value;
   }
 
-  /// Takes a stored count of items that each occupy at least `smallestItem` bytes (at least 1) of
-  /// what remains; a count that can't be true is refused before anything is sized by it.
+  /// Reads a stored count of items, each of which takes at least `smallestItem` bytes (at least 1)
+  /// of what remains. Refuses a count that can't be true before anything is sized by it.
   template <class Count = std::uint64_t>
   std::uint64_t readCount(std::size_t smallestItem) {
     return checkCount(static_cast<std::uint64_t>(read<Count>()), smallestItem);
   }
 
-  /// The same test for a count that was stored elsewhere; returns it.
+  /// The same check for a count from elsewhere; returns it.
   std::uint64_t checkCount(std::uint64_t count, std::size_t smallestItem) const {
     if (count > rest_.size() / smallestItem) raise<E>("Count exceeds the record");
     return count;
@@ -56,10 +56,7 @@ class BasicByteCursor {
 
 /// For the container's own tables.
 using ContainerCursor = BasicByteCursor<KelborDataException>;
-/// For metadata records, recipes and parameter blocks.
-using RecordCursor = BasicByteCursor<morvex::InternalError>;
-
-/// The bytes as text, up to the first zero byte if there is one. A view of them.
+/// The bytes as text, up to the first zero byte. A view of them.
 [[nodiscard]] inline std::string_view textOf(std::span<const std::byte> bytes) {
   const std::string_view all(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   return all.substr(0, all.find('\0'));

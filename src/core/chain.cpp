@@ -13,7 +13,7 @@ BranchedChain::~BranchedChain() {
     std::unique_ptr<DataProcedure> last = std::move(procedures_.back());
     procedures_.pop_back();
     if (last->hasReferencedOutput()) {
-      (void)last.release();  // whoever still reads its output keeps the graph alive
+      (void)last.release();  // leaked: its output is still being read
     }
   }
   for (std::unique_ptr<Provider>& source : sources_) {

@@ -10,24 +10,25 @@
 
 namespace Kelbor {
 
-/// Owner of one graph: its sources, its procedures from the sources to the results, and the names
-/// of its results. Ends by taking the graph down from its last procedure to its first.
+/// Owns one graph: its sources, its procedures from sources to results, and the names of the
+/// results. Destroys the graph from its last procedure to its first.
 class BranchedChain {
  public:
   BranchedChain() = default;
   BranchedChain(const BranchedChain&) = delete;
   BranchedChain& operator=(const BranchedChain&) = delete;
-  /// A procedure whose output is still read from outside stays alive, and is not freed.
+  /// Leaks a procedure whose output is still read from outside, rather than free it under its
+  /// reader.
   ~BranchedChain();
 
   void addSource(std::unique_ptr<Provider> provider);
   DataProcedure& addProcedure(std::unique_ptr<DataProcedure> procedure);
-  /// The same, and records the procedure as the result `key`. The first procedure of a key is
-  /// replaced by a later one.
+  /// The same, and names the procedure's output `key`. A later procedure replaces an earlier one of
+  /// the same key.
   DataProcedure& addProcedure(const std::string& key, std::unique_ptr<DataProcedure> procedure);
-  /// Keeps a procedure that has no output: nothing leans on it, so it ends before all others.
+  /// Keeps a procedure without outputs. Nothing depends on it, so it is destroyed first.
   DataProcedure& addSink(std::unique_ptr<DataProcedure> procedure);
-  /// Keeps a provider of another owner alive until the procedures that read it are gone.
+  /// Shares ownership of a provider until the procedures that read it are gone.
   void keepAlive(std::shared_ptr<Provider> provider);
 
   /// KelborDataException "BranchedChain: no output procedure for key " + key.

@@ -10,23 +10,25 @@
 #include <string_view>
 #include <vector>
 
+#include "core/error.hpp"
+
 namespace Kelbor {
 
-/// Texts that a host may see when a question goes beyond the data. They are our own, so that they
-/// don't change with the standard library; the exceptions are raised without a log line.
+/// Texts that a host sees when it asks beyond the data. They are the library's own, so they don't
+/// vary with the standard library. No log line accompanies them.
 inline constexpr const char* kInvalidVectorSubscript = "invalid vector<T> subscript";
 inline constexpr const char* kInvalidBoolSubscript = "invalid vector<bool> subscript";
 inline constexpr const char* kVectorTooLong = "vector<T> too long";
 inline constexpr const char* kInvalidStoiArgument = "invalid stoi argument";
 inline constexpr const char* kStoiOutOfRange = "stoi argument out of range";
 
-/// The index as a position in `count` items, or std::out_of_range with `text`. Compared in 64
-/// bits: a negative index is beyond every end.
+/// `index` as a position among `count` items; std::out_of_range with `text` if there is none.
+/// Compared as unsigned 64 bits, so a negative index is out of range, too.
 template <std::integral I>
 [[nodiscard]] std::size_t checkedIndex(I index, std::size_t count,
                                        const char* text = kInvalidVectorSubscript) {
   const auto position = static_cast<std::uint64_t>(static_cast<std::int64_t>(index));
-  if (position >= count) throw std::out_of_range(text);
+  if (position >= count) raiseUnlogged<std::out_of_range>(text);
   return static_cast<std::size_t>(position);
 }
 
@@ -42,16 +44,16 @@ template <std::integral I>
   return bits[checkedIndex(index, bits.size(), kInvalidBoolSubscript)];
 }
 
-/// a x b; std::length_error "vector<T> too long" where 64 bits don't hold it.
+/// a x b; std::length_error "vector<T> too long" if the product exceeds 64 bits.
 [[nodiscard]] inline std::uint64_t checkedProduct(std::uint64_t a, std::uint64_t b) {
   std::uint64_t product = 0;
-  if (__builtin_mul_overflow(a, b, &product)) throw std::length_error(kVectorTooLong);
+  if (__builtin_mul_overflow(a, b, &product)) raiseUnlogged<std::length_error>(kVectorTooLong);
   return product;
 }
 
-/// Reads a decimal number as std::stoi does: leading white space and a sign are taken, the rest
-/// behind the digits is ignored. std::invalid_argument "invalid stoi argument" without a digit,
-/// std::out_of_range "stoi argument out of range" beyond 32 bits.
+/// Reads a decimal number as std::stoi does: leading white space and a sign are accepted, and
+/// whatever follows the digits is ignored. std::invalid_argument "invalid stoi argument" without a
+/// digit, std::out_of_range "stoi argument out of range" beyond 32 bits.
 [[nodiscard]] inline std::int32_t checkedStoi(std::string_view text) {
   std::size_t at = text.find_first_not_of(" \t\n\v\f\r");
   bool negative = false;
@@ -59,13 +61,13 @@ template <std::integral I>
     negative = text[at++] == '-';
   }
   if (at == std::string_view::npos || at >= text.size() || text[at] < '0' || text[at] > '9') {
-    throw std::invalid_argument(kInvalidStoiArgument);
+    raiseUnlogged<std::invalid_argument>(kInvalidStoiArgument);
   }
   std::int64_t value = 0;
   for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at) {
     value = value * 10 + (text[at] - '0');
     if (value > std::int64_t{std::numeric_limits<std::int32_t>::max()} + (negative ? 1 : 0)) {
-      throw std::out_of_range(kStoiOutOfRange);
+      raiseUnlogged<std::out_of_range>(kStoiOutOfRange);
     }
   }
   return static_cast<std::int32_t>(negative ? -value : value);

@@ -36,7 +36,7 @@ void DataContainer::borrow(std::span<std::byte> memory) noexcept {
 }
 
 bool DataContainer::reallocate(DataProvider& caller) {
-  if (provider != &caller) return false;
+  if (provider != &caller || isConstant) return false;
   return getDataManager().reallocate(*this, caller.getDataDimension().getByteSize());
 }
 

@@ -7,6 +7,7 @@
 
 #include "core/data_container.hpp"
 #include "core/error.hpp"
+#include "platform/thread_count.hpp"
 
 namespace Kelbor {
 namespace {
@@ -29,8 +30,12 @@ void internalAllocate(BlockPool& pool, DataContainer* container, std::uint64_t s
 
 }  // namespace
 
-DataManager::DataManager([[maybe_unused]] std::uint64_t totalPhysicalMemory) {
+DataManager::DataManager(std::uint64_t /*totalPhysicalMemory*/) {
   getLogger().warning() << "Using lightweight data manager!";
+}
+
+int DataManager::threadBudget() const {
+  return threadBudget_ > 0 ? threadBudget_ : std::max(Platform::threadCount(), 1);
 }
 
 bool DataManager::allocate(DataContainer* container, std::uint64_t size) noexcept {

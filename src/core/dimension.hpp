@@ -10,16 +10,16 @@
 
 namespace Kelbor {
 
-/// What a provider holds: an element type and a shape. The element count is the product of the
-/// extents, 1 for rank 0, and is kept with them.
+/// The element type and shape of a provider's content. The element count is the product of the
+/// extents, 1 for rank 0, and is computed once.
 class DataDimension {
  public:
-  /// One axis is by far the most common shape: it needs no allocation.
+  /// Most shapes have one axis, which needs no allocation.
   using Sizes = boost::container::small_vector<std::uint64_t, 1>;
 
   /// Rank 0, one element of type "<unknown>".
   DataDimension() = default;
-  /// All constructors raise std::length_error where the product exceeds 64 bits.
+  /// All constructors raise std::length_error if the product exceeds 64 bits.
   DataDimension(DataType type, std::span<const std::uint64_t> sizes);
   DataDimension(DataType type, std::initializer_list<std::uint64_t> sizes);
   /// `rank` axes of the same extent.
@@ -32,7 +32,7 @@ class DataDimension {
   }
   [[nodiscard]] std::uint64_t getNumberOfElements() const noexcept { return elementCount_; }
   /// Bytes of all elements. A type without a fixed size counts as 255 bytes per element.
-  /// Raises std::length_error where 64 bits don't hold the product.
+  /// std::length_error if the product exceeds 64 bits.
   [[nodiscard]] std::uint64_t getByteSize() const;
 
  private:

@@ -21,9 +21,9 @@ struct TypeProperties {
 constexpr std::int32_t kFirstEnumerator = -2;
 
 template <class T>
-constexpr TypeProperties integerType(std::int32_t enumerator, const char* name) {
+constexpr TypeProperties integerType(const char* name) {
   using Limits = std::numeric_limits<T>;
-  return {enumerator,
+  return {dataTypeOf<T>().enumerator(),
           Limits::is_signed,
           false,
           name,
@@ -32,23 +32,23 @@ constexpr TypeProperties integerType(std::int32_t enumerator, const char* name) 
           static_cast<std::int64_t>(Limits::min())};
 }
 
-// Indexed by enumerator + 2. "Boolean" has its two bounds in this order in every reader and writer
-// of the format.
+// Indexed by enumerator + 2. The bounds of "Boolean" are reversed on purpose: every reader and
+// writer of the format has them in this order.
 constexpr std::array<TypeProperties, 20> kTypes{{
-    {-2, false, false, "<unknown>", 255, 0, 0},
+    {kFirstEnumerator, false, false, "<unknown>", 255, 0, 0},
     {-1, false, false, "<none>", 255, 0, 0},
     {0, false, false, "String", 255, 0, 0},
     {1, false, false, "Boolean", 1, 0, 1},
-    integerType<std::int8_t>(2, "Int8"),
-    integerType<std::uint8_t>(3, "UInt8"),
-    integerType<std::int16_t>(4, "Int16"),
-    integerType<std::uint16_t>(5, "UInt16"),
-    integerType<std::int32_t>(6, "Int32"),
-    integerType<std::uint32_t>(7, "UInt32"),
-    integerType<std::int64_t>(8, "Int64"),
-    integerType<std::uint64_t>(9, "UInt64"),
-    {10, true, true, "Float", 4, 0, 0},
-    {11, true, true, "Double", 8, 0, 0},
+    integerType<std::int8_t>("Int8"),
+    integerType<std::uint8_t>("UInt8"),
+    integerType<std::int16_t>("Int16"),
+    integerType<std::uint16_t>("UInt16"),
+    integerType<std::int32_t>("Int32"),
+    integerType<std::uint32_t>("UInt32"),
+    integerType<std::int64_t>("Int64"),
+    integerType<std::uint64_t>("UInt64"),
+    {DataTypes::kFloat.enumerator(), true, true, "Float", 4, 0, 0},
+    {DataTypes::kDouble.enumerator(), true, true, "Double", 8, 0, 0},
     {12, true, true, "Complex32", 8, 0, 0},
     {13, true, true, "Complex64", 16, 0, 0},
     {14, false, false, "Char", 1, 0, 0},

@@ -6,13 +6,13 @@
 
 namespace Kelbor {
 
-/// The element type of a value in the graph: one code of the table below. The codes stand in
-/// recipes and are part of the file format.
+/// The element type of a value in the graph: one of the codes below. Recipes store these codes;
+/// they are part of the file format.
 class DataType {
  public:
   constexpr DataType() noexcept = default;
-  /// Any code is taken; one outside the table has the properties of "<unknown>", so that a stored
-  /// code fails where a procedure first looks at it.
+  /// Accepts any code. One outside the table has the properties of "<unknown>", so a bad stored
+  /// code fails in the first procedure that uses it.
   constexpr explicit DataType(std::int32_t enumerator) noexcept : enumerator_(enumerator) {}
 
   [[nodiscard]] constexpr std::int32_t enumerator() const noexcept { return enumerator_; }
@@ -81,8 +81,8 @@ struct ElementTag {
   using type = T;
 };
 
-/// Calls f(ElementTag<T>{}) for the first T of the list whose DataType is `type` and returns true,
-/// or returns false where none is. Each procedure lists the types it has a kernel for.
+/// Calls f(ElementTag<T>{}) for the T of the list whose DataType is `type` and returns true, or
+/// returns false if there is none. Each procedure lists the types that it has a kernel for.
 template <class... Types, class F>
 bool visitElement(DataType type, F&& f) {
   return ((type == dataTypeOf<Types>() ? (f(ElementTag<Types>{}), true) : false) || ...);

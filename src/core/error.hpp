@@ -9,8 +9,8 @@
 
 namespace Kelbor {
 
-/// Failures of the data-flow core. Constructing one writes its text to the error log at once, so
-/// that it leaves a line there even if somebody catches it.
+/// Failures of the data-flow core. The constructor writes the text to the error log, so a failure
+/// that is caught and dropped leaves a line as well.
 class Exception : public std::exception {
  public:
   static constexpr const char* kTypeName = "Exception";
@@ -19,7 +19,7 @@ class Exception : public std::exception {
   Exception(std::string typeName, std::string message, std::string file, int line,
             std::string function, const std::exception* cause = nullptr);
 
-  /// "type: message @file:line[function]", and the cause's text on a line of its own.
+  /// "type: message @file:line[function]", followed by the cause's text on a line of its own.
   [[nodiscard]] const char* what() const noexcept override;
 
   [[nodiscard]] const std::string& message() const noexcept { return message_; }
@@ -55,48 +55,9 @@ class TypeMismatchException : public Exception {
   using Exception::Exception;
 };
 
-}  // namespace Kelbor
-
-namespace morvex {
-
-/// Failures of the result-file layer: apart from the core's and from the standard ones, and silent
-/// in the log. The order of the virtual operations is fixed: hosts reach the message through it.
-class Exception {
- public:
-  explicit Exception(std::string message) : message_(std::move(message)) {}
-  Exception(const Exception&) = default;
-  Exception& operator=(const Exception&) = default;
-  virtual ~Exception();
-  /// Valid as long as the exception.
-  [[nodiscard]] virtual const char* getMessage() const noexcept;
-  /// A fixed text that tells the user what to do.
-  [[nodiscard]] virtual const char* getHelp() const noexcept = 0;
-
- private:
-  std::string message_;
-};
-
-/// What a user can cure: a file that needs a newer reader, an ambiguous precision pattern.
-class UsageException : public Exception {
- public:
-  using Exception::Exception;
-  [[nodiscard]] const char* getHelp() const noexcept override;
-};
-
-/// Bad data in a record, a recipe or a parameter block, or a read that missed its target.
-class InternalError : public Exception {
- public:
-  using Exception::Exception;
-  [[nodiscard]] const char* getHelp() const noexcept override;
-};
-
-}  // namespace morvex
-
-namespace Kelbor {
-
-/// The single way to fail: leaves the message where errors of that family are logged, then throws.
-/// The core's exceptions log themselves, standard ones are logged here, and those of the
-/// result-file layer carry their text to the host without a line.
+/// The way to fail: logs the message as its family of errors demands, then throws. The core's
+/// exceptions log themselves, standard ones are logged here, and those of the result-file layer
+/// reach the host without a log line.
 template <class E>
 [[noreturn]] void raise(const std::string& message) {
   if constexpr (std::derived_from<E, Exception>) {
@@ -109,7 +70,15 @@ template <class E>
   }
 }
 
-/// Writes the message to the fatal log and aborts: for broken ownership that must not be survived.
+/// The same without a log line: for look-ups beyond a table, sizes that overflow, and failures that
+/// log a line of another text.
+template <std::derived_from<std::exception> E>
+[[noreturn]] void raiseUnlogged(const std::string& message) {
+  throw E(message);
+}
+
+/// Writes the message to the fatal log and aborts. For broken ownership: going on would corrupt
+/// memory.
 [[noreturn]] void abortProcess(const char* message);
 
 }  // namespace Kelbor

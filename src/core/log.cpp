@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 #include <iostream>
+#include <mutex>
+#include <utility>
 
 #include "platform/immortal.hpp"
 
@@ -29,7 +31,9 @@ const LevelTraits& traitsOf(LogLevel level) {
   return kLevels.at(static_cast<std::size_t>(level));
 }
 
-/// The digits that std::to_chars makes of a number; none has more than 32.
+thread_local constinit LogSink* currentSink = nullptr;
+
+/// Formats a number with std::to_chars, in at most 32 characters.
 template <class... Arguments>
 class Digits {
  public:
@@ -48,13 +52,25 @@ const char* levelName(LogLevel level) {
   return traitsOf(level).name;
 }
 
+LogSink* threadLogSink() noexcept {
+  return currentSink;
+}
+
+ScopedLogSink::ScopedLogSink(LogSink* sink) noexcept : before_(std::exchange(currentSink, sink)) {}
+
+ScopedLogSink::~ScopedLogSink() {
+  currentSink = before_;
+}
+
 void LogLine::begin() noexcept {
+  sink_ = currentSink;
   append(traitsOf(level_).prefix);
 }
 
 void LogLine::end() noexcept {
   append("\n");
   flush();
+  if (sink_) return;
   logger_->sync(level_);
   logger_->lock_.unlock();
 }
@@ -84,6 +100,11 @@ void LogLine::appendReal(double number) noexcept {
 }
 
 void LogLine::flush() noexcept {
+  if (sink_) {
+    sink_->write(level_, {text_.data(), used_});
+    used_ = 0;
+    return;
+  }
   if (!hasLog_) logger_->lock_.lock();
   hasLog_ = true;
   logger_->write(level_, {text_.data(), used_});
@@ -91,12 +112,13 @@ void LogLine::flush() noexcept {
 }
 
 void Logger::setLogLevel(LogLevel level, const char* logFilePath) {
+  const std::lock_guard guard(lock_);
   logFile_.reset();
   if (logFilePath) logFile_ = std::make_unique<std::ofstream>(logFilePath);
   level_ = level;
 }
 
-// The standard streams' buffers are looked up for each line: a host may exchange them at any time.
+// Looks up the standard streams' buffers for each line: a host may replace them at any time.
 std::streambuf* Logger::sinkOf(LogLevel level) const noexcept {
   if (logFile_) return logFile_->is_open() ? logFile_->rdbuf() : nullptr;
   return traitsOf(level).toStandardError ? std::cerr.rdbuf() : std::cout.rdbuf();
@@ -107,14 +129,14 @@ void Logger::write(LogLevel level, std::string_view text) noexcept {
     if (auto* sink = sinkOf(level)) {
       sink->sputn(text.data(), static_cast<std::streamsize>(text.size()));
     }
-  } catch (...) {  // a host's own buffer may throw: the line is lost, what it tells of goes on
+  } catch (...) {  // a host's buffer may throw; the line is lost, the read continues
   }
 }
 
 void Logger::sync(LogLevel level) noexcept {
   try {
     if (auto* sink = sinkOf(level)) sink->pubsync();
-  } catch (...) {  // as in write
+  } catch (...) {  // as in write()
   }
 }
 

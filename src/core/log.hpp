@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <concepts>
 #include <cstddef>
 #include <fstream>
@@ -12,24 +13,60 @@
 
 namespace Kelbor {
 
-/// Severity of a log line, in rising order. A logger set to a level drops everything below it.
-enum class LogLevel { deepTrace, trace, notice, debug, status, warning, error, fatal, silent };
+/// Severity of a log line, ascending. A logger drops all lines below its level.
+enum class LogLevel {
+  kDeepTrace,
+  kTrace,
+  kNotice,
+  kDebug,
+  kStatus,
+  kWarning,
+  kError,
+  kFatal,
+  kSilent
+};
 
 /// The level's name, for example "Warning".
 [[nodiscard]] const char* levelName(LogLevel level);
 
 class Logger;
 
-/// Numbers that a log line can show.
+/// Receives the lines of the threads that select it, instead of the process's log. A line may
+/// arrive in pieces; the last piece ends in a line feed. Threads call it concurrently.
+class LogSink {
+ public:
+  virtual void write(LogLevel level, std::string_view piece) noexcept = 0;
+
+ protected:
+  ~LogSink() = default;
+};
+
+/// The sink of this thread; null for the process's log.
+[[nodiscard]] LogSink* threadLogSink() noexcept;
+
+/// Directs this thread's lines to `sink` during its lifetime. The sink is borrowed; null selects
+/// the process's log.
+class ScopedLogSink {
+ public:
+  explicit ScopedLogSink(LogSink* sink) noexcept;
+  ~ScopedLogSink();
+  ScopedLogSink(const ScopedLogSink&) = delete;
+  ScopedLogSink& operator=(const ScopedLogSink&) = delete;
+
+ private:
+  LogSink* before_;
+};
+
+/// Numbers that a log line accepts.
 template <class T>
 concept LogInteger = std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char>;
 
-/// One line of the log: what is put into it is composed in the line itself, and goes to the log in
-/// one piece when the line ends. Needs no memory of its own, throws nothing, and follows no locale.
-/// A line of a level that is off formats nothing.
+/// One line of the log, composed in this object and written in one piece by the destructor.
+/// Allocates nothing and throws nothing, so that it can report that memory ran out. Follows no
+/// locale. A line whose level is off formats nothing.
 class LogLine {
  public:
-  /// `logger` is borrowed and outlives the line; null for a line that is off.
+  /// `logger` is borrowed and outlives the line; null if the level is off.
   LogLine(Logger* logger, LogLevel level) noexcept : logger_(logger), level_(level) {
     if (logger_) begin();
   }
@@ -54,12 +91,12 @@ class LogLine {
     }
     return *this;
   }
-  /// Six significant digits, as printf's %g.
+  /// Six significant digits, like printf's %g.
   LogLine& operator<<(double number) noexcept {
     if (logger_) appendReal(number);
     return *this;
   }
-  /// A text that costs something to make, and is made only where the line is on.
+  /// A text that is expensive to make: `make` runs only if the line is on.
   template <std::invocable F>
   LogLine& operator<<(F&& makeText) {
     if (logger_) append(makeText());
@@ -79,7 +116,9 @@ class LogLine {
 
   Logger* logger_;
   LogLevel level_;
-  /// A line longer than its room goes out in pieces, and keeps the log for itself meanwhile.
+  LogSink* sink_ = nullptr;
+  /// True once a line longer than the buffer has been written in part; it then holds the log's lock
+  /// until it ends.
   bool hasLog_ = false;
   std::size_t used_ = 0;
   std::array<char, kRoom> text_;  // not zeroed: most lines are off
@@ -91,37 +130,37 @@ class LogLine {
 class Logger {
  public:
   /// Each begins a line with the level's prefix; the line ends with the statement.
-  [[nodiscard]] LogLine deepTrace() { return begin(LogLevel::deepTrace); }
-  [[nodiscard]] LogLine trace() { return begin(LogLevel::trace); }
-  [[nodiscard]] LogLine notice() { return begin(LogLevel::notice); }
-  [[nodiscard]] LogLine debug() { return begin(LogLevel::debug); }
-  [[nodiscard]] LogLine status() { return begin(LogLevel::status); }
-  [[nodiscard]] LogLine warning() { return begin(LogLevel::warning); }
-  [[nodiscard]] LogLine error() { return begin(LogLevel::error); }
-  [[nodiscard]] LogLine fatal() { return begin(LogLevel::fatal); }
+  [[nodiscard]] LogLine deepTrace() { return begin(LogLevel::kDeepTrace); }
+  [[nodiscard]] LogLine trace() { return begin(LogLevel::kTrace); }
+  [[nodiscard]] LogLine notice() { return begin(LogLevel::kNotice); }
+  [[nodiscard]] LogLine debug() { return begin(LogLevel::kDebug); }
+  [[nodiscard]] LogLine status() { return begin(LogLevel::kStatus); }
+  [[nodiscard]] LogLine warning() { return begin(LogLevel::kWarning); }
+  [[nodiscard]] LogLine error() { return begin(LogLevel::kError); }
+  [[nodiscard]] LogLine fatal() { return begin(LogLevel::kFatal); }
 
-  /// Sends all levels from `level` up to the file, or, without a path, those below warning to
-  /// standard output and the rest to standard error. A file that can't be opened silences them.
-  /// To be called while no other thread logs.
+  /// Writes all levels from `level` up to the file. Without a path, levels below warning are
+  /// written to standard output and the others to standard error. A file that can't be opened
+  /// silences them.
   void setLogLevel(LogLevel level, const char* logFilePath = nullptr);
-  [[nodiscard]] LogLevel level() const noexcept { return level_; }
+  [[nodiscard]] LogLevel level() const noexcept { return level_.load(std::memory_order_relaxed); }
 
  private:
   friend class LogLine;
 
-  LogLine begin(LogLevel level) noexcept { return {level < level_ ? nullptr : this, level}; }
+  LogLine begin(LogLevel level) noexcept { return {level < this->level() ? nullptr : this, level}; }
   void write(LogLevel level, std::string_view text) noexcept;
   void sync(LogLevel level) noexcept;
-  /// Null where lines of the level have nowhere to go.
+  /// Null if lines of this level are not written.
   [[nodiscard]] std::streambuf* sinkOf(LogLevel level) const noexcept;
 
   Platform::CriticalSection lock_;
   std::unique_ptr<std::ofstream> logFile_;
-  LogLevel level_ = LogLevel::status;
+  std::atomic<LogLevel> level_{LogLevel::kStatus};
 };
 
-/// The one logger, made at the first call and never destroyed, so that it may be used while the
-/// process ends.
+/// The process-wide logger, made at the first call and never destroyed: destructors that run at
+/// process exit may still log.
 Logger& getLogger();
 
 }  // namespace Kelbor

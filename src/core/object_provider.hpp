@@ -8,7 +8,7 @@
 
 namespace Kelbor {
 
-/// Describes the objects of an ObjectProvider; passed along and not interpreted here.
+/// Describes the objects of an ObjectProvider. Not interpreted in this layer.
 struct ObjectDetails {
   std::uint64_t objectCount = 0;
   std::uint32_t objectSize = 0;
@@ -16,8 +16,8 @@ struct ObjectDetails {
   std::vector<std::vector<std::byte>> records;
 };
 
-/// The content of an ObjectProvider: objects by number, null where one is missing. `size` counts
-/// objects here.
+/// The content of an ObjectProvider: objects by number, null where one is missing. Here `size`
+/// counts objects.
 class ObjectContainer : public AnyContainer {
  public:
   explicit ObjectContainer(std::uint32_t count) : objects(count) { size = count; }
@@ -41,12 +41,12 @@ class ObjectProvider : public Provider {
   /// Gives the empty provider room for all its objects.
   ObjectContainer& allocateContainer();
 
-  /// The object, borrowed. std::runtime_error beyond the upper bound, KelborDataException where
-  /// there is none.
+  /// The object, borrowed. std::runtime_error beyond the upper bound, KelborDataException for a
+  /// missing object.
   [[nodiscard]] void* getObject(std::uint32_t index) const;
 
-  /// True with a read lock taken, or, without one, while somebody writes; false if a writer came
-  /// in between. `taken` tells whether there is a lock to release.
+  /// Returns true with a read lock, or without one while a writer holds the objects; false if a
+  /// writer interfered. `taken` reports whether there is a lock to release.
   [[nodiscard]] bool lockForReading(bool& taken);
   void releaseRead() noexcept { container_->readLocks.fetch_sub(1); }
 

@@ -3,7 +3,7 @@
 namespace Kelbor {
 namespace {
 
-/// Below, a block of memory costs little.
+/// 512 KiB: a smaller block costs too little to avoid.
 constexpr std::uint64_t kLargeContent = 524288;
 
 }  // namespace

@@ -8,8 +8,8 @@
 
 namespace Kelbor {
 
-/// What a provider of bytes is besides where they lie somewhere else and can be fetched piece by
-/// piece: who reads them once, in order, then needs no block for all of them.
+/// Mixin for a byte provider that can be read in pieces, so that a sequential reader need not hold
+/// all of it.
 class PiecewiseSource {
  public:
   PiecewiseSource() = default;
@@ -17,14 +17,14 @@ class PiecewiseSource {
   PiecewiseSource& operator=(const PiecewiseSource&) = delete;
   virtual ~PiecewiseSource() = default;
 
-  /// True if all bytes that the provider's dimension has by now can be fetched.
+  /// True if all bytes of the provider's current dimension can be fetched.
   [[nodiscard]] virtual bool hasPieces() = 0;
-  /// Fills `target` with the bytes from `from` on; false if that fails. From any thread.
+  /// Fills `target` with the bytes from offset `from`; false on failure. Safe for any thread.
   [[nodiscard]] virtual bool readPiece(std::uint64_t from, std::span<std::byte> target) = 0;
 };
 
-/// The pieces of a provider, or null where its content is the better way: it is there already,
-/// somebody else needs it, or it is not large.
+/// The pieces of a provider, or null if its whole content is the better choice: because it exists
+/// already, has a second reader, or is not large.
 [[nodiscard]] PiecewiseSource* piecesOf(DataProvider& provider);
 
 }  // namespace Kelbor

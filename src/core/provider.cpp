@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "core/error.hpp"
+#include "core/procedure.hpp"
 
 namespace Kelbor {
 

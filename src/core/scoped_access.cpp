@@ -5,6 +5,7 @@
 #include <string>
 
 #include "core/error.hpp"
+#include "core/procedure.hpp"
 
 namespace Kelbor {
 namespace Detail {
@@ -23,7 +24,7 @@ void requireProvider(const Provider* provider, const char* message) {
 const std::byte* openRead(DataProvider& provider, const char* tooSmall) {
   const std::lock_guard guard(provider.lock);
   if (!provider.hasContainer()) provider.ensureContent();
-  // Content that was just made is tested as well: nothing may be read past the end of its block.
+  // Checks content that was just made as well: a producer may have made less than announced.
   const DataContainer* container = provider.getContainer();
   if (container && provider.getDataDimension().getByteSize() > container->size) {
     raise<Exception>(tooSmall);
@@ -58,19 +59,19 @@ std::byte* openWrite(DataProvider& provider) {
 
 namespace {
 
-/// While it lives, the content of an input that is yet to be made goes to where the output will be,
-/// if nobody else needs it: what the output has for its block serves both, and no second one is
-/// allocated.
+/// While alive, lends the output's block to the input that is about to be made, so that both share
+/// one block. Only for an input without other readers, since the step overwrites it, and only for
+/// equal element sizes, since values then never move.
 class OutputLoan {
  public:
-  OutputLoan(DataProvider& input, const DataProvider& output) : input_(input) {
+  OutputLoan(DataProvider& input, const DataProvider& output, BlockLoan loan) : input_(input) {
     const bool isForOutputAlone = !input.hasContainer() && input.isMigratable();
     const std::size_t width = input.getDataDimension().getDataType().getSize();
     if (!isForOutputAlone || width != output.getDataDimension().getDataType().getSize()) return;
     DataContainer* block = output.getContainer();
-    if (!block) {
+    if (!block) {  // the input's block will move to the output: pass the output's offer on
       input_.lendMemory(output.lentMemory());
-    } else if (std::byte* data = block->getData()) {
+    } else if (std::byte* data = loan == BlockLoan::kAllowed ? block->getData() : nullptr) {
       input_.lendMemory({data, static_cast<std::size_t>(block->size)});
     }
   }
@@ -95,23 +96,25 @@ std::span<const std::byte> ScopedConstDataAny::bytes() const {
 }
 
 InsituAccess::InsituAccess(DataProvider* input, DataType inputType, DataProvider* output,
-                           DataType outputType)
+                           DataType outputType, BlockLoan loan)
     : input_(input), output_(output) {
   Detail::requireProvider(input, "ScopedDataInsitu without inputProvider!");
   Detail::requireProvider(output, "ScopedDataInsitu without outputProvider!");
   Detail::requireType(*input, inputType);
   Detail::requireType(*output, outputType);
 
+  // Held until the input is locked for reading or its block has moved: otherwise another reader
+  // could drop the content in between.
   std::unique_lock guard(input->lock);
   if (!input->hasContainer()) {
-    const OutputLoan loan(*input, *output);
+    const OutputLoan lent(*input, *output, loan);
     input->ensureContent();
   }
   if (!input->hasContainer()) raise<KelborDataException>("Failed to get read data access!");
   if (input->getDataDimension().getByteSize() > input->getContainer()->size) {
     raise<Exception>("Output container is too small for ScopedConstData!");
   }
-  if (Producer* producer = output->getProducer()) {
+  if (DataProcedure* producer = output->getProducer()) {
     producer->updateOutputDimensionsFromProcessedInput();
   } else if (inputType != outputType) {
     raise<TypeMismatchException>(
@@ -121,6 +124,9 @@ InsituAccess::InsituAccess(DataProvider* input, DataType inputType, DataProvider
   }
 
   inputSize_ = static_cast<std::size_t>(input->getDataDimension().getNumberOfElements());
+  // First choice: the block moves to the output and both views are the same memory. Where it can't
+  // move, because the output has a block or the input another reader, the views are two blocks, or
+  // one that OutputLoan shared.
   if (!output->hasContainer() && input->getContainer()->migrate(*output)) {
     guard.unlock();
     outputData_ = output->getWriteData();

@@ -11,26 +11,27 @@ namespace Kelbor {
 
 namespace Detail {
 
-/// Raises TypeMismatchException if the provider does not hold `expected`.
+/// TypeMismatchException if the provider does not hold `expected`.
 void requireType(const DataProvider& provider, DataType expected);
-/// Logs `message` and throws std::runtime_error if there is no provider.
+/// Logs `message` and throws std::runtime_error if `provider` is null.
 void requireProvider(const Provider* provider, const char* message);
-/// Makes the content where it is missing and takes the read lock. `tooSmall` is the text of the
-/// Exception for content that has fewer bytes than the dimension says.
+/// Makes missing content and takes the read lock. `tooSmall` is the text of the Exception for
+/// content with fewer bytes than the dimension needs.
 const std::byte* openRead(DataProvider& provider, const char* tooSmall);
-/// Releases the read lock and drops the content if nobody else needs it.
+/// Releases the read lock and drops the content unless it has another reader.
 void closeRead(DataProvider& provider) noexcept;
-/// Gives the provider a block of its size, the one it has where that is large enough, and takes
-/// the write lock. MemoryAllocationException if a smaller one may not or can not be resized.
+/// Takes the write lock on a block of the provider's size, its own if that is large enough.
+/// MemoryAllocationException if its own is too small and can't be resized.
 std::byte* openWrite(DataProvider& provider);
-/// The step of openWrite that sees to the size of an existing block.
+/// The step of openWrite() that resizes an existing block.
 void growContainer(DataProvider& provider);
 
 }  // namespace Detail
 
-/// Read access to all values of a provider, made on demand. Construction runs the graph above; the
-/// views hold as long as the accessor. Throws TypeMismatchException, std::runtime_error without a
-/// provider, and whatever the producers throw.
+/// Read access to all values of a provider. The constructor makes missing content, which runs the
+/// graph up to the sources; the views are valid as long as the accessor. Throws
+/// TypeMismatchException, std::runtime_error if `provider` is null, and whatever the producers
+/// throw.
 template <class T>
 class ScopedConstData {
  public:
@@ -57,7 +58,7 @@ class ScopedConstData {
   const T* data_ = nullptr;
 };
 
-/// As ScopedConstData, for whatever type the provider holds. size() counts elements.
+/// Like ScopedConstData, for any element type. size() counts elements.
 class ScopedConstDataAny {
  public:
   explicit ScopedConstDataAny(DataProvider* provider);
@@ -67,7 +68,7 @@ class ScopedConstDataAny {
 
   [[nodiscard]] std::uint64_t size() const noexcept { return size_; }
   [[nodiscard]] const std::byte* data() const noexcept { return data_; }
-  /// All bytes of the content, as the dimension counts them.
+  /// All bytes of the content, as many as the dimension needs.
   [[nodiscard]] std::span<const std::byte> bytes() const;
 
  private:
@@ -76,8 +77,8 @@ class ScopedConstDataAny {
   const std::byte* data_ = nullptr;
 };
 
-/// Write access to all values of a provider; never runs a producer. The content stays when the
-/// accessor ends: from then on the provider is filled.
+/// Write access to all values of a provider. Never runs a producer. The content stays when the
+/// accessor is destroyed: the provider is filled from then on.
 template <class T>
 class ScopedData {
  public:
@@ -103,10 +104,16 @@ class ScopedData {
   T* data_ = nullptr;
 };
 
-/// What ScopedDataInsitu does, without the types.
+/// Whether an input may be made in the output's block. Only for steps whose result is the same in
+/// place as from block to block.
+enum class BlockLoan { kAllowed, kRefused };
+
+/// The type-independent part of ScopedDataInsitu. Makes the input, settles the output's dimension,
+/// then picks the memory of both views.
 class InsituAccess {
  public:
-  InsituAccess(DataProvider* input, DataType inputType, DataProvider* output, DataType outputType);
+  InsituAccess(DataProvider* input, DataType inputType, DataProvider* output, DataType outputType,
+               BlockLoan loan);
   ~InsituAccess();
   InsituAccess(const InsituAccess&) = delete;
   InsituAccess& operator=(const InsituAccess&) = delete;
@@ -126,13 +133,14 @@ class InsituAccess {
   bool readsInput_ = false;
 };
 
-/// Access of a transforming step: the same memory for both views where the input's block may move
-/// to the output, two blocks otherwise. A kernel must be right for views that are the same address.
+/// Access for a step that transforms an input into an output. Both views share memory if the
+/// input's block can move to the output or was made in the output's block; otherwise they are two
+/// blocks. The kernel must be right in either case.
 template <class TIn, class TOut>
 class ScopedDataInsitu {
  public:
-  ScopedDataInsitu(DataProvider* input, DataProvider* output)
-      : access_(input, dataTypeOf<TIn>(), output, dataTypeOf<TOut>()) {}
+  ScopedDataInsitu(DataProvider* input, DataProvider* output, BlockLoan loan = BlockLoan::kAllowed)
+      : access_(input, dataTypeOf<TIn>(), output, dataTypeOf<TOut>(), loan) {}
 
   [[nodiscard]] std::span<const TIn> input() const noexcept {
     return {reinterpret_cast<const TIn*>(access_.inputData()), access_.inputSize()};

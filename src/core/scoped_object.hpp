@@ -6,10 +6,11 @@
 
 namespace Kelbor {
 
-/// Read access to the objects of a provider, made on demand.
+/// Read access to the objects of a provider; makes missing content.
 class ScopedConstObject {
  public:
-  /// std::runtime_error without a provider, KelborDataException if a writer holds the objects.
+  /// std::runtime_error if `provider` is null, KelborDataException while a writer holds the
+  /// objects.
   explicit ScopedConstObject(ObjectProvider* provider);
   ~ScopedConstObject();
   ScopedConstObject(const ScopedConstObject&) = delete;
@@ -25,7 +26,7 @@ class ScopedConstObject {
   bool locked_ = false;
 };
 
-/// Write access to the objects of a provider; never runs a producer, and leaves the content.
+/// Write access to the objects of a provider. Never runs a producer; the content stays.
 class ScopedObject {
  public:
   explicit ScopedObject(ObjectProvider* provider);
@@ -34,7 +35,7 @@ class ScopedObject {
   ScopedObject& operator=(const ScopedObject&) = delete;
 
   [[nodiscard]] std::uint32_t size() const noexcept { return provider_->getObjectCount(); }
-  /// Puts an object in place. std::out_of_range beyond the objects.
+  /// Stores an object. std::out_of_range beyond the last one.
   void set(std::uint32_t index, std::shared_ptr<void> object);
 
  private:

@@ -11,21 +11,21 @@
 
 namespace Kelbor {
 
-/// Finished content that has left its graph: no producer, and content that is dropped is gone.
+/// Finished content without its graph. There is no producer: content that is dropped is lost.
 class StorageProvider final : public DataProvider {
  public:
   using DataProvider::DataProvider;
 };
 
-/// A kind of provider that the storage marks before it frees it. Nothing makes one yet.
+/// A provider that the storage marks before freeing it. Nothing makes one yet.
 class CachedStorageProvider : public DataProvider {
  public:
   using DataProvider::DataProvider;
   bool isCached = true;
 };
 
-/// Keeps the content of a provider by two references for as long as the guard lives: no reader's
-/// release frees it. The provider must outlive the guard, which may be empty.
+/// Keeps a provider's content during its lifetime: it counts as two readers, so no reader's release
+/// drops the content. The provider must outlive the guard. A guard may be empty.
 class ContentHold {
  public:
   ContentHold() = default;
@@ -52,12 +52,12 @@ class ContentHold {
   Provider* provider_ = nullptr;
 };
 
-/// Moves a finished provider's container into a provider of its own; no byte is copied.
-/// std::runtime_error if the source has more than one reference or is being read or written.
+/// Moves a finished provider's container into a new provider without copying. std::runtime_error if
+/// the source has more than one reference or is being read or written.
 [[nodiscard]] std::shared_ptr<StorageProvider> stealContainer(DataManager* context,
                                                               DataProvider& source);
 
-/// Finished providers by key. Owns what is put in and keeps its content.
+/// Finished providers by key. Owns them and keeps their content.
 class KelborStorage {
  public:
   KelborStorage() = default;
@@ -65,14 +65,14 @@ class KelborStorage {
   KelborStorage& operator=(const KelborStorage&) = delete;
   virtual ~KelborStorage();
 
-  /// The provider of a key, borrowed; null without an entry.
+  /// The provider of a key, borrowed; null if there is none.
   [[nodiscard]] DataProvider* lookup(const std::string& key);
-  /// False, with the provider left to the caller, if the key is taken.
+  /// Returns false and leaves the provider to the caller if the key is taken.
   bool store(const std::string& key, std::unique_ptr<DataProvider>& provider);
-  /// Takes an entry out: the caller owns the provider, which is then like any other. Null without
-  /// an entry.
+  /// Removes an entry. The caller owns the provider, whose content is no longer held. Null if there
+  /// is no entry.
   [[nodiscard]] std::unique_ptr<DataProvider> take(const std::string& key);
-  /// Drops all entries. One that somebody still reads from leaves the storage and stays alive.
+  /// Removes all entries. Leaks one that is still being read, rather than free it under its reader.
   void clear();
 
  private:

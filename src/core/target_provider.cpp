@@ -4,11 +4,12 @@
 #include <utility>
 
 #include "core/error.hpp"
+#include "core/procedure.hpp"
 
 namespace Kelbor {
 namespace {
 
-/// Opens a wrapped block for its producer and closes it again on every path.
+/// Makes a wrapped block writable during its lifetime, also if the producer throws.
 class WritableWhileProducing {
  public:
   explicit WritableWhileProducing(DataProvider& owner) : owner_(owner) {

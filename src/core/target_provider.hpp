@@ -4,8 +4,8 @@
 
 namespace Kelbor {
 
-/// An array whose content lands in memory that the caller owns, so that a final result needs no
-/// copy. Between productions the block can be neither written, freed nor moved on.
+/// An array whose content is written to the caller's memory, so that a final result needs no copy.
+/// Between productions the block can't be written, freed or moved.
 class TargetDataProvider final : public DataProvider {
  public:
   /// `memory` must outlive the provider; std::runtime_error if it is null.

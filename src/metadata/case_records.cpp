@@ -6,7 +6,7 @@
 namespace morvex {
 
 CaseMetaData readCaseMetaData(std::span<const std::byte> bytes, StoredBox& boundingBox) {
-  Kelbor::RecordCursor cursor(bytes);
+  RecordCursor cursor(bytes);
   requireReadableVersion(cursor, {0, 0, 0}, "CaseMetaData meta data requires meta data version ");
 
   CaseMetaData record;

@@ -19,7 +19,7 @@ inline constexpr StoredBox kInvertedBox{
     std::numeric_limits<float>::max(),    std::numeric_limits<float>::lowest(),
     std::numeric_limits<float>::lowest(), std::numeric_limits<float>::lowest()};
 
-/// What the case holds. All later records take their array lengths from here.
+/// Counts and tables of the case. All later records take their array lengths from here.
 struct CaseMetaData {
   std::uint64_t numTimesets = 0;
   std::uint64_t numFilesets = 0;
@@ -48,8 +48,8 @@ inline constexpr std::uint8_t kConnectivity = 3;  ///< Every stored step has its
 /// Entry of `CaseMetaData::geometryTimesets` for a geometry without a time set.
 inline constexpr std::uint32_t kNoTimeset = 0xFFFFFFFF;
 
-/// Reads the record "casemetadata" and puts the box of the whole case into `boundingBox`, which is
-/// left alone where the record is refused. UsageException for a version above 0.0.0, InternalError
+/// Reads the record "casemetadata" and stores the box of the whole case in `boundingBox`, which
+/// stays as it is if the record is refused. UsageException for a version above 0.0.0, InternalError
 /// for bytes that can't be read or a `nameWidth` above 1 MiB.
 [[nodiscard]] CaseMetaData readCaseMetaData(std::span<const std::byte> bytes,
                                             StoredBox& boundingBox);

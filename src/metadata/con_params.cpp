@@ -6,7 +6,7 @@
 namespace morvex {
 
 std::vector<std::vector<std::byte>> readRecipeConParams(std::span<const std::byte> bytes) {
-  Kelbor::RecordCursor cursor(bytes);
+  RecordCursor cursor(bytes);
   requireReadableVersion(cursor, {0, 0, 0}, "RecipeCtor meta data requires meta data version ");
 
   std::vector<std::vector<std::byte>> blocks(readSignedCount(cursor, sizeof(std::int32_t)));

@@ -15,7 +15,7 @@ constexpr std::size_t kVersionSize = 12;
 Deserializer::Deserializer(Kelbor::DataManager* context, const std::vector<std::byte>& bytes)
     : context_(context), bytes_(&bytes), position_(kVersionSize) {
   if (bytes.size() < kVersionSize) return;
-  Kelbor::RecordCursor cursor(bytes);
+  RecordCursor cursor(bytes);
   version_ = readVersion(cursor);
 }
 
@@ -51,7 +51,7 @@ std::vector<std::byte> Deserializer::readBytes() {
 
 std::vector<std::uint32_t> Deserializer::readU32Vector() {
   const std::uint64_t count = readU64();
-  Kelbor::RecordCursor cursor(rest());
+  RecordCursor cursor(rest());
   std::vector<std::uint32_t> values = readVector<std::uint32_t>(cursor, count);
   position_ += values.size() * sizeof(std::uint32_t);
   return values;
@@ -59,17 +59,17 @@ std::vector<std::uint32_t> Deserializer::readU32Vector() {
 
 std::uint64_t Deserializer::readCount(std::size_t smallestItem) {
   const std::uint64_t count = readU64();
-  return Kelbor::RecordCursor(rest()).checkCount(count, smallestItem);
+  return RecordCursor(rest()).checkCount(count, smallestItem);
 }
 
 std::span<const std::byte> Deserializer::rest() const noexcept {
-  // A short block has its position behind its end.
+  // The position of a short block is beyond its end.
   const std::span<const std::byte> all(*bytes_);
   return all.subspan(static_cast<std::size_t>(std::min<std::uint64_t>(position_, all.size())));
 }
 
 std::span<const std::byte> Deserializer::take(std::uint64_t count) {
-  const auto taken = Kelbor::RecordCursor(rest()).take(count);
+  const auto taken = RecordCursor(rest()).take(count);
   position_ += count;
   return taken;
 }
@@ -79,45 +79,6 @@ T Deserializer::readValue() {
   T value;
   std::memcpy(&value, take(sizeof(T)).data(), sizeof(T));
   return value;
-}
-
-Serializer::Serializer(Kelbor::DataManager* context, std::vector<std::byte>& bytes)
-    : context_(context), bytes_(&bytes) {
-  if (bytes.size() < kVersionSize) bytes.resize(kVersionSize);
-}
-
-void Serializer::writeI32(std::int32_t value) {
-  append(value);
-}
-
-void Serializer::writeU32(std::uint32_t value) {
-  append(value);
-}
-
-void Serializer::writeU64(std::uint64_t value) {
-  append(value);
-}
-
-void Serializer::writeF64(double value) {
-  append(value);
-}
-
-void Serializer::writeU8(std::uint8_t value) {
-  append(value);
-}
-
-void Serializer::requireVersion(const MetadataVersion& version) {
-  if (version <= version_) return;
-  version_ = version;
-  const std::uint32_t stored[3] = {version.major, version.minor, version.patch};
-  static_assert(sizeof(stored) == kVersionSize);
-  std::memcpy(bytes_->data(), stored, kVersionSize);
-}
-
-template <class T>
-void Serializer::append(T value) {
-  const auto* first = reinterpret_cast<const std::byte*>(&value);
-  bytes_->insert(bytes_->end(), first, first + sizeof(T));
 }
 
 }  // namespace morvex

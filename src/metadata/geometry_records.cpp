@@ -12,7 +12,7 @@ constexpr std::size_t kEmptyStateSize = 20;
 /// Bytes of a part beside its name: 4 words, 4 sizes, block information, 3 flags, 2 count tables.
 constexpr std::size_t kPartSize = 4 * 4 + 4 * 8 + 16 + 3 + 2 * sizeof(ElementCounts);
 
-GeometryMetadata readState(Kelbor::RecordCursor& cursor, std::size_t nameWidth) {
+GeometryMetadata readState(RecordCursor& cursor, std::size_t nameWidth) {
   GeometryMetadata state;
   const std::uint64_t n = cursor.readCount(kPartSize + nameWidth);
   state.numParts = n;
@@ -59,7 +59,7 @@ std::vector<std::uint32_t> geometryStateCounts(const CaseMetaData& caseMetaData)
 std::vector<std::vector<GeometryMetadata>> readGeometryMetadata(
     std::span<const std::byte> bytes, const CaseMetaData& caseMetaData,
     std::span<const std::uint32_t> statesPerGeometry) {
-  Kelbor::RecordCursor cursor(bytes);
+  RecordCursor cursor(bytes);
   requireReadableVersion(cursor, {0, 0, 0}, "Geometry meta data requires meta data version ");
 
   const std::size_t nameWidth = requireTextWidth(caseMetaData.nameWidth);

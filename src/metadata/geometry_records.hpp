@@ -17,9 +17,9 @@ using ElementCounts = std::array<std::uint32_t, 34>;
 /// One geometry at one stored state. Each vector has one entry for each part.
 struct GeometryMetadata {
   std::uint64_t numParts = 0;
-  std::vector<std::uint32_t> partIds;     ///< Identifiers as handed to the host.
+  std::vector<std::uint32_t> partIds;     ///< Identifiers for the host.
   std::vector<std::uint32_t> partValues;  ///< Kept, not interpreted.
-  /// 0 unstructured; else a structured block, 2 one whose `blockInfo` the host gets as zeros.
+  /// 0 unstructured; else a structured block, 2 one whose blanking options the host gets as zeros.
   std::vector<std::uint32_t> partTypes;
   std::vector<std::string> partNames;
   std::vector<std::uint64_t> numNodes;
@@ -40,7 +40,7 @@ struct GeometryMetadata {
 
 /// How many states each geometry stores, by its own change type: one for a static geometry and one
 /// with fixed connectivity, the steps of its time set for one whose connectivity changes. A change
-/// type that is none of these adds no entry. std::out_of_range for a time set that is not there.
+/// type that is none of these adds no entry. std::out_of_range for a missing time set.
 [[nodiscard]] std::vector<std::uint32_t> geometryStateCounts(const CaseMetaData& caseMetaData);
 
 /// Reads the record "geometrymetadata": result[g][s] is state s of geometry g. `statesPerGeometry`

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "core/byte_cursor.hpp"
 #include "core/error.hpp"
+#include "metadata/record_cursor.hpp"
 
 namespace morvex {
 
@@ -25,8 +25,8 @@ struct MetadataVersion {
   }
 };
 
-/// Takes the 12 bytes of a version; InternalError where they are cut.
-[[nodiscard]] inline MetadataVersion readVersion(Kelbor::RecordCursor& cursor) {
+/// Reads the 12 bytes of a version; InternalError if there are fewer.
+[[nodiscard]] inline MetadataVersion readVersion(RecordCursor& cursor) {
   MetadataVersion version;
   version.major = cursor.read<std::uint32_t>();
   version.minor = cursor.read<std::uint32_t>();
@@ -34,10 +34,9 @@ struct MetadataVersion {
   return version;
 }
 
-/// Takes the version at the start of a record and returns it. One above `highest` is refused with
-/// UsageException: `messagePrefix` followed by the stored version, which is what the file demands.
-inline MetadataVersion requireReadableVersion(Kelbor::RecordCursor& cursor,
-                                              const MetadataVersion& highest,
+/// Reads the version at the start of a record. Refuses one above `highest` with UsageException:
+/// `messagePrefix` followed by the stored version, which is what the file requires.
+inline MetadataVersion requireReadableVersion(RecordCursor& cursor, const MetadataVersion& highest,
                                               std::string_view messagePrefix) {
   const MetadataVersion version = readVersion(cursor);
   if (version > highest) {

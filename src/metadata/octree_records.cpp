@@ -12,10 +12,10 @@ constexpr std::size_t kEmptyOctreeSize = 8;
 /// Bytes of a part without entries: 2 words and a flag.
 constexpr std::size_t kEmptyPartSize = 9;
 
-/// One list for each part. Every list is held against what remains before it is sized, so the
-/// counts need no sum.
+/// One list for each part. Each list is checked against the remaining bytes before it is sized, so
+/// that the counts need not be added up.
 template <class T>
-std::vector<std::vector<T>> readEntries(Kelbor::RecordCursor& cursor,
+std::vector<std::vector<T>> readEntries(RecordCursor& cursor,
                                         const std::vector<std::uint32_t>& entryCounts) {
   std::vector<std::vector<T>> parts;
   parts.reserve(entryCounts.size());
@@ -23,7 +23,7 @@ std::vector<std::vector<T>> readEntries(Kelbor::RecordCursor& cursor,
   return parts;
 }
 
-OctreeMetaData readOctree(Kelbor::RecordCursor& cursor) {
+OctreeMetaData readOctree(RecordCursor& cursor) {
   OctreeMetaData octree;
   const std::uint64_t n = cursor.readCount(kEmptyPartSize);
   octree.entryCounts = readVector<std::uint32_t>(cursor, n);
@@ -63,7 +63,7 @@ std::vector<std::uint32_t> octreeStateCounts(const CaseMetaData& caseMetaData) {
 std::vector<std::vector<OctreeMetaData>> readOctreeMetaData(
     std::span<const std::byte> bytes, const CaseMetaData& caseMetaData,
     std::span<const std::uint32_t> statesPerGeometry) {
-  Kelbor::RecordCursor cursor(bytes);
+  RecordCursor cursor(bytes);
   requireReadableVersion(cursor, {0, 0, 0}, "Octree meta data requires meta data version ");
 
   std::vector<std::vector<OctreeMetaData>> geometries;

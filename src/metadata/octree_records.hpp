@@ -26,8 +26,8 @@ struct OctreeMetaData {
 };
 
 /// How many octrees each geometry stores. Unlike `geometryStateCounts`, the change type of geometry
-/// 0 decides for all geometries: mixed files are written that way. std::out_of_range for a time
-/// set that is not there.
+/// 0 decides for all geometries: mixed files are written that way. std::out_of_range for a missing
+/// time set.
 [[nodiscard]] std::vector<std::uint32_t> octreeStateCounts(const CaseMetaData& caseMetaData);
 
 /// Reads the record "octreemetadata": result[g][s] belongs to state s of geometry g.

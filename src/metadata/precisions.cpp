@@ -4,8 +4,8 @@
 #include <stdexcept>
 
 #include "core/checked.hpp"
-#include "core/error.hpp"
 #include "core/log.hpp"
+#include "metadata/exception.hpp"
 #include "metadata/metadata_version.hpp"
 #include "metadata/record_fields.hpp"
 
@@ -18,11 +18,11 @@ constexpr const char* kDefaultEntry = "DEFAULT_VARIABLE_PRECISION";
 constexpr const char* kLineStart = "Precision(";
 constexpr const char* kFileSource = "<compressed file>";
 
-/// Room for the parameters of every stored entry, whatever its type uses.
+/// Parameters stored with every entry, however many its type uses.
 constexpr std::size_t kParameterCount = 4;
 constexpr std::size_t kParameterRoom = kParameterCount * sizeof(double);
 
-/// The step that replaces a relative step of exactly 0, as of a variable that is zero throughout.
+/// The step that replaces a relative step of exactly 0, which a variable of zeros has.
 constexpr double kStepForZero = 0.11111;
 
 PrecisionSetting uniformSetting(double step) {
@@ -39,12 +39,12 @@ double shortenStep(double step) {
   return step;
 }
 
-/// Parameter `index`; std::out_of_range where the setting has fewer.
+/// Parameter `index`; std::out_of_range if the setting has fewer.
 double parameter(const PrecisionSetting& setting, std::size_t index) {
   return Kelbor::checkedAt(setting.parameters, index);
 }
 
-/// The parameters are fetched before the line begins: a setting with too few leaves no half line.
+/// Fetches the parameters before the line begins: a setting with too few leaves no half line.
 void logValue(const std::string& name, const char* label, const PrecisionSetting& setting) {
   const double value = parameter(setting, 0);
   Kelbor::getLogger().debug() << kLineStart << name << label << value;
@@ -57,7 +57,7 @@ void logFourValues(const std::string& name, const char* label, const PrecisionSe
                               << last;
 }
 
-PrecisionSetting readSetting(Kelbor::RecordCursor& cursor) {
+PrecisionSetting readSetting(RecordCursor& cursor) {
   const auto type = cursor.read<std::uint32_t>();
   const auto room = cursor.take(kParameterRoom);
   if (type > static_cast<std::uint32_t>(QuantizationType::AdaptiveExponentQuantization)) {
@@ -67,7 +67,7 @@ PrecisionSetting readSetting(Kelbor::RecordCursor& cursor) {
   setting.type = static_cast<QuantizationType>(type);
   const bool isAdaptive = setting.type == QuantizationType::AdaptiveShiftQuantization ||
                           setting.type == QuantizationType::AdaptiveExponentQuantization;
-  Kelbor::RecordCursor parameters(room);
+  RecordCursor parameters(room);
   setting.parameters = readVector<double>(parameters, isAdaptive ? kParameterCount : 1);
   return setting;
 }
@@ -79,8 +79,8 @@ bool isExact(const PrecisionSetting& setting) {
 }
 
 bool matchesWildcard(std::string_view pattern, std::string_view text) {
-  // Only the last '*' passed is tried again: where its rest fails at the earliest place, a later
-  // place of an earlier '*' leaves it even less text.
+  // Only the last '*' passed is tried again: if its rest fails from the earliest position on, a
+  // later position of an earlier '*' leaves it even less text.
   std::size_t p = 0;
   std::size_t t = 0;
   std::size_t afterStar = 0;  // 0: no '*' passed yet
@@ -138,51 +138,51 @@ std::optional<PrecisionSetting> Precisions::find(const std::string& name) {
   return *match;
 }
 
-PrecisionSetting Precisions::getPrecision(const std::string& name) {
+const PrecisionSetting& Precisions::getPrecision(const std::string& name) {
+  const auto known = settled_.find(name);
+  return known != settled_.end() ? known->second
+                                 : settled_.emplace(name, settle(name)).first->second;
+}
+
+PrecisionSetting Precisions::settle(const std::string& name) {
   std::optional<PrecisionSetting> found = find(name);
   if (!found && name != kCoordinates && name != kMeasuredCoordinates) found = find(kDefaultEntry);
   PrecisionSetting setting = found ? std::move(*found) : uniformSetting(0.0);
-
-  const bool isNew = !loggedNames_.contains(name);
   switch (setting.type) {
     case QuantizationType::UniformQuantization:
-      if (isNew) logValue(name, ") = ", setting);
+      logValue(name, ") = ", setting);
       break;
     case QuantizationType::RelativeQuantization:
-      setting = absoluteSetting(name, parameter(setting, 0), isNew);
+      setting = absoluteSetting(name, parameter(setting, 0));
       break;
     case QuantizationType::AdaptiveShiftQuantization:
-      if (isNew) logFourValues(name, ") = adaptive::[", setting);
+      logFourValues(name, ") = adaptive::[", setting);
       break;
     case QuantizationType::AdaptiveExponentQuantization:
-      if (isNew) logFourValues(name, ") = linear_adaptive::[", setting);
+      logFourValues(name, ") = linear_adaptive::[", setting);
       break;
     case QuantizationType::AdaptiveScaledExponentQuantization:
-      if (isNew) logValue(name, ") = relative_adaptive::", setting);
+      logValue(name, ") = relative_adaptive::", setting);
       break;
   }
-  loggedNames_.insert(name);
   return setting;
 }
 
-PrecisionSetting Precisions::absoluteSetting(const std::string& name, double percentage,
-                                             bool isNew) const {
+PrecisionSetting Precisions::absoluteSetting(const std::string& name, double percentage) const {
   const auto maximum = maxValues_.find(name);
   if (maximum == maxValues_.end()) {
     Kelbor::raise<std::runtime_error>("No maxValue recorded for " + name);
   }
   double step = percentage / 100.0 * maximum->second;
   step = step == 0.0 ? kStepForZero : shortenStep(step);
-  if (isNew) {
-    Kelbor::getLogger().debug() << kLineStart << name << ") = relative: " << percentage << " * "
-                                << maximum->second << " = " << step;
-  }
+  Kelbor::getLogger().debug() << kLineStart << name << ") = relative: " << percentage << " * "
+                              << maximum->second << " = " << step;
   return uniformSetting(step);
 }
 
 void readPrecisions(std::span<const std::byte> bytes, Precisions& precisions,
                     std::uint64_t numVariables, std::span<const std::string> variableNames) {
-  Kelbor::RecordCursor cursor(bytes);
+  RecordCursor cursor(bytes);
   requireReadableVersion(cursor, {0, 0, 0}, "Precisions meta data requires meta data version ");
 
   const auto storedCount = cursor.read<std::uint64_t>();
@@ -190,6 +190,8 @@ void readPrecisions(std::span<const std::byte> bytes, Precisions& precisions,
   const std::uint64_t count =
       cursor.checkCount(storedCount, width + sizeof(std::uint32_t) + kParameterRoom);
   precisions.entries_.clear();
+  precisions.resolved_.clear();
+  precisions.settled_.clear();
   for (std::uint64_t i = 0; i < count; ++i) {
     const std::string key(Kelbor::textOf(cursor.take(width)));
     precisions.addEntry(key, readSetting(cursor), kFileSource);

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -29,42 +28,42 @@ struct PrecisionSetting {
   bool operator==(const PrecisionSetting&) const = default;
 };
 
-/// True if values were stored as they are: a uniform step of exactly 0.
+/// True if values were stored unchanged: a uniform step of exactly 0.
 [[nodiscard]] bool isExact(const PrecisionSetting& setting);
 
-/// Whether `text` fits `pattern`, in which only '*' is special. A '*' at the pattern's end takes
-/// any rest, also none; one with more behind it wants at least one character left, so "*a" takes
-/// "a" and "ba", and "a**" doesn't take "a". Time is bounded by the product of the lengths.
+/// Whether `text` matches `pattern`, in which only '*' is special. A '*' at the pattern's end
+/// matches any rest, also none; one with more after it needs at least one character left, so "*a"
+/// matches "a" and "ba", and "a**" doesn't match "a". Takes time up to the product of the lengths.
 [[nodiscard]] bool matchesWildcard(std::string_view pattern, std::string_view text);
 
 /// The quantisation settings of a case by name pattern, and the largest absolute value of each
-/// variable, by which relative settings become steps. Look-ups fill memos: one thread at a time.
+/// variable, which turns relative settings into steps. Look-ups fill memos: one thread at a time.
 class Precisions {
  public:
   /// `tag` names the kind of case the table belongs to.
   explicit Precisions(std::string tag) : tag_(std::move(tag)) {}
 
-  /// Adds a setting for the names that fit `key`; `source` tells in messages where it came from.
-  /// InternalError for a key that is there, and for a type that doesn't suit "coordinates" or
-  /// anything but "coordinates".
+  /// Adds a setting for the names that match `key`; messages name `source` as its origin.
+  /// InternalError for a key that exists, and for a type that is not for "coordinates" or only for
+  /// "coordinates".
   void addEntry(const std::string& key, PrecisionSetting setting, const std::string& source);
 
-  /// The setting stored for `name`: its own entry, else that of the one pattern it fits. None
-  /// where no entry fits; UsageException where several patterns do.
+  /// The setting stored for `name`: its own entry, else that of the one pattern it matches. None
+  /// if no entry matches; UsageException if several patterns do.
   [[nodiscard]] std::optional<PrecisionSetting> find(const std::string& name);
 
   /// The setting to decode `name` with. Falls back to the entry for "DEFAULT_VARIABLE_PRECISION",
-  /// save for the words "coordinates" and "mcoordinates", and then to a step of 0; turns a
-  /// relative setting into a step. Logs each name once at DEBUG. Fails as `find` does, with
-  /// std::runtime_error where a relative setting has no largest value to refer to, and with
-  /// std::out_of_range where the setting has too few parameters.
-  [[nodiscard]] PrecisionSetting getPrecision(const std::string& name);
+  /// except for "coordinates" and "mcoordinates", and then to a step of 0; turns a relative setting
+  /// into a step. Logs each name once at DEBUG. Fails as `find` does, with std::runtime_error if a
+  /// relative setting has no largest value to refer to, and with std::out_of_range if the setting
+  /// has too few parameters. The reference is valid until the table is read again.
+  [[nodiscard]] const PrecisionSetting& getPrecision(const std::string& name);
 
-  /// Ordered by key, which may hold wildcards.
+  /// Ordered by key, which may contain wildcards.
   [[nodiscard]] const std::map<std::string, PrecisionSetting>& entries() const noexcept {
     return entries_;
   }
-  /// Largest absolute value by variable name, where one is recorded.
+  /// Largest absolute value by variable name, if one is recorded.
   [[nodiscard]] const std::map<std::string, double>& maxValues() const noexcept {
     return maxValues_;
   }
@@ -75,12 +74,13 @@ class Precisions {
                              std::uint64_t numVariables,
                              std::span<const std::string> variableNames);
 
-  PrecisionSetting absoluteSetting(const std::string& name, double percentage, bool isNew) const;
+  [[nodiscard]] PrecisionSetting settle(const std::string& name);
+  [[nodiscard]] PrecisionSetting absoluteSetting(const std::string& name, double percentage) const;
 
   std::map<std::string, PrecisionSetting> entries_;
   std::map<std::string, double> maxValues_;
-  std::set<std::string> loggedNames_;
-  std::map<std::string, PrecisionSetting> resolved_;  ///< Wildcard results, as `find` gave them.
+  std::map<std::string, PrecisionSetting> settled_;   ///< By name, those logged already.
+  std::map<std::string, PrecisionSetting> resolved_;  ///< Wildcard results of `find`.
   std::string tag_;
 };
 

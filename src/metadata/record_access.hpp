@@ -12,11 +12,11 @@
 
 namespace morvex {
 
-/// The bytes of a dataset, held open for as long as the object lives. The file must outlive it.
+/// The bytes of a dataset, in memory as long as the object lives. The file must outlive it.
 class RecordBytes {
  public:
-  /// All of the dataset from `offset` on, or `count` bytes of it where that is not 0. Without such
-  /// a dataset the record is absent, which is no error here. Throws what a failed read throws.
+  /// All of the dataset from `offset` on, or `count` bytes of it if that is not 0. A missing
+  /// dataset makes an absent record, which is no error here. Throws what a failed read throws.
   RecordBytes(Kelbor::MathModule::HierarchicalFileInterface& file, const std::string& group,
               const std::string& name, std::uint64_t count = 0, std::uint64_t offset = 0);
   ~RecordBytes();
@@ -24,7 +24,7 @@ class RecordBytes {
   RecordBytes& operator=(const RecordBytes&) = delete;
 
   [[nodiscard]] explicit operator bool() const noexcept { return provider_ != nullptr; }
-  /// Only for a record that is there.
+  /// Only for a record that exists.
   [[nodiscard]] std::span<const std::byte> bytes() const;
 
  private:

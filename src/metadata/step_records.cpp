@@ -9,7 +9,7 @@
 namespace morvex {
 
 void readMetaPerTimeStep(std::span<const std::byte> bytes, std::span<GeometryMetadata> states) {
-  Kelbor::RecordCursor cursor(bytes);
+  RecordCursor cursor(bytes);
   requireReadableVersion(cursor, {0, 0, 0},
                          "MetaPerTimeStep meta data requires meta data version ");
 
@@ -23,7 +23,7 @@ void readMetaPerTimeStep(std::span<const std::byte> bytes, std::span<GeometryMet
 }
 
 CompressTimeDiffsMetaData readCompressTimeDiffsMetaData(std::span<const std::byte> bytes) {
-  Kelbor::RecordCursor cursor(bytes);
+  RecordCursor cursor(bytes);
   requireReadableVersion(cursor, {0, 0, 0},
                          "CompressTimeDiffsMetaData meta data requires meta data version ");
 

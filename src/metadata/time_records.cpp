@@ -29,7 +29,7 @@ FileSet::FileSet(std::uint32_t id, std::uint32_t index, std::uint32_t numberOfSt
 FileSet::~FileSet() = default;
 
 std::unique_ptr<TimeSet> readTimeSet(std::span<const std::byte> bytes, std::uint32_t index) {
-  Kelbor::RecordCursor cursor(bytes);
+  RecordCursor cursor(bytes);
   requireReadableVersion(cursor, {0, 0, 0}, "Time set meta data requires meta data version ");
 
   const auto id = cursor.read<std::uint32_t>();
@@ -52,7 +52,7 @@ std::unique_ptr<TimeSet> readTimeSet(std::span<const std::byte> bytes, std::uint
 }
 
 std::unique_ptr<FileSet> readFileSet(std::span<const std::byte> bytes, std::uint32_t index) {
-  Kelbor::RecordCursor cursor(bytes);
+  RecordCursor cursor(bytes);
   requireReadableVersion(cursor, {0, 0, 0}, "FileSet meta data requires meta data version ");
 
   const auto id = cursor.read<std::uint32_t>();

@@ -9,8 +9,8 @@
 
 namespace morvex {
 
-/// A named list of time values with the numbering of the host's files. Only the values and their
-/// count are asked for; the rest is carried for the host's case description.
+/// A named list of time values with the numbering of the host's files. Queries use only the values
+/// and their count; the rest belongs to the host's case description.
 class TimeSet {
  public:
   TimeSet(std::uint32_t id, std::uint32_t index, std::int32_t numberOfSteps,
@@ -23,18 +23,18 @@ class TimeSet {
   [[nodiscard]] std::uint32_t id() const noexcept { return id_; }
   /// The number in the name of the set's dataset.
   [[nodiscard]] std::uint32_t index() const noexcept { return index_; }
-  /// As stored: a count that is not positive comes with no time values.
+  /// As stored: a count that is not positive has no time values.
   [[nodiscard]] std::int32_t numberOfSteps() const noexcept { return numberOfSteps_; }
-  /// Below zero where the files are numbered by a list instead of start and increment.
+  /// Below zero if a list numbers the files instead of start and increment.
   [[nodiscard]] std::int32_t filenameStart() const noexcept { return filenameStart_; }
-  /// 0 where the files are numbered by a list.
+  /// 0 if a list numbers the files.
   [[nodiscard]] std::uint32_t filenameIncrement() const noexcept { return filenameIncrement_; }
   /// One for each step, or empty.
   [[nodiscard]] const std::vector<std::uint32_t>& filenameNumbers() const noexcept {
     return filenameNumbers_;
   }
   [[nodiscard]] const std::string& description() const noexcept { return description_; }
-  /// The time of each step, as the host gets it.
+  /// The time of each step, in the unit of the analysis.
   [[nodiscard]] const std::vector<float>& timeValues() const noexcept { return timeValues_; }
 
  private:
@@ -48,7 +48,7 @@ class TimeSet {
   std::vector<float> timeValues_;
 };
 
-/// A file set of the host's case; carried, not consulted.
+/// A file set of the host's case; kept, no query uses it.
 class FileSet {
  public:
   FileSet(std::uint32_t id, std::uint32_t index, std::uint32_t numberOfSteps,

@@ -10,7 +10,7 @@ namespace {
 /// Bytes of a variable beside its texts: 8 words, 2 empty lists of constants, 1 flag.
 constexpr std::size_t kVariableSize = 8 * 4 + 2 * 8 + 1;
 
-std::vector<std::vector<float>> readConstants(Kelbor::RecordCursor& cursor, std::uint64_t count) {
+std::vector<std::vector<float>> readConstants(RecordCursor& cursor, std::uint64_t count) {
   std::vector<std::vector<float>> constants(static_cast<std::size_t>(count));
   for (std::vector<float>& values : constants) {
     values = readVector<float>(cursor, cursor.read<std::uint64_t>());
@@ -18,8 +18,8 @@ std::vector<std::vector<float>> readConstants(Kelbor::RecordCursor& cursor, std:
   return constants;
 }
 
-/// Constants have no table: the bytes of the next variable follow at once.
-std::vector<std::vector<bool>> readDefinedOnPart(Kelbor::RecordCursor& cursor,
+/// Constants store no table: the bytes of the next variable follow directly.
+std::vector<std::vector<bool>> readDefinedOnPart(RecordCursor& cursor,
                                                  const VariableMetaData& record,
                                                  std::span<const std::uint64_t> partCounts) {
   std::vector<std::vector<bool>> tables(record.constantFlags.size());
@@ -35,7 +35,7 @@ std::vector<std::vector<bool>> readDefinedOnPart(Kelbor::RecordCursor& cursor,
 VariableMetaData readVariableMetaData(std::span<const std::byte> bytes, std::uint64_t numVariables,
                                       std::uint64_t nameWidth,
                                       std::span<const std::uint64_t> partCounts) {
-  Kelbor::RecordCursor cursor(bytes);
+  RecordCursor cursor(bytes);
   const MetadataVersion version =
       requireReadableVersion(cursor, {0, 1, 0}, "Variable meta data requires meta data version ");
   // The patch level adds no field.

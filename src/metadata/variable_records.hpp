@@ -11,7 +11,7 @@ namespace morvex {
 /// The result variables of the case. Each vector has one entry for each variable.
 struct VariableMetaData {
   std::vector<std::string> names;
-  /// The host knows 5 as 1 and 6 as 2; all other values pass unchanged.
+  /// The host gets 5 as 1 and 6 as 2, all other values unchanged.
   std::vector<std::uint32_t> types;
   std::vector<std::uint32_t> locations;     ///< 4 per node, 1 per element of an element type.
   std::vector<std::uint32_t> complexFlags;  ///< Non-zero: complex.
@@ -31,8 +31,8 @@ struct VariableMetaData {
 
 /// Reads the record "variablemetadata". `partCounts` has, for each geometry, the number of parts
 /// of its first state. UsageException for a version above 0.1.0, InternalError for bytes that
-/// can't be read or a `nameWidth` above 1 MiB, std::out_of_range for a variable on a geometry that
-/// is not there.
+/// can't be read or a `nameWidth` above 1 MiB, std::out_of_range for a variable on a missing
+/// geometry.
 [[nodiscard]] VariableMetaData readVariableMetaData(std::span<const std::byte> bytes,
                                                     std::uint64_t numVariables,
                                                     std::uint64_t nameWidth,

@@ -4,8 +4,8 @@
 
 namespace Kelbor::Platform {
 
-/// A lock that the same thread may enter again and that spins before it sleeps, since what it
-/// guards is usually over in a few hundred nanoseconds. Meets the standard's Lockable rules.
+/// A recursive lock that spins before it sleeps: what it guards usually takes a few hundred
+/// nanoseconds, less than going to sleep. Meets the standard's Lockable requirements.
 class CriticalSection {
  public:
   void lock();

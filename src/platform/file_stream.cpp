@@ -1,29 +1,64 @@
 #include "platform/file_stream.hpp"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <limits>
+#include <system_error>
 
 namespace Kelbor::Platform {
 
 static_assert(sizeof(off_t) == 8, "files beyond 2 GiB need 64-bit positions");
 
+namespace {
+
+bool isReadableKind(mode_t mode) noexcept {
+  return S_ISREG(mode) || S_ISBLK(mode);
+}
+
+}  // namespace
+
+std::string reasonNotToRead(const std::string& path) {
+  const auto systemText = [] { return std::generic_category().message(errno); };
+  // Without waiting: a named pipe blocks until somebody writes to it.
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (descriptor < 0 && (errno == EMFILE || errno == ENFILE)) return {};  // no fault of the file
+  if (descriptor < 0) return systemText();
+  struct stat status {};
+  const bool isKnown = ::fstat(descriptor, &status) == 0;
+  const std::string unknown = isKnown ? std::string() : systemText();
+  ::close(descriptor);
+  if (!isKnown) return unknown;
+  if (S_ISDIR(status.st_mode)) return std::generic_category().message(EISDIR);
+  if (!isReadableKind(status.st_mode)) return "Not a regular file";
+  if (S_ISREG(status.st_mode) && status.st_size == 0) return "The file is empty";
+  return {};
+}
+
 FileStream FileStream::open(const std::string& path, const char* mode) {
   FileStream result;
-  result.stream_.reset(std::fopen(path.c_str(), mode));
-  if (result.stream_) {
-    struct stat status {};
-    if (::fstat(::fileno(result.stream_.get()), &status) != 0 || S_ISDIR(status.st_mode)) {
-      result.stream_.reset();
-    } else {
-      // Whole blocks are read and written: a buffer in between only costs a copy.
-      std::setvbuf(result.stream_.get(), nullptr, _IONBF, 0);
-    }
+  struct stat status {};
+  if (::stat(path.c_str(), &status) == 0 && !isReadableKind(status.st_mode)) {
+    errno = S_ISDIR(status.st_mode) ? EISDIR : ESPIPE;
+    return result;
   }
+  result.stream_.reset(std::fopen(path.c_str(), mode));
+  // Reads and writes are whole blocks: a buffer in between would only add a copy.
+  if (result.stream_) std::setvbuf(result.stream_.get(), nullptr, _IONBF, 0);
   return result;
+}
+
+FileIdentity FileStream::identity() const noexcept {
+  struct stat status {};
+  if (!stream_ || ::fstat(::fileno(stream_.get()), &status) != 0) return {};
+  return {.device = static_cast<std::uint64_t>(status.st_dev),
+          .number = static_cast<std::uint64_t>(status.st_ino),
+          .size = static_cast<std::uint64_t>(status.st_size),
+          .changedSeconds = status.st_mtim.tv_sec,
+          .changedNanoseconds = status.st_mtim.tv_nsec};
 }
 
 bool FileStream::seek(std::uint64_t position) {

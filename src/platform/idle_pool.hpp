@@ -6,11 +6,11 @@
 
 namespace Kelbor::Platform {
 
-/// Objects that cost much to make, kept for whoever needs one next; `end` frees one. Nothing waits
-/// here, so that a child forked meanwhile can go on: what other threads had taken is lost to it.
+/// Keeps idle objects that are expensive to make; `end` frees one. Lock-free, so that a forked
+/// child can keep using it: objects in use by other threads at the fork are lost to the child.
 ///
-/// A pool is a constant-initialised static and stays usable while the process ends. Its objects
-/// are freed by an Owner behind it, when the library is unloaded or the process exits.
+/// A pool is a constant-initialised static and stays usable while the process ends. An Owner,
+/// declared after it, frees its objects when the library is unloaded or the process exits.
 template <class T, void (*end)(T*)>
 class IdlePool {
  public:
@@ -26,7 +26,7 @@ class IdlePool {
 
   constexpr IdlePool() = default;
 
-  /// An idle object, which is the caller's from now on; null where there is none.
+  /// An idle object, which the caller now owns; null if there is none.
   [[nodiscard]] T* take() noexcept {
     for (auto& slot : slots_) {
       if (!slot.load(std::memory_order_relaxed)) continue;
@@ -35,12 +35,12 @@ class IdlePool {
     return nullptr;
   }
 
-  /// Keeps the object, or ends it where enough are kept.
+  /// Keeps the object, or ends it if enough are kept.
   void giveBack(T* object) noexcept {
     if (!keep(object)) end(object);
   }
 
-  /// False where enough are kept; the object stays the caller's.
+  /// False if enough are kept; the caller then still owns the object.
   [[nodiscard]] bool keep(T* object) noexcept {
     for (auto& slot : slots_) {
       T* empty = nullptr;

@@ -5,8 +5,8 @@
 
 namespace Kelbor::Platform {
 
-/// Holds an object in its own storage and never destroys it: for statics that others may still use
-/// while the process ends. Takes no memory from the heap, so that the first use can't fail.
+/// Holds an object in its own storage and never destroys it: for statics that others may use while
+/// the process ends. Allocates nothing, so that the first use can't fail.
 template <class T>
 class Immortal {
  public:

@@ -2,18 +2,17 @@
 
 namespace Kelbor::Platform {
 
-/// The one answer to "how many threads may a read use", for the whole process; at least 1.
-/// A count once found or set is kept: an earlier call of setThreadCount, else the environment
-/// variable OMP_NUM_THREADS where it is positive, else the processors less two, 1 on machines of
-/// up to three.
+/// How many threads a read may use, for the whole process; at least 1. The count of setThreadCount,
+/// else the environment variable OMP_NUM_THREADS if it is positive, else the processors less two.
+/// The first answer is kept: later changes of the environment have no effect.
 [[nodiscard]] int threadCount();
 
-/// Keeps a positive count for all later reads and ignores any other.
+/// Sets a positive count for all later reads; ignores any other.
 void setThreadCount(int threads);
 
 namespace Detail {
 
-/// The rule for a machine whose user has asked for nothing.
+/// The count where neither the host nor the environment sets one.
 [[nodiscard]] constexpr int threadsForProcessors(int processors) noexcept {
   return processors < 4 ? 1 : processors - 2;
 }

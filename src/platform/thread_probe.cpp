@@ -12,13 +12,13 @@
 namespace Kelbor::Platform {
 namespace {
 
-/// A thread that does nothing until it is told to end.
+/// A thread that waits for the signal to end.
 struct Probe {
   std::atomic<pid_t> id{0};
   std::thread thread;
 };
 
-/// Waits until the system has forgotten an ended thread: until then it counts towards its limits.
+/// Waits until the system has released an ended thread, which counts towards its limits until then.
 void waitUntilForgotten(pid_t process, pid_t thread) noexcept {
   constexpr int kMostLooks = 10000;
   constexpr int kNoSignal = 0;
@@ -43,19 +43,19 @@ std::size_t startableThreads(std::size_t wanted) noexcept {
         });
         ++started;
       }
-    } catch (const std::exception&) {  // refused: no more than those
+    } catch (const std::exception&) {  // refused: those started so far are the answer
     }
     over = true;
     over.notify_all();
     for (std::size_t i = 0; i < started; ++i) probes[i].thread.join();
     for (std::size_t i = 0; i < started; ++i) waitUntilForgotten(::getpid(), probes[i].id);
-  } catch (const std::exception&) {  // no memory to try
+  } catch (const std::exception&) {  // no memory for the trial
   }
   return started;
 }
 
 bool hasMemory(std::size_t size) noexcept {
-  void* volatile block = std::malloc(size);  // volatile: compilers know malloc, and drop the pair
+  void* volatile block = std::malloc(size);  // volatile: else compilers drop the pair
   std::free(block);
   return block != nullptr;
 }

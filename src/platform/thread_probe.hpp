@@ -4,12 +4,12 @@
 
 namespace Kelbor::Platform {
 
-/// How many more threads the system grants at this moment, at most `wanted`: starts so many at
-/// once, and ends them. For runtimes that end the process where they are refused one. What other
-/// threads and processes take a moment later can't be foreseen.
+/// How many more threads the system grants now, at most `wanted`: starts them all at once and joins
+/// them. For runtimes that end the process if they are refused a thread. Other threads and
+/// processes may still take some of them before the caller does.
 [[nodiscard]] std::size_t startableThreads(std::size_t wanted) noexcept;
 
-/// Whether the heap has a block of that size.
+/// Whether the heap can allocate a block of that size, in bytes.
 [[nodiscard]] bool hasMemory(std::size_t size) noexcept;
 
 }  // namespace Kelbor::Platform

@@ -1,74 +1,110 @@
 #include "procedures/chunked_zlib.hpp"
 
-#include "procedures/kernels/inflate_stream.hpp"
+#include "inflate/plane_chunks.hpp"
 
 namespace Kelbor::MathModule {
 namespace {
 
+/// Makes either kind.
+template <class Procedure>
 class ChunkedZlibFactory final : public morvex::ProcedureFactory {
  public:
-  ChunkedZlibFactory(DataManager* context, Kernels::PlaneMode mode)
-      : ProcedureFactory(context), mode_(mode) {}
+  using ProcedureFactory::ProcedureFactory;
 
   std::unique_ptr<DataProcedure> create(std::span<const std::uint64_t> sizes,
                                         morvex::Deserializer& parameters) const override {
     const DataType targetDataType{parameters.readI32()};
     const auto chunkSizeInBytes = static_cast<std::uint32_t>(parameters.readU64());
-    return std::make_unique<ChunkedZlibDecompressionWrapper>(context(), sizes, targetDataType,
-                                                             chunkSizeInBytes, mode_);
+    return std::make_unique<Procedure>(context(), sizes, targetDataType, chunkSizeInBytes);
   }
-
- private:
-  Kernels::PlaneMode mode_;
 };
+
+using ChunkedZlibDecompressionWrapperFactory = ChunkedZlibFactory<ChunkedZlibDecompressionWrapper>;
+using ChunkedZlibTreeDecompressionWrapperFactory =
+    ChunkedZlibFactory<ChunkedZlibTreeDecompressionWrapper>;
+
+StreamOutcome outcomeOf(const Inflate::PlaneJob& job) {
+  if (!job.result.streamReady) raiseStreamNotReady();
+  return {job.result.ok, job.result.decodedBytes};
+}
 
 }  // namespace
 
-ChunkedZlibDecompressionWrapper::ChunkedZlibDecompressionWrapper(
-    DataManager* context, std::span<const std::uint64_t> targetDimensions, DataType targetDataType,
-    std::uint32_t chunkSizeInBytes, Kernels::PlaneMode mode)
-    : PlaneStreamProcedure(context, targetDimensions, targetDataType, chunkSizeInBytes,
+/// Borrowed by an open job.
+struct ChunkedZlibProcedure::OpenJob {
+  OpenJob(ChunkedZlibProcedure& procedure, std::span<std::byte> target)
+      : memory(target.data()),
+        stream(procedure.requireInput(0), procedure.lookAhead()),
+        composer(makePlaneComposer(procedure.targetDataType(), target, procedure.mode())),
+        swap(procedure.getContext(), procedure.geometryOf(target.size()).workBytes),
+        job{&stream.input(), swap.bytes(), procedure.geometryOf(target.size()), composer.get()} {}
+
+  const std::byte* memory;
+  StreamAccess stream;
+  std::unique_ptr<Inflate::PlaneSink> composer;
+  SwapBuffer swap;
+  Inflate::PlaneJob job;
+};
+
+ChunkedZlibProcedure::ChunkedZlibProcedure(DataManager* context,
+                                           std::span<const std::uint64_t> targetDimensions,
+                                           DataType targetDataType, std::uint32_t chunkSizeInBytes,
+                                           PlaneMode mode)
+    : PlaneStreamProcedure(context, targetDimensions, targetDataType, mode, chunkSizeInBytes,
                            ": chunkSizeInBytes>=2^31"),
-      chunkSizeInBytes_(chunkSizeInBytes),
-      mode_(mode) {}
+      chunkSizeInBytes_(chunkSizeInBytes) {}
 
-std::unique_ptr<DataProcedure> ChunkedZlibDecompressionWrapper::clone() const {
-  return std::make_unique<ChunkedZlibDecompressionWrapper>(
-      getContext(), targetDimensions(), targetDataType(), chunkSizeInBytes_, mode_);
-}
+ChunkedZlibProcedure::~ChunkedZlibProcedure() = default;
 
-std::uint64_t ChunkedZlibDecompressionWrapper::lookAhead() const {
-  return Kernels::PlaneChunkGeometry::of(chunkSizeInBytes_, targetDataType().getSize(), 0)
+std::uint64_t ChunkedZlibProcedure::lookAhead() const {
+  return Inflate::PlaneChunkGeometry::of(chunkSizeInBytes_, targetDataType().getSize(), 0)
       .inputBound;
 }
 
-StreamOutcome ChunkedZlibDecompressionWrapper::decode(Platform::StreamInput& stream,
-                                                      PlaneTarget target) {
-  return std::visit(
-      [&](auto values) {
-        using Value = typename decltype(values)::value_type;
-        const auto geometry =
-            Kernels::PlaneChunkGeometry::of(chunkSizeInBytes_, sizeof(Value), values.size());
-        const bool isOneChunk = geometry.chunkCount == 1;
-        SwapBuffer swap(getContext(),
-                        geometry.swapBytes + (isOneChunk ? Kernels::kSwapRoomBehind : 0));
-        const Kernels::InflateResult result =
-            Kernels::decodePlaneChunks(stream, values, swap.bytes(), geometry, mode_);
-        if (!result.streamReady) raiseStreamNotReady();
-        return StreamOutcome{result.ok, result.decodedBytes};
-      },
-      target);
+Inflate::PlaneChunkGeometry ChunkedZlibProcedure::geometryOf(std::size_t sizeInBytes) const {
+  const std::size_t width = targetDataType().getSize();
+  return Inflate::PlaneChunkGeometry::of(chunkSizeInBytes_, width, sizeInBytes / width);
+}
+
+StreamOutcome ChunkedZlibProcedure::decode(Inflate::StreamInput& stream,
+                                           const PlaneTarget& target) {
+  const auto geometry = geometryOf(target.memory.size());
+  SwapBuffer swap(getContext(), geometry.workBytes);
+  Inflate::PlaneJob job{&stream, swap.bytes(), geometry, &target.sink};
+  Inflate::PlaneJob* const only = &job;
+  Inflate::decodePlaneChunks({&only, 1});
+  return outcomeOf(job);
+}
+
+Inflate::PlaneJob& ChunkedZlibProcedure::openJob(std::span<std::byte> memory) {
+  openJob_ = std::make_unique<OpenJob>(*this, memory);
+  return openJob_->job;
+}
+
+std::optional<PlaneStreamProcedure::Decoded> ChunkedZlibProcedure::takeDecoded() {
+  const std::unique_ptr<OpenJob> open = std::move(openJob_);
+  if (!open) return std::nullopt;
+  return Decoded{open->memory, outcomeOf(open->job)};
+}
+
+std::unique_ptr<DataProcedure> ChunkedZlibDecompressionWrapper::clone() const {
+  return std::make_unique<ChunkedZlibDecompressionWrapper>(getContext(), targetDimensions(),
+                                                           targetDataType(), chunkSizeInBytes());
+}
+
+std::unique_ptr<DataProcedure> ChunkedZlibTreeDecompressionWrapper::clone() const {
+  return std::make_unique<ChunkedZlibTreeDecompressionWrapper>(
+      getContext(), targetDimensions(), targetDataType(), chunkSizeInBytes());
 }
 
 std::unique_ptr<morvex::ProcedureFactory> createChunkedZlibFactory(
     morvex::Deserializer& classStream) {
-  return std::make_unique<ChunkedZlibFactory>(classStream.context(),
-                                              Kernels::PlaneMode::RunningSum);
+  return std::make_unique<ChunkedZlibDecompressionWrapperFactory>(classStream.context());
 }
 
 std::unique_ptr<morvex::ProcedureFactory> createChunkedZlibTreeFactory(
     morvex::Deserializer& classStream) {
-  return std::make_unique<ChunkedZlibFactory>(classStream.context(), Kernels::PlaneMode::Plain);
+  return std::make_unique<ChunkedZlibTreeDecompressionWrapperFactory>(classStream.context());
 }
 
 }  // namespace Kelbor::MathModule

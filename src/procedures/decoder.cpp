@@ -1,13 +1,11 @@
 #include "procedures/decoder.hpp"
 
-#include <zlib.h>
-
 #include <algorithm>
 
 #include "core/checked.hpp"
 #include "core/error.hpp"
 #include "core/scoped_access.hpp"
-#include "procedures/kernels/inflate_stream.hpp"
+#include "inflate/plain_stream.hpp"
 
 namespace Kelbor::MathModule {
 namespace {
@@ -24,18 +22,17 @@ class DecoderZlibFactory final : public morvex::ProcedureFactory {
   }
 };
 
-/// Inflates into the target and returns how many bytes came.
+/// Inflates into `target` and returns the number of bytes.
 std::uint64_t inflateInto(std::span<const std::byte> stream, std::span<std::byte> target) {
   if (stream.empty()) {
     getLogger().debug() << ": Processing empty dataset";
     std::ranges::fill(target, std::byte{0});
     return target.size();
   }
-  const Kernels::PlainInflateResult result = Kernels::inflatePlain(stream, target);
+  const Inflate::PlainResult result = Inflate::inflatePlain(stream, target);
   if (!result.streamReady) raise<KelborDataException>(" failed to prepare stream!");
   if (!result.ok()) {
-    raise<KelborDataException>(std::string(" decompression failed! Reason: ") +
-                               ::zError(result.code));
+    raise<KelborDataException>(std::string(" decompression failed! Reason: ") + result.reason());
   }
   return result.decodedBytes;
 }
@@ -65,7 +62,7 @@ bool DecoderZlib::process(std::int32_t outputIndex) {
                    double>(targetDataType_, [&](auto element) {
         const ScopedConstData<std::uint8_t> stream(&input);
         const ScopedData<typename decltype(element)::type> values(&output);
-        // The expected bytes may be no whole number of values: the rest has nowhere to go.
+        // The expected bytes may not be a whole number of values; a partial one is dropped.
         const auto target = std::as_writable_bytes(values.view());
         const std::uint64_t produced = inflateInto(std::as_bytes(stream.view()), target);
         if (produced != target.size()) decodedSize = produced;

@@ -5,20 +5,20 @@
 
 namespace Kelbor::MathModule {
 
-/// Inflates a zlib stream (input 0, UInt8) straight into an array (output 0: UInt8, Int32, UInt32,
-/// Int64, UInt64, Float or Double): the inflated bytes are the values in memory order.
+/// Inflates a zlib stream (input 0, UInt8) directly into an array (output 0: UInt8, Int32, UInt32,
+/// Int64, UInt64, Float or Double). The inflated bytes are the values as they are in memory.
 class DecoderZlib final : public DataProcedure {
  public:
   /// `uncompressedSize` is the expected size of the inflated data in bytes.
   DecoderZlib(DataManager* context, std::uint64_t uncompressedSize, DataType targetDataType);
 
   void connectInput(std::size_t slot, Provider* provider) override;
-  /// A stream shorter than expected shrinks the output; an empty one leaves it and fills it with
-  /// zeros. KelborDataException with zlib's reason for a stream that is damaged or too long.
+  /// A stream shorter than expected shrinks the output. An empty one leaves its size and fills it
+  /// with zeros. KelborDataException with zlib's reason for a stream that is damaged or too long.
   bool process(std::int32_t outputIndex) override;
-  /// Always byte-typed, whatever the original.
+  /// The clone's output is UInt8 whatever the original's type.
   [[nodiscard]] std::unique_ptr<DataProcedure> clone() const override;
-  /// Knows kTotalNumberUncompressedElements: the expected size in bytes.
+  /// Accepts kTotalNumberUncompressedElements: the expected size in bytes.
   bool setParameter(std::string_view key, std::uint64_t value) override;
 
  private:

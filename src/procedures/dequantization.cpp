@@ -10,6 +10,9 @@
 #include "procedures/kernels/dequantize.hpp"
 
 namespace Kelbor::MathModule {
+
+using morvex::QuantizationType;
+
 namespace {
 
 class DequantizationFactory final : public morvex::ProcedureFactory {
@@ -25,6 +28,33 @@ class DequantizationFactory final : public morvex::ProcedureFactory {
     return std::make_unique<Dequantization>(context(), quantizationType, quantum, kCarriedWord,
                                             forceFloatOutput, 1.0);
   }
+};
+
+/// Values stored exactly, and their positions. Values without positions are not read.
+template <class V>
+class Outliers {
+ public:
+  /// The inputs may be null. KelborDataException for a position of `valueCount` or more, and for
+  /// fewer values than positions.
+  Outliers(DataProvider* positions, DataProvider* values, std::size_t valueCount) {
+    if (!positions || positions->getDataDimension().getNumberOfElements() == 0) return;
+    positions_.emplace(positions);
+    if (positions_->size() == 0) return;
+    values_.emplace(values);
+    if (values_->size() < positions_->size() ||
+        !Kernels::outliersInRange(positions_->view(), valueCount)) {
+      raise<KelborDataException>(": Outlier outside the values!");
+    }
+  }
+
+  template <class Out>
+  void putBack(std::span<Out> out) const {
+    if (values_) Kernels::scatterOutliers(positions_->view(), values_->view(), out);
+  }
+
+ private:
+  std::optional<ScopedConstData<std::uint64_t>> positions_;
+  std::optional<ScopedConstData<V>> values_;
 };
 
 std::string textOf(double number) {
@@ -45,14 +75,15 @@ Dequantization::Dequantization(DataManager* context, std::uint32_t quantizationT
       carriedWord_(carriedWord),
       forceFloatOutput_(forceFloatOutput),
       adaptiveScale_(adaptiveScale) {
-  if (quantizationType == uniform && quantum <= 0.0) {
+  if (is(QuantizationType::UniformQuantization) && quantum <= 0.0) {
     raise<std::invalid_argument>(": invalid quantum: " + textOf(quantum));
   }
 }
 
 bool Dequantization::isAdaptive() const noexcept {
-  return quantizationType_ == adaptiveShift || quantizationType_ == adaptiveExponent ||
-         quantizationType_ == adaptiveScaledExponent;
+  return is(QuantizationType::AdaptiveShiftQuantization) ||
+         is(QuantizationType::AdaptiveExponentQuantization) ||
+         is(QuantizationType::AdaptiveScaledExponentQuantization);
 }
 
 void Dequantization::connectInput(std::size_t slot, Provider* provider) {
@@ -88,7 +119,7 @@ bool Dequantization::process(std::int32_t outputIndex) {
     table.emplace(provider);
     words = table->view();
     if (words.empty()) raise<Exception>(kEmptyTable);
-    if (quantizationType_ == adaptiveExponent) {
+    if (is(QuantizationType::AdaptiveExponentQuantization)) {
       adaptiveScale_ = 1.0;
     } else {
       if (words.size() < 2) raise<KelborDataException>(": Adaptive table has no scale!");
@@ -106,56 +137,43 @@ bool Dequantization::process(std::int32_t outputIndex) {
 template <class In>
 void Dequantization::run(DataProvider& input, DataProvider& output,
                          std::span<const std::int32_t> table) {
-  // Values as wide as the integers take their place; outliers have that width, too.
+  // Outliers are as wide as the integers: Float for Int32, Double for Int64.
   using Wide = std::conditional_t<sizeof(In) == 8, double, float>;
   if (forceFloatOutput_) {
     const ScopedConstData<In> integers(&input);
     updateOutputDimensionsFromProcessedInput();
     const ScopedData<float> values(&output);
-    dequantize(integers.view(), values.view(), table);
-    putOutliersBack<Wide>(values.view());
+    dequantize<Wide>(integers.view(), values.view(), table);
   } else {
     const ScopedDataInsitu<In, Wide> values(&input, &output);
-    dequantize(values.input(), values.output(), table);
-    putOutliersBack<Wide>(values.output());
+    dequantize<Wide>(values.input(), values.output(), table);
   }
 }
 
-template <class In, class Out>
+template <class V, class In, class Out>
 void Dequantization::dequantize(std::span<const In> in, std::span<Out> out,
                                 std::span<const std::int32_t> exponents) const {
+  // Checks everything before writing: in place, the first value written replaces an integer.
   if (isAdaptive() && exponents.size() < in.size()) {
     raise<KelborDataException>(": Adaptive table is shorter than the values!");
   }
-  switch (quantizationType_) {
-    case uniform:
-      return Kernels::dequantizeUniform(in, out, quantum_);
-    case adaptiveShift:
-      return Kernels::dequantizeShifts(in, exponents, adaptiveScale_, out);
-    case adaptiveExponent:
-    case adaptiveScaledExponent:
-      return Kernels::dequantizeExponents(in, exponents, adaptiveScale_, out);
-    default:
-      getLogger().error() << "Unhandled (de)quantization type: " << quantizationType_ << "!";
-      raise<std::runtime_error>("Unhandled quantization type!");
+  if (!isAdaptive() && !is(QuantizationType::UniformQuantization)) {
+    getLogger().error() << "Unhandled (de)quantization type: " << quantizationType_ << "!";
+    raiseUnlogged<std::runtime_error>("Unhandled quantization type!");
   }
-}
-
-template <class V, class Out>
-void Dequantization::putOutliersBack(std::span<Out> out) const {
-  DataProvider* provider = inputData(1);
-  if (!provider || provider->getDataDimension().getNumberOfElements() == 0) return;
-  const ScopedConstData<std::uint64_t> positions(provider);
-  if (positions.size() == 0) return;
-  const ScopedConstData<V> values(inputData(2));
-  if (values.size() < positions.size() || !Kernels::outliersInRange(positions.view(), out.size())) {
-    raise<KelborDataException>(": Outlier outside the values!");
+  const Outliers<V> outliers(inputData(1), inputData(2), out.size());
+  if (is(QuantizationType::UniformQuantization)) {
+    Kernels::dequantizeUniform(in, out, quantum_);
+  } else if (is(QuantizationType::AdaptiveShiftQuantization)) {
+    Kernels::dequantizeShifts(in, exponents, adaptiveScale_, out);
+  } else {
+    Kernels::dequantizeExponents(in, exponents, adaptiveScale_, out);
   }
-  Kernels::scatterOutliers(positions.view(), values.view(), out);
+  outliers.putBack(out);
 }
 
 std::unique_ptr<DataProcedure> Dequantization::clone() const {
-  if (quantizationType_ != uniform) return nullptr;
+  if (!is(QuantizationType::UniformQuantization)) return nullptr;
   return std::make_unique<Dequantization>(getContext(), quantizationType_, quantum_, carriedWord_,
                                           forceFloatOutput_, 1.0);
 }

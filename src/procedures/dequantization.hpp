@@ -1,31 +1,24 @@
 #pragma once
 
 #include "core/procedure.hpp"
+#include "metadata/precisions.hpp"
 #include "recipes/procedure_factory.hpp"
 
 namespace Kelbor::MathModule {
 
-/// Turns quantised integers back into floating-point values by a step for all or a step for each,
-/// and puts back the values that were kept exactly.
+/// Turns quantised integers into floating-point values, by one step for all values or one for each,
+/// and restores the values that were stored exactly.
 ///
 ///   input 0  integers: Int32 or Int64
 ///   input 1  positions of outliers: UInt64, in values; optional
 ///   input 2  values of outliers: Float for Int32 integers, Double for Int64
 ///   input 3  adaptive table: Int32 words, an exponent per value; the last two words hold the scale
-///   output 0 Float for Int32 integers or where forced, Double for Int64
+///   output 0 Float for Int32 integers or if forced, Double for Int64
 class Dequantization final : public DataProcedure {
  public:
-  /// How the step of a value is found; the numbers stand in parameter blocks.
-  enum Type : std::uint32_t {
-    uniform = 0,
-    adaptiveShift = 2,
-    adaptiveExponent = 3,
-    adaptiveScaledExponent = 4
-  };
-
-  /// `carriedWord` is kept and passed to clones, and means nothing here. std::invalid_argument
-  /// ": invalid quantum: " for a uniform step of 0 or below. A type without a name is refused when
-  /// it runs.
+  /// `carriedWord` is passed to clones and has no effect here. std::invalid_argument
+  /// ": invalid quantum: " for a uniform step of 0 or below. process() refuses a type that is not
+  /// a QuantizationType.
   Dequantization(DataManager* context, std::uint32_t quantizationType, double quantum,
                  std::uint32_t carriedWord, bool forceFloatOutput, double adaptiveScale);
 
@@ -33,22 +26,25 @@ class Dequantization final : public DataProcedure {
   /// Exception ": Empty 4th input provider for type=Adaptive!"; KelborDataException for a table
   /// with too few words and for outliers outside the values.
   bool process(std::int32_t outputIndex) override;
-  /// Null for adaptive types: they keep the scale of the last run.
+  /// Null for adaptive types, since a run stores its scale in the procedure.
   [[nodiscard]] std::unique_ptr<DataProcedure> clone() const override;
   void updateOutputDimensionsFromProcessedInput() override;
-  /// Knows kTotalNumberUncompressedElements, which has no effect.
+  /// Accepts kTotalNumberUncompressedElements, which has no effect.
   bool setParameter(std::string_view key, std::uint64_t value) override;
 
  private:
-  template <class In, class Out>
+  /// V is the type of outliers.
+  template <class V, class In, class Out>
   void dequantize(std::span<const In> in, std::span<Out> out,
                   std::span<const std::int32_t> exponents) const;
   template <class In>
   void run(DataProvider& input, DataProvider& output, std::span<const std::int32_t> table);
-  template <class V, class Out>
-  void putOutliersBack(std::span<Out> out) const;
+  [[nodiscard]] bool is(morvex::QuantizationType type) const noexcept {
+    return quantizationType_ == static_cast<std::uint32_t>(type);
+  }
   [[nodiscard]] bool isAdaptive() const noexcept;
 
+  /// A QuantizationType, or an unknown code from the file.
   std::uint32_t quantizationType_;
   double quantum_;
   std::uint32_t carriedWord_;

@@ -13,48 +13,51 @@
 namespace Kelbor::MathModule {
 namespace {
 
-struct ClassName {
+struct ClassRow {
   std::int32_t tag;
   const char* name;
+  morvex::ClassCreator create;
 };
 
-constexpr std::array<ClassName, 10> kClassNames{
-    {{ClassTags::kChunkedZlib, "ChunkedZlibDecompressionWrapper"},
-     {ClassTags::kParallelWrapper, "OmpDecompressionWrapper"},
-     {ClassTags::kSimpleSums, "SimpleSums"},
-     {ClassTags::kIdWindowChain, "IdWindowZlibDecompressionChain"},
-     {ClassTags::kDequantization, "Dequantization"},
-     {ClassTags::kDecoderZlib, "DecoderZlib"},
-     {ClassTags::kVectorSums, "VectorSums"},
-     {ClassTags::kTreeSums, "TreeSums"},
-     {ClassTags::kChunkedZlibTree, "ChunkedZlibTreeDecompressionWrapper"},
-     {ClassTags::kOffsetSums, "OffsetSums"}}};
+constexpr std::array<ClassRow, 10> kClasses{
+    {{ClassTags::kChunkedZlib, "ChunkedZlibDecompressionWrapper", createChunkedZlibFactory},
+     {ClassTags::kParallelWrapper, "OmpDecompressionWrapper", createParallelWrapperFactory},
+     {ClassTags::kSimpleSums, "SimpleSums", createSimpleSumsFactory},
+     {ClassTags::kIdWindowChain, "IdWindowZlibDecompressionChain", createIdWindowChainFactory},
+     {ClassTags::kDequantization, "Dequantization", createDequantizationFactory},
+     {ClassTags::kDecoderZlib, "DecoderZlib", createDecoderZlibFactory},
+     {ClassTags::kVectorSums, "VectorSums", createVectorSumsFactory},
+     {ClassTags::kTreeSums, "TreeSums", createTreeSumsFactory},
+     {ClassTags::kChunkedZlibTree, "ChunkedZlibTreeDecompressionWrapper",
+      createChunkedZlibTreeFactory},
+     {ClassTags::kOffsetSums, "OffsetSums", createOffsetSumsFactory}}};
+
+constexpr const ClassRow* rowOf(std::int32_t tag) {
+  const auto* const row = std::ranges::find(kClasses, tag, &ClassRow::tag);
+  return row == kClasses.end() ? nullptr : row;
+}
+
+constexpr morvex::ClassCreators allRows() {
+  morvex::ClassCreators all{};
+  for (const ClassRow& row : kClasses) all.add({row.tag, row.create});
+  return all;
+}
 
 }  // namespace
 
 const char* classTagName(std::int32_t tag) {
-  const auto* const entry = std::ranges::find(kClassNames, tag, &ClassName::tag);
-  return entry == kClassNames.end() ? nullptr : entry->name;
+  const ClassRow* row = rowOf(tag);
+  return row ? row->name : nullptr;
 }
 
 const morvex::ClassCreators& allClassCreators() {
-  static const morvex::ClassCreators& table =
-      *new morvex::ClassCreators{{ClassTags::kChunkedZlib, createChunkedZlibFactory},
-                                 {ClassTags::kParallelWrapper, createParallelWrapperFactory},
-                                 {ClassTags::kSimpleSums, createSimpleSumsFactory},
-                                 {ClassTags::kIdWindowChain, createIdWindowChainFactory},
-                                 {ClassTags::kDequantization, createDequantizationFactory},
-                                 {ClassTags::kDecoderZlib, createDecoderZlibFactory},
-                                 {ClassTags::kVectorSums, createVectorSumsFactory},
-                                 {ClassTags::kTreeSums, createTreeSumsFactory},
-                                 {ClassTags::kChunkedZlibTree, createChunkedZlibTreeFactory},
-                                 {ClassTags::kOffsetSums, createOffsetSumsFactory}};
-  return table;
+  static constexpr morvex::ClassCreators kAll = allRows();
+  return kAll;
 }
 
 morvex::ClassCreators classCreatorsOf(std::initializer_list<std::int32_t> tags) {
-  morvex::ClassCreators some;
-  for (const std::int32_t tag : tags) some.emplace(tag, allClassCreators().at(tag));
+  morvex::ClassCreators some{};
+  for (const std::int32_t tag : tags) some.add({tag, rowOf(tag)->create});
   return some;
 }
 

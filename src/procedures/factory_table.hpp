@@ -6,7 +6,7 @@
 
 namespace Kelbor::MathModule {
 
-/// Class-type tags of the procedures. They stand in recipes and are part of the file format.
+/// Class-type tags of the procedures. Recipes store them; they are part of the file format.
 namespace ClassTags {
 
 inline constexpr std::int32_t kChunkedZlib = 1001;
@@ -22,13 +22,13 @@ inline constexpr std::int32_t kOffsetSums = 1010;
 
 }  // namespace ClassTags
 
-/// Name of the class behind a tag, for messages and tools; null for a tag that no procedure has.
+/// Class name of a tag, for messages and tools; null for an unknown tag.
 [[nodiscard]] const char* classTagName(std::int32_t tag);
 
-/// The creators of all procedures: the only place where every tag meets its factory.
+/// The creators of all procedures: the one table from tags to factories.
 [[nodiscard]] const morvex::ClassCreators& allClassCreators();
 
-/// The creators of some tags, for a reader that accepts no others.
+/// The creators of some tags, for a read path that accepts no others.
 [[nodiscard]] morvex::ClassCreators classCreatorsOf(std::initializer_list<std::int32_t> tags);
 
 }  // namespace Kelbor::MathModule

@@ -17,7 +17,7 @@ DataType requireIdType(DataType type) {
   return type;
 }
 
-class IdWindowChainFactory final : public morvex::ProcedureFactory {
+class IdWindowZlibDecompressionChainFactory final : public morvex::ProcedureFactory {
  public:
   using ProcedureFactory::ProcedureFactory;
 
@@ -39,10 +39,10 @@ IdWindowZlibDecompressionChain::IdWindowZlibDecompressionChain(
       idWindowMethod_(idWindowMethod),
       targetDimensions_(targetDimensions.begin(), targetDimensions.end()),
       targetDataType_(requireIdType(targetDataType)),
-      newIds_(context, targetDimensions, targetDataType, kWindowSizeInBytes),
       decoder_(context, DataDimension(targetDataType, targetDimensions).getByteSize(),
                DataTypes::kUInt8),
       bytePlanes_(context, targetDataType),
+      newIds_(context, targetDimensions, targetDataType, kWindowSizeInBytes),
       reconstruction_(context, idWindowMethod) {}
 
 IdWindowZlibDecompressionChain::~IdWindowZlibDecompressionChain() {
@@ -106,7 +106,7 @@ bool IdWindowZlibDecompressionChain::setParameter(std::string_view key, std::uin
 
 std::unique_ptr<morvex::ProcedureFactory> createIdWindowChainFactory(
     morvex::Deserializer& classStream) {
-  return std::make_unique<IdWindowChainFactory>(classStream.context());
+  return std::make_unique<IdWindowZlibDecompressionChainFactory>(classStream.context());
 }
 
 }  // namespace Kelbor::MathModule

@@ -11,8 +11,8 @@
 namespace Kelbor::MathModule {
 
 /// Rebuilds a list of ids from two zlib streams of byte planes, back references (input 0) and new
-/// ids (input 1), both UInt8. Four inner procedures behind one face: the inner providers are shown
-/// as this procedure's own and only borrowed.
+/// ids (input 1), both UInt8. A composite of four procedures, whose outer providers it borrows as
+/// its own.
 ///
 ///   input 0 -> DecoderZlib -> BytePlaneComposition --+
 ///                                                    +--> IdWindowReconstruction -> output 0
@@ -31,18 +31,18 @@ class IdWindowZlibDecompressionChain final : public DataProcedure {
   bool process(std::int32_t outputIndex) override;
   bool setOutputBuffer(std::size_t outputIndex, void* memory, std::uint64_t sizeInBytes) override;
   [[nodiscard]] std::unique_ptr<DataProcedure> clone() const override;
-  /// Knows kTotalNumberUncompressedElements: the ids of the output. How many ids are new is told by
-  /// their stream alone.
+  /// Accepts kTotalNumberUncompressedElements: the number of ids in the output. The number of new
+  /// ids follows from their stream alone.
   bool setParameter(std::string_view key, std::uint64_t value) override;
 
  private:
   std::uint32_t idWindowMethod_;
   std::vector<std::uint64_t> targetDimensions_;
   DataType targetDataType_;
-  // Declared in this order so that they end from the reconstruction up to the sources.
-  WindowZlibDecompression newIds_;
+  // Declared in the order of the flow, so destroyed from the reconstruction up to the sources.
   DecoderZlib decoder_;
   BytePlaneComposition bytePlanes_;
+  WindowZlibDecompression newIds_;
   IdWindowReconstruction reconstruction_;
 };
 

@@ -4,19 +4,19 @@
 
 namespace Kelbor::MathModule {
 
-/// Joins back references (input 0) and new ids (input 1) to a list of ids (output 0); Int32, Int64,
-/// UInt32 or UInt64, the same for all three.
+/// Joins back references (input 0) and new ids (input 1) to a list of ids (output 0). Int32, Int64,
+/// UInt32 or UInt64, the same type for all three.
 class IdWindowReconstruction final : public DataProcedure {
  public:
-  /// Methods 0 and 3 are known and mean the same; any other is logged here and fails in process.
+  /// Methods 0 and 3 are synonyms. Any other is logged here and refused by process().
   IdWindowReconstruction(DataManager* context, std::uint32_t idWindowMethod);
 
   void connectInput(std::size_t slot, Provider* provider) override;
-  /// KelborDataException for references that lead outside the list and for too few new ids.
+  /// KelborDataException for references that point outside the list and for too few new ids.
   bool process(std::int32_t outputIndex) override;
   [[nodiscard]] std::unique_ptr<DataProcedure> clone() const override;
   void updateOutputDimensionsFromProcessedInput() override;
-  /// Knows kTotalNumberUncompressedElements, which has no effect.
+  /// Accepts kTotalNumberUncompressedElements, which has no effect.
   bool setParameter(std::string_view key, std::uint64_t value) override;
 
  private:

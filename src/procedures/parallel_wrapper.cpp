@@ -11,12 +11,13 @@
 
 #include "core/byte_cursor.hpp"
 #include "core/checked.hpp"
-#include "core/error.hpp"
 #include "core/piecewise_source.hpp"
 #include "core/scoped_access.hpp"
-#include "platform/thread_count.hpp"
+#include "metadata/exception.hpp"
 #include "procedures/factory_table.hpp"
+#include "procedures/joint_decoder.hpp"
 #include "procedures/team.hpp"
+#include "recipes/parameter_blocks.hpp"
 
 namespace Kelbor::MathModule {
 namespace {
@@ -24,16 +25,16 @@ namespace {
 constexpr const char* kArbitraryCopy = ": Copying arbitrary providers is not supported!";
 constexpr const char* kNoClone = ": Cloning is not implemented for given procedure!";
 
-/// Decoding so many bytes takes a thread some 100 microseconds: several times what it costs to wake
-/// it and to wait for it.
+/// 64 KiB: decoding that takes about 100 us, several times a thread's wake-up cost.
 constexpr std::uint64_t kBytesWorthAThread = 65536;
 
-/// Deeper than any recipe nests wrappers.
+/// More than any recipe nests: bounds the recursion on a damaged one.
 constexpr unsigned kMostNestedWrappers = 8;
 
-class ParallelWrapperFactory final : public morvex::ProcedureFactory {
+class OmpDecompressionWrapperFactory final : public morvex::ProcedureFactory {
  public:
-  ParallelWrapperFactory(DataManager* context, std::vector<std::byte> innerBlock, unsigned nesting)
+  OmpDecompressionWrapperFactory(DataManager* context, std::vector<std::byte> innerBlock,
+                                 unsigned nesting)
       : ProcedureFactory(context), innerBlock_(std::move(innerBlock)), nesting_(nesting) {}
 
   std::unique_ptr<DataProcedure> create(std::span<const std::uint64_t> sizes,
@@ -54,7 +55,7 @@ class ParallelWrapperFactory final : public morvex::ProcedureFactory {
 
   std::vector<std::byte> innerBlock_;
   unsigned nesting_;
-  /// Read with the first procedure that is made, where a damaged block is found.
+  /// Read when the first procedure is made: a damaged inner block fails only if it is used.
   mutable std::unique_ptr<morvex::ProcedureFactory> innerFactory_;
 };
 
@@ -68,12 +69,12 @@ void logChunkError(const char* message) {
   getLogger().error() << message;
 }
 
-/// Refuses a count of items that the bytes left can't hold.
+/// KelborDataException if the remaining bytes can't hold `count` items of `width` bytes.
 void requireWithin(std::uint64_t count, std::uint64_t width, std::uint64_t bytesLeft) {
   if (count > bytesLeft / width) raise<KelborDataException>("Count exceeds the record");
 }
 
-/// A part of a source, fetched when it is needed.
+/// Part of a source, fetched on demand.
 class SliceProvider final : public DataProvider, public PiecewiseSource {
  public:
   SliceProvider(DataManager* context, const DataDimension& dimension, PiecewiseSource& whole,
@@ -95,15 +96,45 @@ class SliceProvider final : public DataProvider, public PiecewiseSource {
   std::uint64_t position_;
 };
 
+/// The number of groups of neighbouring chunks to run. As few as joint decoding allows, up to
+/// kMostLanes chunks each, but a multiple of the team, so that all threads get the same number.
+/// Without joint decoding, one chunk each.
+std::size_t groupsOf(std::size_t chunks, int threads, const DataProcedure& inner) {
+  if (!dynamic_cast<const JointDecoder*>(&inner)) return chunks;
+  const std::size_t team = std::max<std::size_t>(static_cast<std::size_t>(std::max(threads, 1)), 1);
+  const std::size_t least = (chunks + Inflate::kMostLanes - 1) / Inflate::kMostLanes;
+  return std::min(chunks, (least + team - 1) / team * team);
+}
+
 const DataProcedure& requireInner(const DataProcedure* inner) {
   if (!inner) raise<std::invalid_argument>(kNoClone);
   return *inner;
 }
 
+/// Reads a clone's output and copies it into the slice, if it was not made there.
+template <class Out, class Slice>
+bool takeOutput(DataProcedure& clone, const Slice& slice) {
+  auto* output = dynamic_cast<DataProvider*>(clone.getOutputProvider(0));
+  if (!output) {
+    logChunkError("Failed to get output provider!");
+    return false;
+  }
+  const ScopedConstData<Out> values(output);
+  if (values.size() != slice.valueCount) {
+    logChunkError("Output size is not as expected! This is not supported.");
+    return false;
+  }
+  if (reinterpret_cast<const std::byte*>(values.data()) != slice.target && slice.sizeInBytes > 0) {
+    std::memcpy(slice.target, values.data(), slice.sizeInBytes);
+  }
+  return true;
+}
+
 }  // namespace
 
-/// An input and one provider for each chunk of it. Chunks look at the input's content, which is
-/// held open, or fetch their own bytes where the input can be had piece by piece.
+/// An input and one provider per chunk of it. The providers are views of the input's content, which
+/// this object keeps locked for reading. If the input is a PiecewiseSource, they fetch their own
+/// bytes instead.
 class OmpDecompressionWrapper::ChunkedInput {
  public:
   ChunkedInput(std::size_t slot, DataProvider& input)
@@ -112,7 +143,10 @@ class OmpDecompressionWrapper::ChunkedInput {
   }
 
   [[nodiscard]] std::size_t slot() const noexcept { return slot_; }
-  [[nodiscard]] DataProvider& chunk(std::size_t index) { return *chunks_[index]; }
+  /// Null for an input with an empty table: the inputs after it set the number of chunks.
+  [[nodiscard]] DataProvider* chunk(std::size_t index) {
+    return index < chunks_.size() ? chunks_[index].get() : nullptr;
+  }
   [[nodiscard]] std::uint64_t size() const { return input_->getDataDimension().getByteSize(); }
 
   /// The first `count` bytes, or all if there are fewer.
@@ -124,7 +158,7 @@ class OmpDecompressionWrapper::ChunkedInput {
     return front_;
   }
 
-  /// From the byte `position` on, which lies within the input as a whole.
+  /// Adds the chunk at byte `position`; all of it lies within the input.
   void addChunk(const DataDimension& dimension, std::uint64_t position) {
     if (pieces_) {
       chunks_.push_back(
@@ -132,7 +166,7 @@ class OmpDecompressionWrapper::ChunkedInput {
       return;
     }
     chunks_.push_back(std::make_unique<DataProvider>(input_->getContext(), dimension));
-    // Chunks only look at the input's memory; providers know no read-only view of foreign memory.
+    // Chunks only read the memory; wrapMemory() has no const form.
     chunks_.back()->wrapMemory(const_cast<std::byte*>(content_->data()) + position,
                                dimension.getByteSize());
   }
@@ -192,7 +226,7 @@ bool OmpDecompressionWrapper::process(std::int32_t outputIndex) {
   (void)requireInput(0);
   DataProvider& output = requireOutput(outputIndex);
   const std::uint64_t outputValues = output.getDataDimension().getNumberOfElements();
-  numberOfChunks_.reset();
+  numberOfChunks_ = 0;
   Inputs inputs;
   for (std::size_t slot = 0; slot < getNumberOfInputs(); ++slot) {
     if (hasInputProvider(slot)) inputs.push_back(readChunks(slot, outputValues));
@@ -213,7 +247,7 @@ OmpDecompressionWrapper::ChunkedInput OmpDecompressionWrapper::readChunks(
   if (!visitChunkType(type, [](auto) {})) raiseUnhandledType(type);
   ChunkedInput result(slot, input);
 
-  if (singleChunkMarker_ != kChunkTableMarker) {
+  if (singleChunkMarker_ != morvex::kChunkTableMarker) {
     numberOfChunks_ = 1;
     chunkSizes_.assign(1, outputValues);
     result.addChunk(input.getDataDimension(), 0);
@@ -227,7 +261,7 @@ OmpDecompressionWrapper::ChunkedInput OmpDecompressionWrapper::readChunks(
   if (count > std::uint64_t{std::numeric_limits<std::int32_t>::max()}) {
     raise<KelborDataException>(": Too many chunks!");
   }
-  if (!numberOfChunks_) numberOfChunks_ = count;
+  if (numberOfChunks_ == 0) numberOfChunks_ = count;
   if (count != numberOfChunks_) raise<std::runtime_error>(": Mismatch in number of chunks!");
   std::uint64_t position = kCountBytes + count * kTableRow;
   ContainerCursor table(result.front(position));
@@ -246,6 +280,8 @@ OmpDecompressionWrapper::ChunkedInput OmpDecompressionWrapper::readChunks(
 
 template <class Out>
 bool OmpDecompressionWrapper::runChunks(Inputs& inputs, DataProvider& output) {
+  // Each chunk decodes into its own slice of the output, so nothing is copied or merged afterwards.
+  // The sizes come from the file: they must fill the target exactly before any slice is made.
   const ScopedData<Out> values(&output);
   std::uint64_t targetNumberOfValues = 1;
   for (const std::uint64_t extent : targetDimensions_) {
@@ -272,53 +308,77 @@ bool OmpDecompressionWrapper::runChunks(Inputs& inputs, DataProvider& output) {
   }
 
   const std::uint64_t worthwhile = targetNumberOfValues * sizeof(Out) / kBytesWorthAThread;
-  const auto budget = static_cast<std::uint64_t>(std::max(Platform::threadCount(), 1));
+  const auto budget = static_cast<std::uint64_t>(getContext()->threadBudget());
   const int threads = static_cast<int>(std::min(budget, worthwhile));
 
+  const std::size_t groups = groupsOf(slices.size(), threads, *inner_);
   std::atomic<bool> succeeded{true};
-  const auto work = [&](std::size_t chunk) {
-    bool done = false;
-    try {
-      done = runChunk<Out>(inputs, chunk, slices[chunk]);
-    } catch (...) {
-      // Nothing may leave the team; what failed has been logged where it was raised.
+  const auto work = [&](std::size_t group) {
+    const std::size_t first = slices.size() * group / groups;
+    const std::size_t end = slices.size() * (group + 1) / groups;
+    if (!runGroup<Out>(inputs, first, {slices.data() + first, end - first})) {
+      succeeded = false;
     }
-    if (!done) succeeded = false;
   };
-  runTeam(slices.size(), threads, std::ref(work));
+  runTeam(groups, threads, std::ref(work));
   return succeeded;
 }
 
-template <class Out>
-bool OmpDecompressionWrapper::runChunk(Inputs& inputs, std::size_t chunk,
-                                       const Slice& slice) const {
-  const std::unique_ptr<DataProcedure> clone = inner_->copy();
+/// A copy of the inner procedure, connected to a chunk and its slice. Null, after an ERROR line, on
+/// failure.
+std::unique_ptr<DataProcedure> OmpDecompressionWrapper::cloneFor(Inputs& inputs, std::size_t chunk,
+                                                                 const Slice& slice) const {
+  std::unique_ptr<DataProcedure> clone = inner_->copy();
   if (!clone) {
     logChunkError(kNoClone);
-    return false;
+    return nullptr;
   }
   if (!clone->setParameter(kTotalNumberUncompressedElements, slice.valueCount)) {
     logChunkError("Failed to set number of uncompressed elements!");
-    return false;
+    return nullptr;
   }
   for (ChunkedInput& input : inputs) {
-    clone->connectInput(input.slot(), &input.chunk(chunk));
+    if (DataProvider* part = input.chunk(chunk)) clone->connectInput(input.slot(), part);
   }
   clone->setOutputBuffer(0, slice.target, slice.sizeInBytes);
-  auto* output = dynamic_cast<DataProvider*>(clone->getOutputProvider(0));
-  if (!output) {
-    logChunkError("Failed to get output provider!");
-    return false;
+  return clone;
+}
+
+template <class Out>
+bool OmpDecompressionWrapper::runGroup(Inputs& inputs, std::size_t first,
+                                       std::span<const Slice> slices) const {
+  bool succeeded = true;
+  // An exception must not leave the team. It has been logged where it was raised.
+  const auto guarded = [&](auto&& step) {
+    bool done = false;
+    try {
+      done = step();
+    } catch (...) {
+    }
+    if (!done) succeeded = false;
+    return done;
+  };
+  // Three phases: prepare a clone per chunk and open its job, decode all jobs in one loop, then
+  // read the outputs. A lone chunk opens no job and decodes when its output is read. A chunk that
+  // fails drops out; the others continue, so the log names every failure.
+  boost::container::small_vector<std::unique_ptr<DataProcedure>, Inflate::kMostLanes> clones;
+  boost::container::small_vector<Inflate::PlaneJob*, Inflate::kMostLanes> jobs;
+  for (std::size_t i = 0; i < slices.size(); ++i) {
+    std::unique_ptr<DataProcedure> clone;
+    const bool isReady = guarded([&] {
+      clone = cloneFor(inputs, first + i, slices[i]);
+      auto* joint = slices.size() > 1 ? dynamic_cast<JointDecoder*>(clone.get()) : nullptr;
+      if (joint) jobs.push_back(&joint->openJob({slices[i].target, slices[i].sizeInBytes}));
+      return clone != nullptr;
+    });
+    clones.push_back(isReady ? std::move(clone) : nullptr);
   }
-  const ScopedConstData<Out> values(output);
-  if (values.size() != slice.valueCount) {
-    logChunkError("Output size is not as expected! This is not supported.");
-    return false;
+  Inflate::decodePlaneChunks({jobs.data(), jobs.size()});
+  for (std::size_t i = 0; i < slices.size(); ++i) {
+    if (clones[i]) guarded([&] { return takeOutput<Out>(*clones[i], slices[i]); });
+    clones[i].reset();
   }
-  if (reinterpret_cast<const std::byte*>(values.data()) != slice.target && slice.sizeInBytes > 0) {
-    std::memcpy(slice.target, values.data(), slice.sizeInBytes);
-  }
-  return true;
+  return succeeded;
 }
 
 std::unique_ptr<morvex::ProcedureFactory> createParallelWrapperFactory(
@@ -326,8 +386,8 @@ std::unique_ptr<morvex::ProcedureFactory> createParallelWrapperFactory(
   if (classStream.nesting >= kMostNestedWrappers) {
     raise<morvex::InternalError>("Wrappers are nested too deeply");
   }
-  return std::make_unique<ParallelWrapperFactory>(classStream.context(), classStream.readBytes(),
-                                                  classStream.nesting);
+  return std::make_unique<OmpDecompressionWrapperFactory>(
+      classStream.context(), classStream.readBytes(), classStream.nesting);
 }
 
 }  // namespace Kelbor::MathModule

@@ -3,7 +3,6 @@
 #include <boost/container/small_vector.hpp>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
 
 #include "core/procedure.hpp"
@@ -11,9 +10,9 @@
 
 namespace Kelbor::MathModule {
 
-/// Runs copies of an inner procedure on the chunks of its inputs, many at once, each writing its
-/// slice of the output. The inner procedure is a template and never runs itself; nothing is copied
-/// on the way in or out.
+/// Runs copies of an inner procedure on the chunks of its inputs, in parallel; each copy writes its
+/// slice of the output. A thread decodes several neighbouring chunks together if the inner
+/// procedure is a JointDecoder. The inner procedure is a template: it is copied, never run.
 ///
 /// An input is either one chunk or begins with a chunk table:
 ///
@@ -25,17 +24,14 @@ namespace Kelbor::MathModule {
 /// Inputs and output: UInt8, Int16, Int32, UInt32, Int64, UInt64, Float.
 class OmpDecompressionWrapper final : public DataProcedure {
  public:
-  /// The marker that says that inputs begin with a chunk table.
-  static constexpr std::uint32_t kChunkTableMarker = 0xFFFFFFFF;
-
-  /// std::invalid_argument for an inner procedure that is missing or has more than one output, and
-  /// for a target without dimensions.
+  /// std::invalid_argument if the inner procedure is null or has more than one output, and for a
+  /// target without dimensions.
   OmpDecompressionWrapper(std::unique_ptr<DataProcedure> inner,
                           std::span<const std::uint64_t> targetDimensions,
                           std::uint32_t singleChunkMarker);
 
   void connectInput(std::size_t slot, Provider* provider) override;
-  /// False if a chunk failed; why is in the error log. std::runtime_error for tables that
+  /// False if a chunk failed; the error log has the reason. std::runtime_error for tables that
   /// contradict each other or the target, KelborDataException for one that exceeds its input.
   bool process(std::int32_t outputIndex) override;
 
@@ -54,19 +50,22 @@ class OmpDecompressionWrapper final : public DataProcedure {
   template <class Out>
   [[nodiscard]] bool runChunks(Inputs& inputs, DataProvider& output);
   template <class Out>
-  [[nodiscard]] bool runChunk(Inputs& inputs, std::size_t chunk, const Slice& slice) const;
+  [[nodiscard]] bool runGroup(Inputs& inputs, std::size_t first,
+                              std::span<const Slice> slices) const;
+  [[nodiscard]] std::unique_ptr<DataProcedure> cloneFor(Inputs& inputs, std::size_t chunk,
+                                                        const Slice& slice) const;
 
   std::unique_ptr<DataProcedure> inner_;
-  // Most datasets are one chunk of one input: such a read takes no memory for these lists.
+  // Inline for one input of one chunk, the usual case, which then allocates nothing.
   DataDimension::Sizes targetDimensions_;
-  /// Known once the first input has been read.
-  std::optional<std::uint64_t> numberOfChunks_;
-  /// Values of each chunk, by the table of the last input read.
+  /// 0 until an input with chunks has been read.
+  std::uint64_t numberOfChunks_ = 0;
+  /// Values per chunk, from the table of the last input read.
   DataDimension::Sizes chunkSizes_;
   std::uint32_t singleChunkMarker_;
 };
 
-/// Creator for tag 1002. Takes the inner class block off the class stream: u64 byte count and
+/// Creator for tag 1002. Reads the inner class block from the class stream: u64 byte count and
 /// bytes. Parameters: u32 marker, then those of the inner procedure.
 [[nodiscard]] std::unique_ptr<morvex::ProcedureFactory> createParallelWrapperFactory(
     morvex::Deserializer& classStream);

@@ -2,33 +2,60 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "core/error.hpp"
 #include "core/piecewise_source.hpp"
+#include "procedures/kernels/byte_planes.hpp"
+#include "procedures/kernels/unsigned_view.hpp"
 
 namespace Kelbor::MathModule {
 namespace {
 
 constexpr std::uint32_t kTopBit = 0x80000000U;
 
-/// Of a stream that is read piece by piece; a few times what a call of inflate takes in.
+/// Window over a stream that is read in pieces: 256 KiB, several times what one inflate call
+/// consumes.
 constexpr std::uint64_t kWindowBytes = 262144;
 
-template <class T>
-PlaneTarget planeTargetOf(std::span<T> values) {
-  using U = std::make_unsigned_t<T>;
-  return std::span<U>(reinterpret_cast<U*>(values.data()), values.size());
+template <class F>
+bool visitPlaneType(DataType type, F&& f) {
+  return visitElement<std::int16_t, std::int32_t, std::uint32_t, std::int64_t, std::uint64_t>(
+      type, std::forward<F>(f));
 }
+
+/// Composes planes into `values`, an unsigned view of the output, since sums wrap.
+template <class U>
+class PlaneComposer final : public Inflate::PlaneSink {
+ public:
+  PlaneComposer(std::span<U> values, PlaneMode mode) : values_(values), mode_(mode) {}
+
+  void take(std::uint64_t position, std::span<const std::byte> planes) noexcept override {
+    const std::span<U> values =
+        values_.subspan(static_cast<std::size_t>(position) / sizeof(U), planes.size() / sizeof(U));
+    if (mode_ == PlaneMode::kPlain) {
+      Kernels::composePlanesZigzag<U>(planes, values);
+    } else {
+      sum_ = Kernels::composePlanesZigzagSum<U>(planes, values, position == 0 ? U{0} : sum_);
+    }
+  }
+
+ private:
+  std::span<U> values_;
+  PlaneMode mode_;
+  U sum_ = 0;
+};
 
 }  // namespace
 
 PlaneStreamProcedure::PlaneStreamProcedure(DataManager* context,
                                            std::span<const std::uint64_t> targetDimensions,
-                                           DataType targetDataType, std::uint32_t limitInBytes,
-                                           const char* tooLarge)
+                                           DataType targetDataType, PlaneMode mode,
+                                           std::uint32_t limitInBytes, const char* tooLarge)
     : DataProcedure(context, 1, 1),
       targetDimensions_(targetDimensions.begin(), targetDimensions.end()),
-      targetDataType_(targetDataType) {
+      targetDataType_(targetDataType),
+      mode_(mode) {
   if (limitInBytes & kTopBit) raise<Exception>(tooLarge);
   if (!targetDimensions.data()) raise<Exception>(": targetDimensions==NULL");
 }
@@ -57,15 +84,33 @@ bool PlaneStreamProcedure::process(std::int32_t outputIndex) {
 
 StreamOutcome PlaneStreamProcedure::decodeInto(DataProvider& input, DataProvider& output) {
   StreamOutcome outcome;
-  const bool handled =
-      visitElement<std::int16_t, std::int32_t, std::uint32_t, std::int64_t, std::uint64_t>(
-          targetDataType_, [&](auto element) {
-            StreamAccess stream(input, lookAhead());
-            const ScopedData<typename decltype(element)::type> values(&output);
-            outcome = decode(stream.input(), planeTargetOf(values.view()));
-          });
+  const bool handled = visitPlaneType(targetDataType_, [&](auto element) {
+    using T = typename decltype(element)::type;
+    if (const auto decoded = takeDecoded()) {
+      const ScopedData<T> values(&output);
+      outcome = decoded->outcome;
+      if (reinterpret_cast<const std::byte*>(values.data()) == decoded->memory) return;
+    }
+    StreamAccess stream(input, lookAhead());
+    const ScopedData<T> values(&output);
+    const auto memory = std::as_writable_bytes(values.view());
+    PlaneComposer composer(Kernels::unsignedView(values.view()), mode_);
+    outcome = decode(stream.input(), {memory, sizeof(T), composer});
+  });
   if (!handled) raiseUnhandledType(targetDataType_);
   return outcome;
+}
+
+std::unique_ptr<Inflate::PlaneSink> makePlaneComposer(DataType type, std::span<std::byte> memory,
+                                                      PlaneMode mode) {
+  std::unique_ptr<Inflate::PlaneSink> composer;
+  const bool handled = visitPlaneType(type, [&](auto element) {
+    using U = std::make_unsigned_t<typename decltype(element)::type>;
+    const std::span<U> values(reinterpret_cast<U*>(memory.data()), memory.size() / sizeof(U));
+    composer = std::make_unique<PlaneComposer<U>>(values, mode);
+  });
+  if (!handled) raiseUnhandledType(type);
+  return composer;
 }
 
 bool PlaneStreamProcedure::setParameter(std::string_view key, std::uint64_t value) {
@@ -87,7 +132,7 @@ StreamAccess::StreamAccess(DataProvider& input, std::uint64_t lookAhead) {
     try {
       return pieces->readPiece(from, target);
     } catch (...) {
-      return false;  // what failed has been logged where it was raised
+      return false;  // logged where it was raised
     }
   };
   input_.emplace(input.getDataDimension().getByteSize(), fetch, window_->bytes());

@@ -14,13 +14,13 @@ namespace {
 
 using Kernels::unsignedView;
 
-/// Runs the kernel for the input's element type on in-situ access, or refuses the type.
+/// Runs the kernel for the input's element type with access in place; raises for other types.
 template <class... Types, class Kernel>
-void runInSitu(DataProvider& input, DataProvider& output, Kernel&& kernel) {
+void runInSitu(DataProvider& input, DataProvider& output, BlockLoan loan, Kernel&& kernel) {
   const DataType type = input.getDataDimension().getDataType();
   const bool handled = visitElement<Types...>(type, [&](auto element) {
     using T = typename decltype(element)::type;
-    const ScopedDataInsitu<T, T> values(&input, &output);
+    const ScopedDataInsitu<T, T> values(&input, &output, loan);
     kernel(values.input(), values.output());
   });
   if (!handled) raiseUnhandledType(type);
@@ -29,13 +29,13 @@ void runInSitu(DataProvider& input, DataProvider& output, Kernel&& kernel) {
 template <class Kernel>
 void runOnAllIntegers(DataProvider& input, DataProvider& output, Kernel&& kernel) {
   runInSitu<std::int8_t, std::uint8_t, std::int16_t, std::uint16_t, std::int32_t, std::uint32_t,
-            std::int64_t, std::uint64_t>(input, output, kernel);
+            std::int64_t, std::uint64_t>(input, output, BlockLoan::kAllowed, kernel);
 }
 
 template <class Kernel>
-void runOnWideIntegers(DataProvider& input, DataProvider& output, Kernel&& kernel) {
+void runOnWideIntegers(DataProvider& input, DataProvider& output, BlockLoan loan, Kernel&& kernel) {
   runInSitu<std::int8_t, std::uint8_t, std::int32_t, std::uint32_t, std::int64_t, std::uint64_t>(
-      input, output, kernel);
+      input, output, loan, kernel);
 }
 
 bool sameShape(const DataProvider& a, const DataProvider& b) {
@@ -61,6 +61,11 @@ class SumsFactory final : public morvex::ProcedureFactory {
     }
   }
 };
+
+using SimpleSumsFactory = SumsFactory<SimpleSums>;
+using OffsetSumsFactory = SumsFactory<OffsetSums>;
+using VectorSumsFactory = SumsFactory<VectorSums>;
+using TreeSumsFactory = SumsFactory<TreeSums>;
 
 }  // namespace
 
@@ -119,7 +124,7 @@ bool OffsetSums::setParameter(std::string_view key, std::uint64_t /*value*/) {
 void VectorSums::connectInput(std::size_t slot, Provider* provider) {
   DataProcedure::connectInput(slot, provider);
   const DataProvider& added = requireInput(slot);
-  // The second reference is compared when the content is there.
+  // The second reference is compared once its content exists.
   for (const std::size_t other : {std::size_t{0}, std::size_t{1}}) {
     if (inputData(other) && !sameShape(added, *inputData(other))) raiseInhomogeneous();
   }
@@ -129,12 +134,12 @@ void VectorSums::connectInput(std::size_t slot, Provider* provider) {
 bool VectorSums::process(std::int32_t outputIndex) {
   DataProvider& input = requireInput(0);
   DataProvider& firstProvider = requireInput(1);
-  runOnWideIntegers(input, requireOutput(outputIndex),
+  runOnWideIntegers(input, requireOutput(outputIndex), BlockLoan::kAllowed,
                     [&]<class T>(std::span<const T> in, std::span<T> out) {
                       const ScopedConstData<T> first(&firstProvider);
                       std::optional<ScopedConstData<T>> second;
                       if (hasInputProvider(2)) second.emplace(inputData(2));
-                      // Compared again: the shapes are final only now that all inputs have run.
+                      // Compared again: shapes are final only now that all inputs have run.
                       if (first.size() != in.size() || (second && second->size() != in.size())) {
                         raiseInhomogeneous();
                       }
@@ -161,7 +166,9 @@ void TreeSums::connectInput(std::size_t slot, Provider* provider) {
 }
 
 bool TreeSums::process(std::int32_t outputIndex) {
-  runOnWideIntegers(requireInput(0), requireOutput(outputIndex), [this](auto in, auto out) {
+  // In place, an edge list that is no forest would give another result than from block to block.
+  const auto loan = BlockLoan::kRefused;
+  runOnWideIntegers(requireInput(0), requireOutput(outputIndex), loan, [this](auto in, auto out) {
     const ScopedConstData<std::int32_t> edges(inputData(1));
     const ScopedConstData<std::uint64_t> treeStarts(inputData(2));
     if (!Kernels::checkTree(edges.view(), treeStarts.view(), in.size())) {
@@ -180,21 +187,21 @@ std::unique_ptr<DataProcedure> TreeSums::clone() const {
 
 std::unique_ptr<morvex::ProcedureFactory> createSimpleSumsFactory(
     morvex::Deserializer& classStream) {
-  return std::make_unique<SumsFactory<SimpleSums>>(classStream.context());
+  return std::make_unique<SimpleSumsFactory>(classStream.context());
 }
 
 std::unique_ptr<morvex::ProcedureFactory> createOffsetSumsFactory(
     morvex::Deserializer& classStream) {
-  return std::make_unique<SumsFactory<OffsetSums>>(classStream.context());
+  return std::make_unique<OffsetSumsFactory>(classStream.context());
 }
 
 std::unique_ptr<morvex::ProcedureFactory> createVectorSumsFactory(
     morvex::Deserializer& classStream) {
-  return std::make_unique<SumsFactory<VectorSums>>(classStream.context());
+  return std::make_unique<VectorSumsFactory>(classStream.context());
 }
 
 std::unique_ptr<morvex::ProcedureFactory> createTreeSumsFactory(morvex::Deserializer& classStream) {
-  return std::make_unique<SumsFactory<TreeSums>>(classStream.context());
+  return std::make_unique<TreeSumsFactory>(classStream.context());
 }
 
 }  // namespace Kelbor::MathModule

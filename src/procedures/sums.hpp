@@ -5,8 +5,8 @@
 
 namespace Kelbor::MathModule {
 
-/// What the sums have in common: input 0 holds differences, output 0 has its type and shape. All
-/// arithmetic wraps in the width of the elements.
+/// Base of all sums: input 0 holds differences, output 0 has its type and shape. Arithmetic wraps
+/// in the width of the elements.
 class SumsProcedure : public DataProcedure {
  public:
   void updateOutputDimensionsFromProcessedInput() override;
@@ -26,15 +26,15 @@ class SimpleSums final : public SumsProcedure {
   bool setParameter(std::string_view key, std::uint64_t value) override;
 };
 
-/// Undoes differences from block to block of equal size. All integer types.
+/// Undoes differences between blocks of equal size. All integer types.
 class OffsetSums final : public SumsProcedure {
  public:
   OffsetSums(DataManager* context, std::uint64_t numberOfBlocks)
       : SumsProcedure(context, 1, 1), numberOfBlocks_(numberOfBlocks) {}
 
   void connectInput(std::size_t slot, Provider* provider) override;
-  /// Exception "Offset sums failed due to incompatible numbers!" for a rest; KelborDataException
-  /// for 0 blocks.
+  /// Exception "Offset sums failed due to incompatible numbers!" if the blocks don't divide the
+  /// values; KelborDataException for 0 blocks.
   bool process(std::int32_t outputIndex) override;
   [[nodiscard]] std::unique_ptr<DataProcedure> clone() const override;
   bool setParameter(std::string_view key, std::uint64_t value) override;
@@ -43,9 +43,9 @@ class OffsetSums final : public SumsProcedure {
   std::uint64_t numberOfBlocks_;
 };
 
-/// Adds a reference array (input 1), or the mean of two (inputs 1 and 2), to differences (input 0);
-/// all of one type and size. 8, 32 and 64-bit integers. Exception ": inhomogeneous input
-/// provider(s)!" where they differ.
+/// Adds a reference array (input 1), or the mean of two (inputs 1 and 2), to differences (input 0).
+/// All have the same type and size, else Exception ": inhomogeneous input provider(s)!". 8, 32 and
+/// 64-bit integers.
 class VectorSums final : public SumsProcedure {
  public:
   explicit VectorSums(DataManager* context) : SumsProcedure(context, 3, 1) {}
@@ -68,8 +68,8 @@ class TreeSums final : public SumsProcedure {
   [[nodiscard]] std::unique_ptr<DataProcedure> clone() const override;
 };
 
-/// Creators for tags 1003, 1010, 1007 and 1008. OffsetSums takes a u64 numberOfBlocks off the
-/// parameters, the others nothing.
+/// Creators for tags 1003, 1010, 1007 and 1008. OffsetSums reads a u64 numberOfBlocks from the
+/// parameters, the others read nothing.
 [[nodiscard]] std::unique_ptr<morvex::ProcedureFactory> createSimpleSumsFactory(
     morvex::Deserializer& classStream);
 [[nodiscard]] std::unique_ptr<morvex::ProcedureFactory> createOffsetSumsFactory(

@@ -1,11 +1,15 @@
 #include "procedures/team.hpp"
 
-#include <omp.h>
+#include <tbb/info.h>
+#include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <exception>
 
+#include "core/log.hpp"
 #include "platform/thread_probe.hpp"
 
 namespace Kelbor::MathModule {
@@ -13,52 +17,94 @@ namespace {
 
 constexpr std::size_t kLargestTeam = 256;
 
-/// What the runtime takes from the heap for a team, by and large, and for each thread of it.
+/// Upper estimates of what the runtime allocates for a team and for each of its threads.
 constexpr std::size_t kTeamBytes = 65536;
 constexpr std::size_t kThreadBytes = 4096;
 
-/// The process whose threads the runtime has started; they don't survive a fork.
+/// The process that the runtime's threads belong to. A forked child has none of them.
 std::atomic<pid_t> processOfTeam{0};
 
-/// Threads of the last team: the runtime keeps these for the next one, and starts what lacks.
-std::atomic<std::size_t> lastTeam{1};
+/// The largest team so far. The runtime keeps its threads and starts only those that a larger team
+/// adds.
+std::atomic<std::size_t> largestTeam{1};
 
-bool mayFork() {
-  if (omp_in_parallel()) return false;
+bool hasForked() {
   const pid_t owner = processOfTeam;
-  return owner == 0 || owner == ::getpid();
+  return owner != 0 && owner != ::getpid();
 }
 
-/// The largest team up to `size` that the system has threads and memory for. The runtime ends the
-/// whole process where it is refused either.
+/// The largest team up to `size` that the system has threads and memory for. Must be found before
+/// the team starts: the runtime ends the process if it is refused a thread.
 std::size_t affordableTeam(std::size_t size) {
-  if (size > lastTeam) size = 1 + Platform::startableThreads(size - 1);
+  if (size > largestTeam) {
+    size = std::max<std::size_t>(largestTeam, 1 + Platform::startableThreads(size - 1));
+  }
   return Platform::hasMemory(kTeamBytes + size * kThreadBytes) ? size : 1;
 }
 
 std::size_t teamSize(std::size_t count, int threads) {
   const std::size_t budget = threads > 1 ? static_cast<std::size_t>(threads) : 1;
-  const auto limit = static_cast<std::size_t>(std::max(omp_get_thread_limit(), 1));
-  const std::size_t size = std::min({budget, count, limit, kLargestTeam});
-  return size < 2 || !mayFork() ? 1 : affordableTeam(size);
+  // The runtime has no more threads, and warns on standard error about requests for more.
+  const auto processors = static_cast<std::size_t>(std::max(tbb::info::default_concurrency(), 1));
+  const std::size_t size = std::min({budget, count, processors, kLargestTeam});
+  return size < 2 || hasForked() ? 1 : affordableTeam(size);
 }
+
+/// The indices of a call; each is taken once, by the first thread that asks.
+class Indices {
+ public:
+  Indices(std::size_t count, const std::function<void(std::size_t)>& work)
+      : count_(count), work_(work) {
+    next_.store(0, std::memory_order_release);  // publishes the caller's writes to all takers
+  }
+
+  /// Works until no index is left.
+  void work() {
+    for (;;) {
+      const std::size_t index = next_.fetch_add(1, std::memory_order_acq_rel);
+      if (index >= count_) break;
+      work_(index);
+    }
+    finished_.fetch_add(1, std::memory_order_release);
+  }
+
+  /// Synchronises with the threads that have finished, so that their writes are visible.
+  void join() const { (void)finished_.load(std::memory_order_acquire); }
+
+ private:
+  std::size_t count_;
+  const std::function<void(std::size_t)>& work_;
+  std::atomic<std::size_t> next_;
+  std::atomic<std::size_t> finished_{0};
+};
 
 }  // namespace
 
 void runTeam(std::size_t count, int threads, const std::function<void(std::size_t)>& work) {
   const std::size_t size = teamSize(count, threads);
-  if (size < 2) {
-    for (std::size_t i = 0; i < count; ++i) work(i);
-    return;
+  Indices indices(count, work);
+  if (size > 1) {
+    processOfTeam = ::getpid();
+    LogSink* const sink = threadLogSink();
+    try {
+      tbb::task_arena arena(static_cast<int>(size), /*reserved_for_masters=*/1);
+      arena.execute([&] {
+        tbb::parallel_for(
+            std::size_t{0}, size,
+            [&](std::size_t) {
+              const ScopedLogSink lines(sink);
+              indices.work();
+            },
+            tbb::simple_partitioner());
+      });
+      std::size_t known = largestTeam;
+      while (known < size && !largestTeam.compare_exchange_weak(known, size)) {
+      }
+    } catch (const std::exception&) {  // the runtime is out of memory: work alone
+    }
   }
-  processOfTeam = ::getpid();
-  const auto end = static_cast<std::ptrdiff_t>(count);
-#pragma omp parallel num_threads(static_cast <int>(size))
-  {
-    if (omp_get_thread_num() == 0) lastTeam = static_cast<std::size_t>(omp_get_num_threads());
-#pragma omp for schedule(static)
-    for (std::ptrdiff_t i = 0; i < end; ++i) work(static_cast<std::size_t>(i));
-  }
+  indices.work();
+  indices.join();
 }
 
 }  // namespace Kelbor::MathModule

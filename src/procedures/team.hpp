@@ -5,13 +5,12 @@
 
 namespace Kelbor::MathModule {
 
-/// Calls `work` for every index below `count`, each once, on up to `threads` threads, each of which
-/// takes one contiguous range. Returns when all are done. Uses the caller's thread alone where a
-/// team would gain nothing or the process can't have one: for a single index, inside a parallel
-/// region of the host, in a forked child of a process that has run a team. Where the system refuses
-/// threads the team is smaller.
-/// `work` must not throw and must write nothing that another index reads or writes.
-/// The one place that knows the parallel runtime.
+/// Calls `work` once for each index below `count`, on up to `threads` threads including the
+/// caller's, and returns when all calls have ended. The caller's thread does everything itself if
+/// no other thread joins in time, for a single index, and in a forked child of a process that has
+/// run a team. If the system refuses threads, the team is smaller. `work` must not throw, nor write
+/// what another index reads or writes; it may call runTeam. Its log lines go where the caller's go.
+/// team.cpp is the only file that uses the parallel runtime.
 void runTeam(std::size_t count, int threads, const std::function<void(std::size_t)>& work);
 
 }  // namespace Kelbor::MathModule

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "core/log.hpp"
-#include "procedures/kernels/inflate_stream.hpp"
+#include "inflate/windowed_planes.hpp"
 
 namespace Kelbor::MathModule {
 
@@ -11,8 +11,8 @@ WindowZlibDecompression::WindowZlibDecompression(DataManager* context,
                                                  std::span<const std::uint64_t> targetDimensions,
                                                  DataType targetDataType,
                                                  std::uint32_t windowSizeInBytes)
-    : PlaneStreamProcedure(context, targetDimensions, targetDataType, windowSizeInBytes,
-                           ": windowSizeInBytes>=2^31"),
+    : PlaneStreamProcedure(context, targetDimensions, targetDataType, PlaneMode::kRunningSum,
+                           windowSizeInBytes, ": windowSizeInBytes>=2^31"),
       windowSizeInBytes_(windowSizeInBytes) {}
 
 std::unique_ptr<DataProcedure> WindowZlibDecompression::clone() const {
@@ -20,22 +20,23 @@ std::unique_ptr<DataProcedure> WindowZlibDecompression::clone() const {
                                                    targetDataType(), windowSizeInBytes_);
 }
 
-StreamOutcome WindowZlibDecompression::decode(Platform::StreamInput& input, PlaneTarget target) {
+StreamOutcome WindowZlibDecompression::decode(Inflate::StreamInput& input,
+                                              const PlaneTarget& target) {
   const std::span<const std::byte> stream = input.ahead(input.size());
-  return std::visit(
-      [&](auto values) {
-        if (stream.empty()) {
-          getLogger().debug() << ": Processing empty dataset";
-          std::ranges::fill(values, typename decltype(values)::value_type{0});
-          return StreamOutcome{true, std::nullopt};
-        }
-        SwapBuffer swap(getContext(), values.size_bytes());
-        const Kernels::InflateResult result =
-            Kernels::decodeWindowedPlanes(stream, values, swap.bytes(), windowSizeInBytes_);
-        if (!result.streamReady) raiseStreamNotReady();
-        return StreamOutcome{result.ok, result.decodedBytes};
-      },
-      target);
+  if (stream.empty()) {
+    getLogger().debug() << ": Processing empty dataset";
+    std::ranges::fill(target.memory, std::byte{0});
+    return {true, std::nullopt};
+  }
+  SwapBuffer swap(getContext(), target.memory.size());
+  const Inflate::InflateResult result =
+      Inflate::inflateWindowedPlanes(stream, swap.bytes(), windowSizeInBytes_);
+  if (!result.streamReady) raiseStreamNotReady();
+  if (result.ok) {
+    const std::uint64_t whole = result.decodedBytes / target.width * target.width;
+    target.sink.take(0, swap.bytes().first(static_cast<std::size_t>(whole)));
+  }
+  return {result.ok, result.decodedBytes};
 }
 
 }  // namespace Kelbor::MathModule

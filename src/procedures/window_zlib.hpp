@@ -4,12 +4,11 @@
 
 namespace Kelbor::MathModule {
 
-/// Inflates a stream that holds all values in one set of byte planes through a swap buffer of the
-/// dataset's size, undoes the zigzag mapping and sums up. Has no factory: the id-window chain
-/// makes it.
+/// Inflates a stream that holds all values in one set of byte planes, through a swap buffer of the
+/// dataset's size, and sums them as differences. Has no factory: the id-window chain makes it.
 class WindowZlibDecompression final : public PlaneStreamProcedure {
  public:
-  /// At most `windowSizeInBytes` of the stream are handed to zlib at a time. Exception
+  /// zlib gets at most `windowSizeInBytes` of the stream per call. Exception
   /// ": windowSizeInBytes>=2^31".
   WindowZlibDecompression(DataManager* context, std::span<const std::uint64_t> targetDimensions,
                           DataType targetDataType, std::uint32_t windowSizeInBytes);
@@ -18,7 +17,7 @@ class WindowZlibDecompression final : public PlaneStreamProcedure {
 
  private:
   /// An empty stream succeeds: the output keeps its shape and is filled with zeros.
-  StreamOutcome decode(Platform::StreamInput& stream, PlaneTarget target) override;
+  StreamOutcome decode(Inflate::StreamInput& stream, const PlaneTarget& target) override;
 
   std::uint32_t windowSizeInBytes_;
 };

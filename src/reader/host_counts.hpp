@@ -8,11 +8,11 @@
 
 namespace morvex {
 
-/// A stored count as the 32-bit answer by which a host sizes an array. std::length_error where it
-/// does not fit: a cut count would have the host's array overrun.
+/// A stored count as the 32-bit number by which a host sizes an array. std::length_error if it
+/// doesn't fit: with a truncated count, the read would overrun the host's array.
 [[nodiscard]] inline int hostCount(std::uint64_t count) {
   if (count > std::uint64_t{std::numeric_limits<int>::max()}) {
-    throw std::length_error(Kelbor::kVectorTooLong);
+    Kelbor::raiseUnlogged<std::length_error>(Kelbor::kVectorTooLong);
   }
   return static_cast<int>(count);
 }

@@ -5,15 +5,15 @@
 
 namespace morvex {
 
-/// What the exports ask of an open file. Arrays belong to the host; their lengths and the meaning
-/// of each operation are told in the host header, whose function of the same name forwards here.
+/// The interface between the exports and an open file. Arrays belong to the host. The host header
+/// documents each operation at the function of the same name, which forwards here.
 class GenericMXReader {
  public:
   GenericMXReader(std::string fileName, std::uint64_t hostValue, std::uint64_t totalPhysicalMemory);
   GenericMXReader(const GenericMXReader&) = delete;
   GenericMXReader& operator=(const GenericMXReader&) = delete;
 
-  // The positions of the virtual operations are fixed.
+  // The order of the virtual functions is fixed.
   virtual ~GenericMXReader();
   virtual int getNumberOfTimesets() = 0;
   virtual int getModelGeoTimeset() = 0;
@@ -64,9 +64,9 @@ class GenericMXReader {
   virtual void close() = 0;
 
   [[nodiscard]] const std::string& fileName() const noexcept { return fileName_; }
-  /// In bytes, as found when the file was opened.
+  /// In bytes, as of opening the file.
   [[nodiscard]] std::uint64_t totalPhysicalMemory() const noexcept { return totalPhysicalMemory_; }
-  /// What the host passed along; not interpreted.
+  /// Passed by the host; not interpreted.
   [[nodiscard]] std::uint64_t hostValue() const noexcept { return hostValue_; }
 
  private:

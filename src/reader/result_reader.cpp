@@ -7,6 +7,7 @@
 #include "reader/element_types.hpp"
 #include "reader/host_counts.hpp"
 #include "simulation/dataset_path.hpp"
+#include "simulation/simulation_metadata.hpp"
 
 namespace morvex {
 
@@ -15,19 +16,19 @@ using Kelbor::getLogger;
 
 namespace {
 
-/// Values of VariableMetaData::locations that hold data.
+/// Values of VariableMetaData::locations for places that hold data.
 constexpr std::uint32_t kPerElement = 1;
 constexpr std::uint32_t kPerNode = 4;
 
 constexpr int kNoElementType = -1;
 
-/// The host's array with the number of elements that its 32-bit question has sized it by.
+/// The host's array, with the number of elements that the host's 32-bit question returned.
 template <class T>
 BufferInfo<T, long long> bufferOf(T* data, std::uint64_t count) {
   return {data, hostCount(count)};
 }
 
-/// The same for an array that holds several entries for each counted element.
+/// The same for an array with several entries per element.
 Int32Buffer connectivityBuffer(int* data, int elementType, std::uint64_t elementCount) {
   const auto size =
       connectivitySize(elementType, static_cast<std::uint64_t>(hostCount(elementCount)));
@@ -41,7 +42,7 @@ EnsgMXReader::EnsgMXReader(const std::string& fileName, std::uint64_t hostValue,
     : GenericMXReader(fileName, hostValue, totalPhysicalMemory),
       dataManager_(totalPhysicalMemory),
       simulation_(&dataManager_, fileName, /*keepUnloaded=*/false) {
-  getLogger().setLogLevel(Kelbor::LogLevel::warning);
+  getLogger().setLogLevel(Kelbor::LogLevel::kWarning);
   const auto& kinds = metadata().caseMetaData.geometryKinds;
   for (std::size_t g = 0; g < kinds.size(); ++g) {
     if (kinds[g] == 0) modelGeometry_ = static_cast<std::int32_t>(g);
@@ -149,6 +150,8 @@ int EnsgMXReader::getBorderFacesConnByType(int timestep, int part, int elementTy
                                            int* connectivity, int* parentIds, short* parentTypes) {
   const auto& faces = simulation_.bulkState(modelGeometry_, timestep).borderFaceCounts;
   const std::uint32_t count = checkedAt(checkedAt(faces, part), elementType);
+  // Faces whose size varies are never stored, as there is no table of their nodes.
+  if (elementType >= kNSided && count == 0) return 0;
   const Int32Buffer nodes = connectivityBuffer(connectivity, elementType, count);
   const std::string group = geometryGroup(0, timestep, part);
   const std::string name = elementDataset(elementType, "_bfs");
@@ -184,7 +187,7 @@ int EnsgMXReader::getVariableByComponent(int timestep, int geometryTimestep, int
     return 0;
   }
 
-  // A location that is neither is read as an empty dataset that the step gives its name.
+  // Any other location reads the dataset that the step's number names, which is empty.
   int storedType = geometryTimestep;
   std::uint64_t count = 0;
   const std::uint32_t location = checkedAt(variables.locations, variable);

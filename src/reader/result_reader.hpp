@@ -9,12 +9,14 @@
 
 namespace morvex {
 
-/// The reader of result files: answers look-ups from the metadata and passes requests for arrays to
-/// the simulation. Indices come from the host: each goes through a checked look-up, and one beyond
-/// its table is std::out_of_range.
+class TimeSet;
+
+/// The reader of result files: answers look-ups from the metadata and forwards requests for arrays
+/// to the simulation. Indices come from the host and are checked; std::out_of_range for one beyond
+/// its table.
 class EnsgMXReader final : public GenericMXReader {
  public:
-  /// Opens the file, reads its metadata and finds the geometries; from then on messages below
+  /// Opens the file, reads its metadata and finds the geometries. From then on, messages below
   /// WARNING are dropped. Throws what EnsgSimulation's constructor throws.
   EnsgMXReader(const std::string& fileName, std::uint64_t hostValue,
                std::uint64_t totalPhysicalMemory);
@@ -58,18 +60,18 @@ class EnsgMXReader final : public GenericMXReader {
   int getVariableByComponent(int timestep, int geometryTimestep, int variable, int part,
                              int varType, int elementType, int imaginary, int component,
                              float* buffer) override;
-  /// `imaginary` is ignored: both parts are answered alike.
+  /// Ignores `imaginary`: both parts have the same value.
   float getConstantValue(int timestep, int variable, int imaginary) override;
   int hasBorderFaces(int timestep, int part, int* counts) override;
   int getBorderFacesConnByType(int timestep, int part, int elementType, int* connectivity,
                                int* parentIds, short* parentTypes) override;
   void finishedGeometryProcessing() override;
-  /// Does nothing: what there is to release goes with the object.
+  /// Does nothing: the destructor releases everything.
   void close() override {}
 
  private:
   [[nodiscard]] const SimulationMetadata& metadata() const { return simulation_.metadata(); }
-  /// A state as asked for, not clamped.
+  /// The state of exactly this step.
   [[nodiscard]] const GeometryMetadata& state(std::int32_t geometry, int timestep) const;
   [[nodiscard]] int timesetOf(std::int32_t geometry) const;
   [[nodiscard]] const TimeSet& timeSet(std::int64_t index) const;

@@ -1,4 +1,4 @@
-// The operations of EnsgMXReader that answer from the metadata alone.
+// The operations of EnsgMXReader that only need the metadata.
 
 #include <algorithm>
 #include <cstring>
@@ -10,6 +10,7 @@
 #include "reader/element_types.hpp"
 #include "reader/host_counts.hpp"
 #include "reader/result_reader.hpp"
+#include "simulation/simulation_metadata.hpp"
 
 namespace morvex {
 
@@ -18,7 +19,7 @@ using Kelbor::getLogger;
 
 namespace {
 
-/// The part type whose blanking options are told to be none.
+/// The part type that is reported without blanking options.
 constexpr std::uint32_t kBlockWithoutBlanking = 2;
 constexpr std::size_t kBlankingOptions = 5;
 
@@ -32,7 +33,7 @@ void copyText(const std::string& text, char* target) {
   std::memcpy(target, text.c_str(), text.size() + 1);
 }
 
-/// Types 5 and 6 are scalars and vectors to a host.
+/// Hosts know types 5 and 6 as scalars and vectors.
 std::uint32_t hostVariableType(std::uint32_t type) {
   if (type == 5) return 1;
   if (type == 6) return 2;
@@ -107,7 +108,7 @@ int EnsgMXReader::getPartInformation(int timestep, int* partIds, char** partDesc
                                      int** ijkDimensions, int** iblankingOptions) {
   const GeometryMetadata& parts = state(modelGeometry_, timestep);
   if (parts.partIds.size() > state(modelGeometry_, 0).partIds.size()) {
-    // The host has sized its arrays by the first state.
+    // The host sized its arrays by the first state.
     Kelbor::raise<std::length_error>("A later state has more parts than the first");
   }
   copyWords(parts.partIds, partIds);
@@ -141,7 +142,8 @@ int EnsgMXReader::getPartElementIds(int timestep, int part, int elementType, int
   const int count = hostCount(checkedAt(counts, elementType));
   const std::uint64_t start =
       std::accumulate(counts.begin(), counts.begin() + elementType, std::uint64_t{0});
-  (void)hostCount(start + static_cast<std::uint64_t>(count));
+  if (count == 0) return 0;
+  (void)hostCount(start + static_cast<std::uint64_t>(count) - 1);  // the last id
   std::iota(ids, ids + count, static_cast<int>(start));
   return 0;
 }
@@ -158,7 +160,7 @@ int EnsgMXReader::getMeasuredParticleIds(int timestep, int* ids) {
 int EnsgMXReader::getBoundingBox(int timestep, float* box) {
   const bool isStatic =
       checkedAt(metadata().caseMetaData.geometryChangeTypes, 0) == GeometryChange::kStatic;
-  // The two boxes differ in the order of their values, and hosts know that.
+  // The two boxes have different orders of values, as hosts expect.
   std::ranges::copy(isStatic ? metadata().boundingBox : state(modelGeometry_, timestep).boundingBox,
                     box);
   return 0;
@@ -189,7 +191,7 @@ int EnsgMXReader::getVariableInformation(char** names, char** descriptions, int*
     copyText(variables.names[i], names[i]);
     varTypes[i] = static_cast<int>(hostVariableType(variables.types[i]));
     if (descriptions && descriptions[i]) copyText(variables.descriptions[i], descriptions[i]);
-    // A host shows its interest in the imaginary part by the number that it passes in.
+    // A host requests the imaginary name by passing a non-zero frequency.
     if (imaginaryNames && imaginaryNames[i] && frequencies && frequencies[i] != 0.0F) {
       const bool isComplex = variables.complexFlags[i] != 0;
       copyText(isComplex ? variables.imaginaryDescriptions[i] : std::string(), imaginaryNames[i]);

@@ -1,1 +1,1 @@
-// The shared library is the exports of the reader and nothing of its own.
+// Empty: the shared library consists of the exports of its static libraries.

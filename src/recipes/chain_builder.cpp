@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "core/error.hpp"
+#include "metadata/exception.hpp"
 
 namespace morvex {
 
@@ -13,40 +14,9 @@ using Kelbor::DataProcedure;
 using Kelbor::DataProvider;
 using Kelbor::raise;
 
-std::unique_ptr<ProcedureFactory> readFactory(Deserializer& classStream) {
-  const std::int32_t tag = classStream.readI32();
-  const auto creator = classStream.classCreators->find(tag);
-  if (creator == classStream.classCreators->end()) raise<InternalError>(kInvalidClassType);
-  return creator->second(classStream);
-}
-
-FactoryList::FactoryList(Kelbor::DataManager* context, const std::vector<std::byte>& classStream,
-                         const ClassCreators& classCreators)
-    : start_(context, classStream), next_(start_) {
-  start_.classCreators = &classCreators;
-  next_ = start_;
-}
-
-const ProcedureFactory& FactoryList::at(std::size_t index) {
-  try {
-    while (factories_.size() <= index) factories_.push_back(readFactory(next_));
-  } catch (...) {
-    factories_.clear();
-    next_ = start_;
-    throw;
-  }
-  return *factories_[index];
-}
-
-FactoryList& FactoryCache::factoriesOf(const Recipe& recipe, Kelbor::DataManager* context,
-                                       const ClassCreators& classCreators) {
-  const auto key = std::pair(&recipe, &classCreators);
-  return lists_.try_emplace(key, context, recipe.classStream, classCreators).first->second;
-}
-
 namespace {
 
-/// More procedures than any recipe holds: what goes beyond is no recipe.
+/// More procedures than any recipe holds; a larger number comes from damage.
 constexpr std::size_t kMostProcedures = 4096;
 
 class Builder {
@@ -88,7 +58,7 @@ class Builder {
     }
   }
 
-  /// True if the input takes its slot.
+  /// True if the input occupies its slot.
   bool bind(DataProcedure& procedure, std::size_t slot, const Recipe::Input& input) {
     if (const auto* chainInput = boost::get<Recipe::ChainInput>(&input)) {
       if (chainInput->index >= inputs_.size()) raise<InternalError>("Recipe input out of range");
@@ -101,7 +71,7 @@ class Builder {
         raise<InternalError>("Recipe procedure out of range");
       }
       DataProcedure* producer = procedures_[source->procedure];
-      // A procedure without outputs keeps its consumer's slot free, yet takes it.
+      // A procedure without outputs occupies the slot without connecting anything.
       if (!sinks_.contains(producer)) {
         procedure.connectInput(slot, producer->getOutputProvider(source->output));
       }
@@ -125,8 +95,7 @@ class Builder {
       return true;
     }
     if (reference.optional) {
-      Kelbor::getLogger().debug() << "Skipping optional external dependency with key '" << path
-                                  << "'";
+      Kelbor::getLogger().debug() << "Skipping optional external dependency with key '" << path;
       return false;
     }
     Kelbor::getLogger().error() << "External dependency with key '" << path << "' not in cache!";
@@ -158,10 +127,10 @@ class Builder {
 
 }  // namespace
 
-std::unique_ptr<BranchedChain> buildChain(const Recipe& recipe,
-                                          std::vector<std::unique_ptr<DataProvider>> inputs,
-                                          Deserializer parameters, const ChainSettings& settings) {
-  return Builder(recipe, std::move(inputs), settings).build(parameters);
+std::unique_ptr<BranchedChain> Recipe::buildChain(
+    std::vector<std::unique_ptr<DataProvider>> providers, Deserializer parameters,
+    const ChainSettings& settings) const {
+  return Builder(*this, std::move(providers), settings).build(parameters);
 }
 
 }  // namespace morvex

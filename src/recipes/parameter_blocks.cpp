@@ -1,68 +1,58 @@
 #include "recipes/parameter_blocks.hpp"
 
-#include "metadata/deserializer.hpp"
+#include <bit>
+#include <utility>
+
+#include "metadata/serializer.hpp"
 
 namespace morvex {
 namespace {
 
-/// Tells a parallel wrapper that each of its inputs begins with a chunk table.
-constexpr std::int32_t kChunkTableMarker = -1;
 constexpr std::uint64_t kChunkSizeInBytes = 65536;
 constexpr std::int32_t kIdWindowMethod = 3;
-/// In place of a step, where every value has its own.
+/// The step written for types that have one step per value.
 constexpr double kNoStep = -1.0;
-
-class BlockWriter {
- public:
-  BlockWriter() : block_(reserved()), serializer_(nullptr, block_) {
-    serializer_.requireVersion({0, 0, 0});
-  }
-
-  void decompression(Kelbor::DataType type) {
-    serializer_.writeI32(kChunkTableMarker);
-    serializer_.writeI32(type.enumerator());
-    serializer_.writeU64(kChunkSizeInBytes);
-  }
-  Serializer& values() { return serializer_; }
-  ParameterBlock finish() { return std::move(block_); }
-
- private:
-  static ParameterBlock reserved() {
-    ParameterBlock block;
-    block.reserve(64);  // more than any of the blocks
-    return block;
-  }
-
-  ParameterBlock block_;
-  Serializer serializer_;
-};
 
 }  // namespace
 
-ParameterBlock decompressionBlock(Kelbor::DataType type) {
-  BlockWriter block;
-  block.decompression(type);
-  return block.finish();
+const ParameterBlock& ParameterBlocks::decompression(Kelbor::DataType type) {
+  return blockOf({.decompressedType = type.enumerator()});
 }
 
-ParameterBlock windowBlock() {
-  BlockWriter block;
-  block.values().writeI32(kChunkTableMarker);
-  block.values().writeI32(kIdWindowMethod);
-  block.values().writeI32(Kelbor::DataTypes::kInt32.enumerator());
-  return block.finish();
+const ParameterBlock& ParameterBlocks::window() {
+  return blockOf({.decompressedType = Kelbor::DataTypes::kInt32.enumerator(),
+                  .idWindowMethod = kIdWindowMethod});
 }
 
-ParameterBlock dequantizationBlock(bool withDecompression, const PrecisionSetting& precision) {
+const ParameterBlock& ParameterBlocks::dequantization(bool withDecompression,
+                                                      const PrecisionSetting& precision) {
   const bool isUniform = precision.type == QuantizationType::UniformQuantization;
-  BlockWriter block;
-  if (withDecompression) block.decompression(Kelbor::DataTypes::kInt32);
-  block.values().writeI32(Kelbor::DataTypes::kUInt64.enumerator());
-  block.values().writeI32(Kelbor::DataTypes::kFloat.enumerator());
-  block.values().writeU32(static_cast<std::uint32_t>(precision.type));
-  block.values().writeF64(isUniform ? precision.parameters.at(0) : kNoStep);
-  block.values().writeU8(0);
-  return block.finish();
+  return blockOf(
+      {.decompressedType = withDecompression ? Kelbor::DataTypes::kInt32.enumerator() : 0,
+       .quantizationType = static_cast<std::int64_t>(precision.type),
+       .step = std::bit_cast<std::uint64_t>(isUniform ? precision.parameters.at(0) : kNoStep)});
+}
+
+const ParameterBlock& ParameterBlocks::blockOf(const Key& key) {
+  const auto known = blocks_.find(key);
+  if (known != blocks_.end()) return known->second;
+  ParameterBlock block;  // kept when it is complete: memory may run out on the way
+  Serializer values(nullptr, block);
+  values.requireVersion({0, 0, 0});
+  if (key.decompressedType != 0) {
+    values.writeU32(kChunkTableMarker);
+    if (key.idWindowMethod != 0) values.writeI32(key.idWindowMethod);
+    values.writeI32(key.decompressedType);
+    if (key.idWindowMethod == 0) values.writeU64(kChunkSizeInBytes);
+  }
+  if (key.quantizationType >= 0) {
+    values.writeI32(Kelbor::DataTypes::kUInt64.enumerator());
+    values.writeI32(Kelbor::DataTypes::kFloat.enumerator());
+    values.writeU32(static_cast<std::uint32_t>(key.quantizationType));
+    values.writeF64(std::bit_cast<double>(key.step));
+    values.writeU8(0);
+  }
+  return blocks_.emplace(key, std::move(block)).first->second;
 }
 
 }  // namespace morvex

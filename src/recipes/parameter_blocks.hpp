@@ -1,8 +1,9 @@
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
+#include <map>
 #include <vector>
 
 #include "core/element_type.hpp"
@@ -10,32 +11,41 @@
 
 namespace morvex {
 
-/// The labels of recipes whose parameters the reader builds itself, and parts of labels.
-namespace Labels {
-
-inline constexpr std::string_view kDefault = "DefaultDecompression";
-inline constexpr std::string_view kTreeDiff = "TreeDiffDecompression";
-inline constexpr std::string_view kWindow = "WindowDecompression";
-inline constexpr std::string_view kStoredParameters = "DefaultCompressionWithNonDefaultTargetSize";
-inline constexpr std::string_view kAbsolutePrefix = "abs_";
-inline constexpr std::string_view kAdaptivePrefix = "adapt_";
-inline constexpr std::string_view kLinearAdaptivePrefix = "linadapt_";
-
-}  // namespace Labels
-
-/// Well-known names of a chain's results.
-inline constexpr std::string_view kUncompressed = "Uncompressed";
-inline constexpr std::string_view kDequantized = "Dequantized";
-
-/// A parameter block: a version triple and packed values, read by the factories in chain order.
+/// A parameter block: a version triple and packed values, which the factories read in chain order.
 using ParameterBlock = std::vector<std::byte>;
 
-/// Decompression by chunks into values of `type`.
-[[nodiscard]] ParameterBlock decompressionBlock(Kelbor::DataType type);
-/// Decompression of ids stored as back references.
-[[nodiscard]] ParameterBlock windowBlock();
-/// Dequantisation, with the values of a decompression before it where the chain has one.
-[[nodiscard]] ParameterBlock dequantizationBlock(bool withDecompression,
-                                                 const PrecisionSetting& precision);
+/// Marks the inputs of a parallel wrapper as beginning with a chunk table.
+inline constexpr std::uint32_t kChunkTableMarker = 0xFFFFFFFF;
+
+/// The blocks that the reader composes itself, each on first use. References are valid as long as
+/// this object.
+class ParameterBlocks {
+ public:
+  /// Decompression in chunks into values of `type`.
+  [[nodiscard]] const ParameterBlock& decompression(Kelbor::DataType type);
+  /// Decompression of ids stored as back references.
+  [[nodiscard]] const ParameterBlock& window();
+  /// Dequantisation, preceded by the values of a decompression if the chain has one.
+  [[nodiscard]] const ParameterBlock& dequantization(bool withDecompression,
+                                                     const PrecisionSetting& precision);
+
+ private:
+  /// All that a block is made from.
+  struct Key {
+    /// 0 for a block without a decompression.
+    std::int32_t decompressedType = 0;
+    std::int32_t idWindowMethod = 0;
+    /// Negative for a block without a dequantisation.
+    std::int64_t quantizationType = -1;
+    /// The bits of the step, since a stored step may be NaN, which equals nothing.
+    std::uint64_t step = 0;
+
+    friend auto operator<=>(const Key&, const Key&) = default;
+  };
+
+  const ParameterBlock& blockOf(const Key& key);
+
+  std::map<Key, ParameterBlock> blocks_;
+};
 
 }  // namespace morvex

@@ -3,15 +3,14 @@
 #include <algorithm>
 #include <array>
 
-#include "core/byte_cursor.hpp"
 #include "metadata/deserializer.hpp"
 #include "metadata/metadata_version.hpp"
+#include "metadata/record_cursor.hpp"
 
 namespace morvex {
 namespace {
 
 using Kelbor::raise;
-using Kelbor::RecordCursor;
 
 constexpr std::array<std::byte, 2> kChainMagic{std::byte{'D'}, std::byte{'C'}};
 

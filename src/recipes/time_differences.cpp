@@ -10,8 +10,8 @@ namespace {
 
 constexpr std::int32_t kNotPlaced = -1;
 
-/// The steps of one block: "BI", and for every doubling the last one made a middle step and the
-/// whole repeated.
+/// The steps of one block: "BI", doubled until the block is full. Each doubling turns the last step
+/// into a middle step and repeats the whole.
 TimePattern blockTemplate(std::int32_t blockSize) {
   TimePattern steps{{'B', 1, kNotPlaced}, {'I', blockSize, kNotPlaced}};
   steps.reserve(static_cast<std::size_t>(blockSize));
@@ -42,7 +42,7 @@ TimePattern CompressTimeDifferences::pattern() const {
   steps.reserve(static_cast<std::size_t>(numberOfSteps_));
   steps.push_back({'K', 0, 0});
 
-  if (wholeBlocks > 0) {  // a block larger than the series is never built
+  if (wholeBlocks > 0) {  // otherwise a huge block would be built for nothing
     TimePattern block = blockTemplate(blockSize_);
     std::int32_t lastKey = -1;
     for (std::int32_t b = 0; b < wholeBlocks; ++b) {

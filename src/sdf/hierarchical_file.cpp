@@ -1,5 +1,6 @@
 #include "sdf/hierarchical_file.hpp"
 
+#include <cerrno>
 #include <stdexcept>
 #include <utility>
 
@@ -20,7 +21,11 @@ void HierarchicalFileInterface::ensureOpen() {
   if (isOpen_) return;
   getOpenFilePool().add(*this);
   try {
-    isOpen_ = openHandle();
+    do {
+      errno = 0;
+      isOpen_ = openHandle();
+      // The process may be allowed fewer descriptors than the pool's limit.
+    } while (!isOpen_ && errno == EMFILE && getOpenFilePool().closeOldest(*this));
   } catch (...) {
     getOpenFilePool().remove(*this);
     throw;
@@ -33,7 +38,7 @@ void HierarchicalFileInterface::ensureOpen() {
 bool HierarchicalFileInterface::closeIfOpen(bool unregister) {
   if (!isOpen_) return true;
   if (unregister) getOpenFilePool().remove(*this);
-  isOpen_ = false;  // a stream is gone once it was told to close, whatever it answers
+  isOpen_ = false;  // a failed close leaves no stream either
   return closeHandle();
 }
 

@@ -8,16 +8,25 @@
 namespace Kelbor::MathModule {
 
 void HierarchicalFilePool::add(HierarchicalFileInterface& file) {
-  // Taken while the victim is still in the list, so that it can neither be used nor die before it
-  // is closed. It is only tried: the caller holds the lock of its own file.
-  tbb::spin_rw_mutex::scoped_lock victimLock;
-  HierarchicalFileInterface* victim = nullptr;
   {
     const std::lock_guard guard(lock_);
     files_.remove(&file);
     files_.push_back(&file);
     if (files_.size() <= kMaxOpenFiles) return;
-    for (auto candidate = files_.begin(); *candidate != &file; ++candidate) {
+  }
+  (void)closeOldest(file);
+}
+
+bool HierarchicalFilePool::closeOldest(const HierarchicalFileInterface& except) {
+  // Locked while the victim is in the list: it can neither be used nor destroyed before it is
+  // closed. try_acquire only, since the caller holds its own file's lock and two callers could wait
+  // for each other.
+  tbb::spin_rw_mutex::scoped_lock victimLock;
+  HierarchicalFileInterface* victim = nullptr;
+  {
+    const std::lock_guard guard(lock_);
+    for (auto candidate = files_.begin(); candidate != files_.end(); ++candidate) {
+      if (*candidate == &except) continue;
       if (!victimLock.try_acquire((*candidate)->lock_, /*write=*/true)) continue;
       victim = *candidate;
       files_.erase(candidate);
@@ -25,6 +34,7 @@ void HierarchicalFilePool::add(HierarchicalFileInterface& file) {
     }
   }
   if (victim) victim->closeIfOpen(/*unregister=*/false);
+  return victim != nullptr;
 }
 
 void HierarchicalFilePool::remove(HierarchicalFileInterface& file) {

@@ -9,16 +9,18 @@ namespace Kelbor::MathModule {
 
 class HierarchicalFileInterface;
 
-/// Keeps the number of streams that are open at once within what a process may have. Files leave
-/// in the order in which they were opened, however much they are used, and open again on demand.
+/// Bounds the number of streams that are open at once. Files are closed in the order in which they
+/// were opened, however often they are used, and open again on demand.
 class HierarchicalFilePool {
  public:
   static constexpr std::size_t kMaxOpenFiles = 256;
 
-  /// Takes in a file that is about to be opened. Beyond the limit the file opened first is closed;
-  /// one that another thread is using right now is passed over for the next.
+  /// Adds a file that is about to be opened. Beyond the limit, closes the file that was opened
+  /// first; skips files that other threads are using.
   void add(HierarchicalFileInterface& file);
   void remove(HierarchicalFileInterface& file);
+  /// Closes the file that was opened first, other than `except`. False if all others are in use.
+  [[nodiscard]] bool closeOldest(const HierarchicalFileInterface& except);
   [[nodiscard]] std::size_t size();
 
  private:
@@ -26,8 +28,8 @@ class HierarchicalFilePool {
   std::list<HierarchicalFileInterface*> files_;
 };
 
-/// The one pool, made at the first call and never destroyed: files may close while the process
-/// ends.
+/// The process-wide pool, made at the first call and never destroyed: files may close while the
+/// process exits.
 [[nodiscard]] HierarchicalFilePool& getOpenFilePool();
 
 }  // namespace Kelbor::MathModule

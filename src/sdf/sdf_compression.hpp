@@ -8,10 +8,7 @@
 
 namespace Kelbor::MathModule {
 
-/// No deflate stream yields more than this many bytes for each byte of its own.
-inline constexpr std::uint64_t kMaxInflation = 1032;
-
-/// A block of bytes whose content is not zeroed before it is filled.
+/// A block of bytes, not zeroed.
 class ByteBlock {
  public:
   ByteBlock() = default;
@@ -20,7 +17,7 @@ class ByteBlock {
 
   [[nodiscard]] std::span<std::byte> view() noexcept { return {bytes_.get(), size_}; }
   [[nodiscard]] std::span<const std::byte> view() const noexcept { return {bytes_.get(), size_}; }
-  /// Hides the bytes behind the first `size`.
+  /// Reduces the block to its first `size` bytes; keeps the memory.
   void shorten(std::size_t size) noexcept { size_ = size; }
 
  private:
@@ -28,15 +25,16 @@ class ByteBlock {
   std::size_t size_ = 0;
 };
 
-/// Inflates one zlib stream of any length into `target` and returns the number of bytes that it
-/// gave, which may be less than there is room for. Nothing, after an ERROR line, if the stream is
-/// damaged, ends early, or holds more than `target` takes.
+/// Inflates one zlib stream of any length into `target` and returns the number of bytes, which may
+/// be less than `target` holds. Empty, after an ERROR line, if the stream is damaged, ends early or
+/// exceeds `target`.
 [[nodiscard]] std::optional<std::uint64_t> inflateStream(std::span<const std::byte> stored,
                                                          std::span<std::byte> target);
 
-/// Deflates the concatenation of the sources. Nothing if the stream would not be shorter, or,
-/// after an ERROR line, if zlib refuses. Two sources that hold something are always refused: the
-/// stream is finished after the first one. Files that exist depend on this being stored plainly.
+/// Deflates the concatenation of the sources. Empty if the stream would not be shorter or, after an
+/// ERROR line, if zlib refuses. Two non-empty sources are always refused, since the stream is
+/// finished after the first one: existing files have such data stored plainly, and stay
+/// byte-identical when written again.
 [[nodiscard]] std::optional<ByteBlock> deflateIfShorter(
     std::span<const std::span<const std::byte>> sources);
 

@@ -26,7 +26,7 @@ SdfFile::~SdfFile() {
   if (isWritable() && rootGroup_) {
     try {
       finish();
-    } catch (...) {  // an exception has been logged where it was raised
+    } catch (...) {  // logged where it was raised
       getLogger().error() << "Failed to finish file: " << getFileName();
     }
   }
@@ -37,7 +37,7 @@ bool SdfFile::hasDataset(const std::string& groupPath, const std::string& name) 
   const WriteLock guard(lock_, /*write=*/true);
   ensureOpen();
   SdfGroup* group = findGroup(groupPath);
-  Entry* entry = group ? group->getEntry(name) : nullptr;
+  SdfEntry* entry = group ? group->getEntry(name) : nullptr;
   if (entry && entry->isGroup()) entry = group->enter(*entry).getEntry(kOwnDataset);
   return entry && entry->isDataset();
 }
@@ -54,7 +54,7 @@ std::unique_ptr<DataProvider> SdfFile::getDataProvider(const std::string& groupP
   return fields ? providerOf(*fields, count, offset) : nullptr;
 }
 
-std::unique_ptr<DataProvider> SdfFile::providerOf(const EntryFields& fields, std::uint64_t count,
+std::unique_ptr<DataProvider> SdfFile::providerOf(const SdfObject& fields, std::uint64_t count,
                                                   std::uint64_t offset) {
   const std::uint64_t available = fields.field1 > offset ? fields.field1 - offset : 0;
   if (count == 0 || count > available) count = available;
@@ -68,7 +68,7 @@ std::optional<DatasetInfo> SdfFile::getDatasetInfo(const std::string& groupPath,
   DatasetInfo info{.logicalSize = fields->field1};
   if (fields->field1 > kMaxInlineSize) {
     const bool plain = fields->field3 == 0;
-    info.storage = plain ? DatasetInfo::Storage::plain : DatasetInfo::Storage::deflated;
+    info.storage = plain ? DatasetInfo::Storage::kPlain : DatasetInfo::Storage::kDeflated;
     info.storedSize = plain ? fields->field1 : fields->field3;
   }
   return info;
@@ -90,7 +90,7 @@ int SdfFile::listEntries(const std::string& groupPath, std::vector<std::string>&
   ensureOpen();
   SdfGroup* group = findGroup(groupPath);
   if (!group) return 0;
-  for (const Entry& entry : group->getEntries()) {
+  for (const SdfEntry& entry : group->getEntries()) {
     if (entry.isGroup()) groups.emplace_back(entry.name.text());
     if (entry.isDataset()) datasets.emplace_back(entry.name.text());
   }
@@ -98,14 +98,14 @@ int SdfFile::listEntries(const std::string& groupPath, std::vector<std::string>&
 }
 
 bool SdfFile::openHandle() {
-  const bool opened = openStream() && (rootGroup_ || readTables());
+  const bool opened = openStream() && isSameFile() && (rootGroup_ || readTables());
   if (opened) return true;
   stream_.close();
   return false;
 }
 
 bool SdfFile::closeHandle() {
-  // The tree of a writable file holds what the disk does not; it refers to the table region.
+  // The tree of a writable file holds unsaved changes and refers to the table region, so both stay.
   if (!isWritable()) {
     recentGroup_ = nullptr;
     rootGroup_.reset();
@@ -124,14 +124,14 @@ bool SdfFile::readStoredBytes(std::uint64_t position, std::span<std::byte> targe
   return tryToOpen() && stream_.readAt(position, target) == target.size();
 }
 
-std::optional<EntryFields> SdfFile::findDataset(const std::string& groupPath,
-                                                const std::string& name) {
+std::optional<SdfObject> SdfFile::findDataset(const std::string& groupPath,
+                                              const std::string& name) {
   const WriteLock guard(lock_, /*write=*/true);
   ensureOpen();
   SdfGroup* group = findGroup(groupPath);
-  const Entry* entry = group ? group->getEntry(name) : nullptr;
+  const SdfEntry* entry = group ? group->getEntry(name) : nullptr;
   if (!entry || !entry->isDataset()) return std::nullopt;
-  return entry->fields;
+  return entry->object;
 }
 
 SdfGroup* SdfFile::findGroup(const std::string& path) {
@@ -154,11 +154,20 @@ bool SdfFile::tryToOpen() {
 
 bool SdfFile::openStream() {
   stream_ = Platform::FileStream::open(getFileName(), isWritable() ? "rb+" : "rb");
-  // A file whose tree is in memory is never started anew: its payloads would be gone.
+  // A file whose tree is in memory must not be created anew: its payloads would be lost.
   if (!stream_.isOpen() && isWritable() && !rootGroup_) {
     stream_ = Platform::FileStream::open(getFileName(), "wb+");
   }
   return stream_.isOpen();
+}
+
+bool SdfFile::isSameFile() {
+  if (isWritable()) return true;
+  const Platform::FileIdentity now = stream_.identity();
+  if (!identity_) identity_ = now;
+  if (*identity_ == now) return true;
+  getLogger().error() << "The file has changed since it was opened!";
+  return false;
 }
 
 bool SdfFile::readTables() {
@@ -189,7 +198,7 @@ bool SdfFile::readTables() {
   const std::span<std::byte> region = tableRegion_.view();
   if (!stream_.seek(header.tableOffset) || stream_.read(region) != region.size()) return false;
   ContainerCursor trailer(region.last(kFieldsSize));
-  rootGroup_ = std::make_unique<SdfGroup>(readEntryFields(trailer), region);
+  rootGroup_ = std::make_unique<SdfGroup>(readSdfObject(trailer), region);
   writeOffset_ = header.tableOffset;
   return true;
 }

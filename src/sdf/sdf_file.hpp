@@ -11,32 +11,32 @@
 #include "platform/file_stream.hpp"
 #include "sdf/hierarchical_file.hpp"
 #include "sdf/sdf_compression.hpp"
-#include "sdf/sdf_objects.hpp"
+#include "sdf/sdf_group.hpp"
 
 namespace Kelbor::MathModule {
 
-/// How a dataset stands in its file.
+/// How a file stores a dataset.
 struct DatasetInfo {
-  enum class Storage { inlined, plain, deflated };
-  Storage storage = Storage::inlined;
+  enum class Storage { kInlined, kPlain, kDeflated };
+  Storage storage = Storage::kInlined;
   std::uint64_t logicalSize = 0;
-  /// Bytes in the payload region; 0 where the dataset is inlined.
+  /// Bytes in the payload region; 0 for an inlined dataset.
   std::uint64_t storedSize = 0;
 };
 
-/// A container file. Opening reads the table region in one go; tables are parsed when a group is
-/// first looked into, payloads are read when a provider is prepared. The pool may close the stream
-/// at any time between two operations; it opens again on demand.
-/// A writable file takes its final form when the object ends, and not before.
+/// A container file. Opening reads the table region at once; a group's table is parsed when the
+/// group is first accessed, payloads are read when their provider is prepared. Between two
+/// operations the pool may close the stream, which opens again on demand. A writable file gets its
+/// final form in the destructor.
 class SdfFile : public HierarchicalFileInterface {
  public:
-  /// `flavour`: the mark that the file is expected to carry, or will carry if it is new; only four
-  /// characters count, and an empty one expects nothing. `compress`: deflate what is written where
-  /// that makes it shorter.
+  /// `flavour`: the mark that the file should carry, or will carry if it is new. Only four
+  /// characters count; an empty one matches all. `compress`: deflates written data if that makes it
+  /// shorter.
   SdfFile(DataManager* context, std::string fileName, bool writable, const std::string& flavour,
           bool compress);
-  /// Finishes a writable file: writes the tables and the trailer. A failure is logged; the header
-  /// then still points where it did.
+  /// Finishes a writable file: writes the tables and the trailer. Logs a failure; the header then
+  /// still points to the previous tables.
   ~SdfFile() override;
 
   bool hasDataset(const std::string& groupPath, const std::string& name) override;
@@ -56,28 +56,36 @@ class SdfFile : public HierarchicalFileInterface {
   bool openHandle() override;
   bool closeHandle() override;
 
-  /// The dataset's entry, for those who open it more than once; nothing if there is none.
-  [[nodiscard]] std::optional<EntryFields> findDataset(const std::string& groupPath,
-                                                       const std::string& name);
-  /// As getDataProvider, for an entry that has been found.
-  [[nodiscard]] std::unique_ptr<DataProvider> providerOf(const EntryFields& fields,
+  /// The dataset's entry, for callers that open it repeatedly; empty if there is none.
+  [[nodiscard]] std::optional<SdfObject> findDataset(const std::string& groupPath,
+                                                     const std::string& name);
+  /// Like getDataProvider(), for a known entry.
+  [[nodiscard]] std::unique_ptr<DataProvider> providerOf(const SdfObject& fields,
                                                          std::uint64_t count, std::uint64_t offset);
 
-  /// Nothing if there is no such dataset.
+  /// The file being read; empty until it was first opened for reading.
+  [[nodiscard]] const std::optional<Platform::FileIdentity>& identity() const noexcept {
+    return identity_;
+  }
+  /// Refuses every other file from now on, including at the first opening.
+  void expect(const Platform::FileIdentity& identity) { identity_ = identity; }
+
+  /// Empty if there is no such dataset.
   [[nodiscard]] std::optional<DatasetInfo> getDatasetInfo(const std::string& groupPath,
                                                           const std::string& name);
 
-  /// True if the file can be opened and has these bytes: to be asked before memory is allocated
-  /// for them.
+  /// True if the file opens and has these bytes. To be checked before memory is allocated for them.
   [[nodiscard]] bool hasStoredBytes(std::uint64_t position, std::uint64_t count);
-  /// Fills `target` from the file; false if that fails or ends early.
+  /// Fills `target` from the file; false on failure or early end.
   [[nodiscard]] bool readStoredBytes(std::uint64_t position, std::span<std::byte> target);
 
  private:
-  /// Null if there is none. The file is open.
+  /// Null if there is none. Requires an open file.
   [[nodiscard]] SdfGroup* findGroup(const std::string& path);
   [[nodiscard]] bool tryToOpen();
   [[nodiscard]] bool openStream();
+  /// False, after an ERROR line, if the path now leads to another file.
+  [[nodiscard]] bool isSameFile();
   [[nodiscard]] bool readTables();
   [[nodiscard]] bool startNewFile();
 
@@ -88,17 +96,17 @@ class SdfFile : public HierarchicalFileInterface {
   void finish();
 
   Platform::FileStream stream_;
+  std::optional<Platform::FileIdentity> identity_;
   std::unique_ptr<SdfGroup> rootGroup_;
-  /// The group that was looked for last: questions come in runs about one. Null where groups may
-  /// have changed since.
+  /// The last group looked up, since look-ups come in runs. Null once groups may have changed.
   SdfGroup* recentGroup_ = nullptr;
   std::string recentPath_;
-  /// Position of the next payload, or of the table region. 0 marks a file that is no container.
+  /// Position of the next payload or of the table region. 0 if the file is no container.
   std::uint64_t writeOffset_ = 0;
   std::uint64_t fileSize_ = 0;
   std::uint32_t flavour_;
   bool compress_;
-  /// The tables as they stood when the file was opened; groups that are not loaded refer to it.
+  /// The tables as read when the file was opened; groups that are not loaded refer to it.
   ByteBlock tableRegion_;
 };
 

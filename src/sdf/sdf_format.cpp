@@ -22,8 +22,8 @@ FileHeader readFileHeader(ContainerCursor& cursor) {
   return header;
 }
 
-EntryFields readEntryFields(ContainerCursor& cursor) {
-  EntryFields fields;
+SdfObject readSdfObject(ContainerCursor& cursor) {
+  SdfObject fields;
   fields.field1 = cursor.read<std::uint64_t>();
   fields.field2 = cursor.read<std::uint64_t>();
   fields.field3 = cursor.read<std::uint64_t>();
@@ -35,7 +35,7 @@ TableRecord readTableRecord(ContainerCursor& cursor) {
   record.type = cursor.read<char>();
   const std::uint64_t nameLength = cursor.readCount(1);
   record.name = textOf(cursor.take(nameLength));
-  record.fields = readEntryFields(cursor);
+  record.object = readSdfObject(cursor);
   return record;
 }
 
@@ -46,18 +46,18 @@ void writeFileHeader(std::vector<std::byte>& bytes, const FileHeader& header) {
   append(bytes, &header.flavour, sizeof header.flavour);
 }
 
-void writeEntryFields(std::vector<std::byte>& bytes, const EntryFields& fields) {
+void writeSdfObject(std::vector<std::byte>& bytes, const SdfObject& fields) {
   writeNumber(bytes, fields.field1);
   writeNumber(bytes, fields.field2);
   writeNumber(bytes, fields.field3);
 }
 
 void writeTableRecord(std::vector<std::byte>& bytes, char type, std::string_view name,
-                      const EntryFields& fields) {
+                      const SdfObject& fields) {
   append(bytes, &type, 1);
   writeNumber(bytes, name.size());
   append(bytes, name.data(), name.size());
-  writeEntryFields(bytes, fields);
+  writeSdfObject(bytes, fields);
 }
 
 void writeNumber(std::vector<std::byte>& bytes, std::uint64_t number) {
@@ -70,14 +70,14 @@ std::uint32_t flavourOf(std::string_view text) {
   return flavour;
 }
 
-std::array<std::byte, kMaxInlineSize> inlineBytes(const EntryFields& fields) {
+std::array<std::byte, kMaxInlineSize> inlineBytes(const SdfObject& fields) {
   std::array<std::byte, kMaxInlineSize> bytes;
   std::memcpy(bytes.data(), &fields.field2, sizeof fields.field2);
   std::memcpy(bytes.data() + sizeof fields.field2, &fields.field3, sizeof fields.field3);
   return bytes;
 }
 
-void setInlineBytes(EntryFields& fields, const std::array<std::byte, kMaxInlineSize>& bytes) {
+void setInlineBytes(SdfObject& fields, const std::array<std::byte, kMaxInlineSize>& bytes) {
   std::memcpy(&fields.field2, bytes.data(), sizeof fields.field2);
   std::memcpy(&fields.field3, bytes.data() + sizeof fields.field2, sizeof fields.field3);
 }

@@ -3,24 +3,13 @@
 #include <algorithm>
 #include <cstring>
 
+#include "inflate/limits.hpp"
 #include "sdf/sdf_compression.hpp"
 #include "sdf/sdf_file.hpp"
 
 namespace Kelbor::MathModule {
-namespace {
 
-/// A stream may hold less than its dataset claims, the rest then reads as zeros. Claims up to this
-/// many bytes are met whatever the stream's length.
-constexpr std::uint64_t kInflationSlack = std::uint64_t{1} << 20;
-
-/// True if `size` bytes can be what a stream of `storedSize` bytes, which the file has, stands for.
-bool canStandFor(std::uint64_t storedSize, std::uint64_t size) {
-  return size <= kInflationSlack || (size - kInflationSlack) / kMaxInflation <= storedSize;
-}
-
-}  // namespace
-
-SdfDataProvider::SdfDataProvider(const EntryFields& fields, std::uint64_t count, SdfFile& file,
+SdfDataProvider::SdfDataProvider(const SdfObject& fields, std::uint64_t count, SdfFile& file,
                                  std::uint64_t offset)
     : DataProvider(file.getContext(), DataDimension(DataTypes::kUInt8, {count})),
       entry_(fields),
@@ -68,7 +57,8 @@ bool SdfDataProvider::readDeflated(std::uint64_t count) {
   std::uint64_t prefix = 0;
   if (__builtin_add_overflow(count, offset_, &prefix)) return false;
   std::span<std::byte> target;
-  if (!file_.hasStoredBytes(entry_.field2, entry_.field3) || !canStandFor(entry_.field3, prefix))
+  if (!file_.hasStoredBytes(entry_.field2, entry_.field3) ||
+      !Inflate::isPlausibleSize(entry_.field3, prefix))
     return false;
   if (!openTarget(count, target)) return false;
 

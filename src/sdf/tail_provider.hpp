@@ -7,11 +7,11 @@
 
 namespace Kelbor::MathModule {
 
-/// The bytes of a provider behind its first few, without a copy: one read of a small dataset serves
-/// both its front and what follows. Owns the provider and keeps its content.
+/// The bytes of a provider after its front, without a copy: one read of a small dataset serves
+/// both. Owns the provider and keeps its content.
 class TailProvider final : public DataProvider {
  public:
-  /// `whole` holds bytes, at least `frontBytes` of them, and its content has been made.
+  /// `whole` holds at least `frontBytes` bytes, and its content exists.
   TailProvider(std::unique_ptr<DataProvider> whole, std::uint64_t frontBytes)
       : DataProvider(whole->getContext(),
                      DataDimension(DataTypes::kUInt8,
@@ -21,7 +21,7 @@ class TailProvider final : public DataProvider {
         access_(whole_.get()) {}
 
   bool prepareContent() override {
-    // Providers know no read-only view of foreign memory; wrapped memory is never written.
+    // wrapMemory() has no const form; wrapped memory is never written.
     wrapMemory(const_cast<std::byte*>(access_.data()) + frontBytes_,
                getDataDimension().getByteSize());
     return true;

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "core/checked.hpp"
-#include "core/error.hpp"
+#include "metadata/exception.hpp"
 
 namespace morvex {
 namespace {

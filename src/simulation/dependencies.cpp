@@ -1,12 +1,20 @@
-#include <deque>
+#include "simulation/dependencies.hpp"
+
+#include <algorithm>
 #include <set>
-#include <string>
+#include <stdexcept>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "core/checked.hpp"
+#include "core/scoped_access.hpp"
+#include "inflate/limits.hpp"
+#include "metadata/exception.hpp"
 #include "procedures/factory_table.hpp"
 #include "simulation/dataset_path.hpp"
-#include "simulation/read_support.hpp"
+#include "simulation/eviction.hpp"
+#include "simulation/read_context.hpp"
 
 namespace morvex {
 
@@ -17,7 +25,7 @@ using Kelbor::raise;
 namespace {
 
 constexpr std::string_view kQuantizedValuesSuffix = "_vquant";
-/// Stands for the variable where coordinates are read.
+/// The name of coordinates in place of a variable's.
 constexpr std::string_view kCoordinates = "coordinates";
 
 const ClassCreators& dependencyClasses() {
@@ -29,7 +37,7 @@ const ClassCreators& dependencyClasses() {
   return creators;
 }
 
-bool isDecompressionLabel(const std::string& label) {
+bool isDecompressionLabel(std::string_view label) {
   if (label == Labels::kDefault || label == Labels::kTreeDiff) return true;
   for (const std::string_view ending :
        {"Extrapolation:DefaultDecompression", "Interpolation:DefaultDecompression",
@@ -39,15 +47,12 @@ bool isDecompressionLabel(const std::string& label) {
   return false;
 }
 
-/// A stored number of values, or std::length_error where no payload of that length could yield so
-/// many, in which case it must not size anything. `hostSize` is what the host has asked for.
+/// A stored number of values; std::length_error if no payload of that length can yield that many,
+/// since the number sizes memory. `hostSize` is the number that the host asked for.
 std::uint64_t requirePlausibleSize(std::uint64_t size, std::uint64_t hostSize,
                                    const Kelbor::DataProvider* payload) {
-  // Deflate shrinks by no more than this; what needs no stream at all is allowed for beside it.
-  constexpr std::uint64_t kHighestRatio = 1032;
-  constexpr std::uint64_t kWithoutStream = std::uint64_t{1} << 20;
   const std::uint64_t stored = payload ? payload->getDataDimension().getNumberOfElements() : 0;
-  if (size > hostSize && size - hostSize > stored * kHighestRatio + kWithoutStream) {
+  if (size > hostSize && !Kelbor::Inflate::isPlausibleSize(stored, size - hostSize)) {
     raise<std::length_error>(Kelbor::kVectorTooLong);
   }
   return size;
@@ -58,119 +63,123 @@ DatasetCacheKey cacheKeyOf(const ExternalReference& reference) {
           reference.datasetKey};
 }
 
-/// A dataset whose references are being walked.
-struct OpenDataset {
-  /// How the dataset was asked for, with its path as key; without meaning for the first one.
+/// A result to compute: its reference, with its path as key, and its opened dataset.
+struct Dependency {
   ExternalReference reference;
   StoredDataset dataset;
-  const Recipe* recipe;
-  std::string group;
-  std::string name;
-  std::size_t nextInput = 0;
 };
 
-}  // namespace
-
-void EnsgSimulation::fetchAndCacheExternalDependencies(const Recipe& recipe, std::uint64_t size,
-                                                       const std::string& group,
-                                                       const std::string& name,
-                                                       const std::string& variableName) {
-  std::vector<Dependency> resolved = resolveDependencies(recipe, group, name);
-  if (resolved.empty()) {
-    getLogger().debug() << "fetchAndCacheExternalDependencies(): <none>\n";
-    return;
-  }
-  getLogger().debug() << "fetchAndCacheExternalDependencies(): resolvedDeps=\n";
-  const bool withPattern = variableName != kCoordinates && usesTimeDiffs(variableName);
-  for (const auto& [reference, dataset] : resolved) {
-    const PatternEntry* entry = nullptr;
-    if (withPattern) {
-      entry = &patternEntry(variableName, extractTimeStepFromVariablePath(reference.datasetKey));
-    }
-    const auto pattern = [&] { return entry ? "[" + toString(*entry) + "]" : std::string(); };
-    getLogger().debug() << "--> " << reference.datasetKey << pattern << ":" << reference.outputKey
-                        << ":" << reference.outputIndex;
-  }
-  for (Dependency& dependency : resolved) cookExtRecipe(std::move(dependency), size);
+bool hasReferences(const Recipe& recipe) {
+  return std::ranges::any_of(recipe.inputs, [](const Recipe::Input& input) {
+    return boost::get<ExternalReference>(&input) != nullptr;
+  });
 }
 
-std::vector<EnsgSimulation::Dependency> EnsgSimulation::resolveDependencies(
-    const Recipe& recipe, const std::string& group, const std::string& name) {
-  std::vector<Dependency> resolved;
-  std::set<DatasetCacheKey> done;
-  std::set<DatasetCacheKey> open;
-  std::vector<OpenDataset> stack;
-  stack.push_back({{}, {}, &recipe, group, name});
-  while (!stack.empty()) {
-    OpenDataset& top = stack.back();
-    if (top.nextInput == top.recipe->inputs.size()) {
-      if (stack.size() > 1) {
-        open.erase(cacheKeyOf(top.reference));
-        done.insert(cacheKeyOf(top.reference));
-        resolved.push_back({std::move(top.reference), std::move(top.dataset)});
+/// Finds everything that a recipe refers to. Walks in depth with an explicit stack: a file sets no
+/// limit to the depth, so recursion could overflow.
+class DependencyWalk {
+ public:
+  explicit DependencyWalk(ReadContext& context) : context_(context) {}
+
+  /// Ordered so that each dependency precedes those that refer to it.
+  std::vector<Dependency> resolve(const Recipe& recipe, const std::string& group,
+                                  const std::string& name) {
+    stack_.push_back({{}, {}, &recipe, group, name});
+    while (!stack_.empty()) {
+      OpenDataset& top = stack_.back();
+      if (top.nextInput == top.recipe->inputs.size()) {
+        close();
+      } else if (const auto* stored =
+                     boost::get<ExternalReference>(&top.recipe->inputs[top.nextInput++])) {
+        enter(*stored);
       }
-      stack.pop_back();
-      continue;
     }
-    const auto* stored = boost::get<ExternalReference>(&top.recipe->inputs[top.nextInput++]);
-    if (!stored) continue;
-    ExternalReference reference = *stored;
-    reference.datasetKey = resolveDatasetKey(stored->datasetKey, top.group, top.name);
-    const DatasetCacheKey key = cacheKeyOf(reference);
-    if (done.contains(key)) continue;
-    if (open.contains(key)) {
+    return std::move(resolved_);
+  }
+
+ private:
+  /// A dataset whose references are being walked. The first one is the host's and has no reference.
+  struct OpenDataset {
+    ExternalReference reference;
+    StoredDataset dataset;
+    const Recipe* recipe;
+    std::string group;
+    std::string name;
+    std::size_t nextInput = 0;
+  };
+
+  void enter(const ExternalReference& stored) {
+    const OpenDataset& parent = stack_.back();
+    ExternalReference reference = stored;
+    reference.datasetKey = resolveDatasetKey(stored.datasetKey, parent.group, parent.name);
+    if (done_.contains(reference)) return;
+    DatasetCacheKey key = cacheKeyOf(reference);
+    if (open_.contains(key)) {
       raise<std::runtime_error>("External dependency cycle at " + reference.datasetKey);
     }
-    // What is in the cache needs nothing any more.
-    if (externalDependencyCache_.find(key)) continue;
-    auto [dependencyGroup, dependencyName] = splitDatasetPath(reference.datasetKey);
-    StoredDataset dataset = openStoredDataset(*this, dependencyGroup, dependencyName);
-    const Recipe& dependency = recipeOf(dataset.header).recipe;
-    open.insert(key);
-    stack.push_back({std::move(reference), std::move(dataset), &dependency,
-                     std::move(dependencyGroup), std::move(dependencyName)});
+    // A cached result needs none of its own references.
+    if (context_.externalDependencyCache.find(key)) return;
+    auto [group, name] = splitDatasetPath(reference.datasetKey);
+    StoredDataset dataset = openStoredDataset(context_, group, name);
+    const Recipe& recipe = context_.recipeOf(dataset.header).recipe;
+    open_.insert(std::move(key));
+    stack_.push_back(
+        {std::move(reference), std::move(dataset), &recipe, std::move(group), std::move(name)});
   }
-  return resolved;
-}
 
-void EnsgSimulation::cookExtRecipe(Dependency dependency, std::uint64_t size) {
+  void close() {
+    OpenDataset& top = stack_.back();
+    if (stack_.size() > 1) {
+      open_.erase(cacheKeyOf(top.reference));
+      done_.insert(top.reference);
+      resolved_.push_back({std::move(top.reference), std::move(top.dataset)});
+    }
+    stack_.pop_back();
+  }
+
+  ReadContext& context_;
+  std::vector<OpenDataset> stack_;
+  std::set<DatasetCacheKey> open_;
+  std::set<ExternalReference> done_;
+  std::vector<Dependency> resolved_;
+};
+
+/// Computes a result, whose references are cached, and puts it into the cache. Stores nothing if
+/// the chain has no such output.
+void cookExtRecipe(ReadContext& context, Dependency dependency, std::uint64_t size) {
   const ExternalReference& reference = dependency.reference;
   const DatasetCacheKey key = cacheKeyOf(reference);
-  if (externalDependencyCache_.find(key)) return;
+  if (context.externalDependencyCache.find(key)) return;
   const auto [group, name] = splitDatasetPath(reference.datasetKey);
-  // Quantised values have a header of their own and share the payload with the dataset beside.
+  // Quantised values have their own header and share the payload with the dataset beside them.
   const bool sharesPayload = name.ends_with(kQuantizedValuesSuffix);
   Providers inputs;
-  inputs.push_back(sharesPayload
-                       ? payloadOf(group, name.substr(0, name.rfind(kQuantizedValuesSuffix)))
-                       : std::move(dependency.dataset.payload));
+  inputs.push_back(
+      sharesPayload ? context.payloadOf(group, name.substr(0, name.rfind(kQuantizedValuesSuffix)))
+                    : std::move(dependency.dataset.payload));
 
-  const ZipRecipe& zipRecipe = recipeOf(dependency.dataset.header);
-  ParameterBlock builtParameters;
-  const ParameterBlock* parameters = &builtParameters;
-  if (isDecompressionLabel(zipRecipe.label)) {
-    builtParameters = decompressionBlock(Kelbor::DataTypes::kInt32);
-  } else if (zipRecipe.label == Labels::kStoredParameters) {
-    parameters = &checkedAt(metadata_.recipeConParams,
+  const ZipRecipe& zipRecipe = context.recipeOf(dependency.dataset.header);
+  const ParameterBlock* parameters = nullptr;
+  const bool isStoredBlock = zipRecipe.label == Labels::kStoredParameters;
+  if (isStoredBlock) {
+    parameters = &checkedAt(context.metadata.recipeConParams,
                             std::int64_t{dependency.dataset.header.conParamIndex} - 1);
+  } else if (isDecompressionLabel(zipRecipe.label)) {
+    parameters = &context.parameterBlocks.decompression(Kelbor::DataTypes::kInt32);
   } else {
     raise<std::logic_error>("Unknown (ext)recipe label: " + zipRecipe.label + "!");
   }
-  Deserializer parameterStream(getContext(), *parameters);
-  if (parameters != &builtParameters) {
+  Deserializer parameterStream(context.manager(), *parameters);
+  if (isStoredBlock) {
     size = requirePlausibleSize(parameterStream.readU64(), size, inputs[0].get());
   }
 
-  const auto chain =
-      buildChain(zipRecipe.recipe, std::move(inputs), parameterStream,
-                 {.context = getContext(),
-                  .classCreators = dependencyClasses(),
-                  .factories = factories_,
-                  .sizes = {&size, 1},
-                  .cache = externalDependencyCache_,
-                  .keyMapper = [&, &group = group, &name = name](const std::string& datasetKey) {
-                    return resolveDatasetKey(datasetKey, group, name);
-                  }});
+  const auto chain = zipRecipe.recipe.buildChain(
+      std::move(inputs), parameterStream,
+      context.chainSettings(dependencyClasses(), size,
+                            [&group = group, &name = name](const std::string& datasetKey) {
+                              return resolveDatasetKey(datasetKey, group, name);
+                            }));
   const Kelbor::DataProcedure& procedure = chain->getOutputProcedure(reference.outputKey);
   if (!procedure.hasOutputProvider(reference.outputIndex)) return;
   auto* output =
@@ -180,8 +189,50 @@ void EnsgSimulation::cookExtRecipe(Dependency dependency, std::uint64_t size) {
     const Kelbor::ContentHold hold(*output);
     const Kelbor::ScopedConstDataAny run(output);
   }
-  externalDependencyCache_.insert(key, Kelbor::stealContainer(getContext(), *output));
-  ++cookedDatasets_;
+  context.externalDependencyCache.insert(key, Kelbor::stealContainer(context.manager(), *output),
+                                         shelfOf(context.metadata, key.datasetPath));
+  ++context.cookedDatasets;
+}
+
+/// Lists the results at DEBUG. Looks up each one's step, and throws if that is missing, at every
+/// log level.
+void logDependencies(const SimulationMetadata& metadata, const std::vector<Dependency>& resolved,
+                     const std::string& variableName) {
+  getLogger().debug() << "fetchAndCacheExternalDependencies(): resolvedDeps=\n";
+  const bool withPattern = variableName != kCoordinates && metadata.usesTimeDiffsOf(variableName);
+  for (const auto& [reference, dataset] : resolved) {
+    const PatternEntry* entry = nullptr;
+    if (withPattern) {
+      entry = &metadata.patternEntryOf(variableName,
+                                       extractTimeStepFromVariablePath(reference.datasetKey));
+    }
+    const auto pattern = [&] { return entry ? "[" + toString(*entry) + "]" : std::string(); };
+    getLogger().debug() << "--> " << reference.datasetKey << pattern << ":" << reference.outputKey
+                        << ":" << reference.outputIndex;
+  }
+}
+
+}  // namespace
+
+void fetchAndCacheExternalDependencies(ReadContext& context, const Recipe& recipe,
+                                       std::uint64_t size, const std::string& group,
+                                       const std::string& name, const std::string& variableName) {
+  std::vector<Dependency> resolved;
+  if (hasReferences(recipe)) resolved = DependencyWalk(context).resolve(recipe, group, name);
+  if (resolved.empty()) {
+    getLogger().debug() << "fetchAndCacheExternalDependencies(): <none>\n";
+    return;
+  }
+  logDependencies(context.metadata, resolved, variableName);
+  for (Dependency& dependency : resolved) {
+    std::string path = dependency.reference.datasetKey;
+    try {
+      cookExtRecipe(context, std::move(dependency), size);
+    } catch (...) {
+      if (context.failure.dataset.empty()) context.failure.dataset = std::move(path);
+      throw;
+    }
+  }
 }
 
 }  // namespace morvex

@@ -1,5 +1,10 @@
+#include "simulation/integer_data.hpp"
+
+#include <stdexcept>
+#include <utility>
+
 #include "procedures/factory_table.hpp"
-#include "simulation/read_support.hpp"
+#include "simulation/host_read.hpp"
 
 namespace morvex {
 namespace {
@@ -11,51 +16,56 @@ const ClassCreators& connectivityClasses() {
   return creators;
 }
 
-}  // namespace
-
-/// All integer datasets. `secondName` is null for those that have one input and know one label.
+/// Reads any integer dataset. `secondName` is null for kinds with one input and one label.
 template <class T>
-void EnsgSimulation::readIntegersInto(const std::string& group, const std::string& name,
-                                      const char* secondName, BufferInfo<T, long long> buffer,
-                                      bool keep, const char* mismatch) {
+void readIntegersInto(ReadContext& context, const std::string& group, const std::string& name,
+                      const std::string* secondName, BufferInfo<T, long long> buffer, bool keep,
+                      const char* mismatch) {
+  context.failure = {};
   const std::string path = group + "/" + name;
-  if (readFromStorage<T>(path, buffer, mismatch)) return;
+  if (readFromStorage<T>(context.storage, path, buffer, mismatch)) return;
 
-  StoredDataset dataset = openStoredDataset(*this, group, name);
-  const ZipRecipe& zipRecipe = recipeOf(dataset.header);
-  ParameterBlock parameters;
+  StoredDataset dataset = openStoredDataset(context, group, name);
+  const ZipRecipe& zipRecipe = context.recipeOf(dataset.header);
+  const ParameterBlock* parameters = nullptr;
   if (zipRecipe.label == Labels::kDefault) {
-    parameters = decompressionBlock(Kelbor::dataTypeOf<T>());
+    parameters = &context.parameterBlocks.decompression(Kelbor::dataTypeOf<T>());
   } else if (secondName && zipRecipe.label == Labels::kWindow) {
-    parameters = windowBlock();
+    parameters = &context.parameterBlocks.window();
   } else {
     Kelbor::raise<std::logic_error>("Unexpected recipe!");
   }
 
   Providers inputs;
   inputs.push_back(std::move(dataset.payload));
-  if (secondName) inputs.push_back(payloadOf(group, secondName));
-  const auto chain = makeChain(zipRecipe.recipe, std::move(inputs), parameters,
-                               connectivityClasses(), static_cast<std::uint64_t>(buffer.size));
+  if (secondName) inputs.push_back(context.payloadOf(group, *secondName));
+  const auto size = static_cast<std::uint64_t>(buffer.size);
+  const auto chain =
+      zipRecipe.recipe.buildChain(std::move(inputs), Deserializer(context.manager(), *parameters),
+                                  context.chainSettings(connectivityClasses(), size));
   pullInto<T>(*chain, kUncompressed, buffer);
-  if (keep) keepInStorage(path, Kelbor::dataTypeOf<T>(), buffer);
+  if (keep) keepInStorage(context, path, Kelbor::dataTypeOf<T>(), buffer);
 }
 
-void EnsgSimulation::readConnectivityInto(const std::string& group, const std::string& mainName,
-                                          const std::string& secondName, Int32Buffer buffer,
-                                          bool keep) {
-  readIntegersInto(group, mainName, secondName.c_str(), buffer, keep,
+constexpr const char* kStorageMismatch = "fromStorage.getDataSize() != buffer.size!";
+
+}  // namespace
+
+void readConnectivityInto(ReadContext& context, const std::string& group,
+                          const std::string& mainName, const std::string& secondName,
+                          Int32Buffer buffer, bool keep) {
+  readIntegersInto(context, group, mainName, &secondName, buffer, keep,
                    "connectivities.getDataSize() != buffer.size!");
 }
 
-void EnsgSimulation::readInt32Into(const std::string& group, const std::string& name,
-                                   Int32Buffer buffer, bool keep) {
-  readIntegersInto(group, name, nullptr, buffer, keep, "fromStorage.getDataSize() != buffer.size!");
+void readInt32Into(ReadContext& context, const std::string& group, const std::string& name,
+                   Int32Buffer buffer, bool keep) {
+  readIntegersInto(context, group, name, nullptr, buffer, keep, kStorageMismatch);
 }
 
-void EnsgSimulation::readInt16Into(const std::string& group, const std::string& name,
-                                   Int16Buffer buffer, bool keep) {
-  readIntegersInto(group, name, nullptr, buffer, keep, "fromStorage.getDataSize() != buffer.size!");
+void readInt16Into(ReadContext& context, const std::string& group, const std::string& name,
+                   Int16Buffer buffer, bool keep) {
+  readIntegersInto(context, group, name, nullptr, buffer, keep, kStorageMismatch);
 }
 
 }  // namespace morvex

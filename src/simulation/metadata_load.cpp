@@ -6,11 +6,11 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "core/byte_cursor.hpp"
 #include "core/checked.hpp"
 #include "core/error.hpp"
 #include "metadata/con_params.hpp"
 #include "metadata/record_access.hpp"
+#include "metadata/record_cursor.hpp"
 
 namespace morvex {
 namespace {
@@ -22,8 +22,8 @@ using File = Kelbor::MathModule::HierarchicalFileInterface;
 
 constexpr const char* kRecordGroup = "/kelbor";
 
-/// The numbers n below `end` for which the group has a dataset prefix + n, in rising order. Found
-/// by listing, so that a stored count costs nothing where the records are missing.
+/// The numbers n below `end` for which the group has a dataset prefix + n, ascending. Lists the
+/// group rather than counting up to `end`, which may be a damaged count.
 std::vector<std::uint32_t> numberedRecords(File& file, const std::string& group,
                                            std::string_view prefix, std::uint64_t end) {
   std::vector<std::string> names;
@@ -64,17 +64,20 @@ class Loader {
   }
 
  private:
-  /// Logs the task, some lines of which end in a full stop, and opens its record.
-  RecordBytes open(const std::string& name, const char* lineEnd = "") {
-    getLogger().debug() << "Running Task: " << kRecordGroup << "/" << name << lineEnd;
+  /// Logs the task, with a full stop after some, and opens its record.
+  RecordBytes open(const char* name, const char* lineEnd = "") {
+    logTask(name, lineEnd);
     return {file_, kRecordGroup, name};
+  }
+  static void logTask(const char* name, const char* lineEnd = "") {
+    getLogger().debug() << "Running Task: " << kRecordGroup << "/" << name << lineEnd;
   }
 
   bool loadVersion() {
     const RecordBytes record = open("version");
     if (!record) return false;
-    Kelbor::RecordCursor cursor(record.bytes());
-    cursor.take(sizeof(std::uint32_t));  // of no meaning to a reader
+    RecordCursor cursor(record.bytes());
+    cursor.take(sizeof(std::uint32_t));  // unused
     data_.fileVersion = readVersion(cursor);
     const std::string version = data_.fileVersion.toString();
     if (kReaderVersion < data_.fileVersion) {
@@ -94,11 +97,11 @@ class Loader {
   }
 
   void loadGeometries() {
+    logTask("geometrymetadata");
     const auto stateCounts = geometryStateCounts(data_.caseMetaData);
-    if (const RecordBytes record = open("geometrymetadata")) {
-      data_.geometryMetaData =
-          readGeometryMetadata(record.bytes(), data_.caseMetaData, stateCounts);
-    }
+    const RecordBytes record(file_, kRecordGroup, "geometrymetadata");
+    if (!record) return;
+    data_.geometryMetaData = readGeometryMetadata(record.bytes(), data_.caseMetaData, stateCounts);
   }
 
   void loadOctrees() {
@@ -184,8 +187,10 @@ class Loader {
 
   void loadBoxesPerStep() {
     const RecordBytes record = open("metadatapertimestep", ".");
-    if (data_.geometryMetaData.empty()) return;
-    auto& states = data_.geometryMetaData[SimulationMetadata::perTimestepGeometry];
+    std::span<GeometryMetadata> states;  // empty in a case without geometries
+    if (!data_.geometryMetaData.empty()) {
+      states = data_.geometryMetaData[SimulationMetadata::perTimestepGeometry];
+    }
     if (record) {
       readMetaPerTimeStep(record.bytes(), states);
     } else if (!states.empty()) {

@@ -5,29 +5,30 @@
 #include <string>
 
 #include "core/provider.hpp"
-#include "sdf/sdf_file.hpp"
 
 namespace morvex {
 
-/// The two words at the front of a dataset that a recipe rebuilds.
+struct ReadContext;
+
+/// The first two words of a dataset that a recipe rebuilds.
 struct DatasetHeader {
-  /// From 0 into the file's recipes.
+  /// Index into the file's recipes, from 0.
   std::int32_t recipeIndex;
-  /// From 1 into its parameter blocks, 0 for none.
+  /// Index into its parameter blocks, from 1; 0 for none.
   std::int32_t conParamIndex;
 };
 
-/// A dataset that has been looked up and whose header has been read. Of small ones the payload has
-/// come with it.
+/// A dataset whose header has been read; for small datasets the payload as well.
 struct StoredDataset {
   DatasetHeader header;
-  /// What follows the header, as bytes. Never null.
+  /// The bytes after the header. Never null.
   std::unique_ptr<Kelbor::DataProvider> payload;
 };
 
-/// std::runtime_error for a dataset that is not there or has no whole header; Kelbor::Exception
-/// where it can't be read, which is so for one that the container itself has deflated.
-[[nodiscard]] StoredDataset openStoredDataset(Kelbor::MathModule::SdfFile& file,
-                                              const std::string& group, const std::string& name);
+/// std::runtime_error for a dataset that is missing or has no complete header; Kelbor::Exception if
+/// it can't be read, which includes datasets that the container itself has deflated. Records a
+/// missing dataset in the context.
+[[nodiscard]] StoredDataset openStoredDataset(ReadContext& context, const std::string& group,
+                                              const std::string& name);
 
 }  // namespace morvex

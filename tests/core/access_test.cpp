@@ -23,7 +23,7 @@ class Access : public ::testing::Test {
     while (source_->getReferences() > 1) source_->releaseReference();
   }
 
-  LogCapture log_{LogLevel::silent};
+  LogCapture log_{LogLevel::kSilent};
   DataManager manager_;
   std::unique_ptr<DataProvider> source_;
   Doubling procedure_;
@@ -92,38 +92,21 @@ TEST_F(Access, ProviderWithoutProducerTakesTheInputsShape) {
 }
 
 TEST_F(Access, ProducerThatFailsLeavesNothingBehind) {
-  for (const auto outcome : {Doubling::Outcome::refuses, Doubling::Outcome::throws}) {
+  for (const auto outcome : {Doubling::Outcome::kRefuses, Doubling::Outcome::kThrows}) {
     source_->clearContent();
     fill(*source_, {1, 2, 3});
     procedure_.outcome = outcome;
     EXPECT_EQ(messageOf<std::exception>([&] { (void)valuesOf(procedure_.output()); })
-                  .find(outcome == Doubling::Outcome::throws
+                  .find(outcome == Doubling::Outcome::kThrows
                             ? "as told"
                             : "Exception: Provider prepare the content failed!"),
               0U);
     EXPECT_FALSE(procedure_.output().hasContainer());
   }
-  procedure_.outcome = Doubling::Outcome::good;
+  procedure_.outcome = Doubling::Outcome::kGood;
   source_->clearContent();
   fill(*source_, {4, 5, 6});
   EXPECT_EQ(valuesOf(procedure_.output()), (Ints{8, 10, 12}));
-}
-
-TEST_F(Access, ProducerThatMakesNothingFailsItsReaders) {
-  class Idle : public Doubling {
-   public:
-    using Doubling::Doubling;
-    bool process(std::int32_t) override { return true; }
-  } idle(&manager_);
-  idle.connectInput(0, source_.get());
-  Doubling next(&manager_);
-  next.connectInput(0, &idle.output());
-  EXPECT_THROW((void)valuesOf(idle.output()), KelborDataException);
-  EXPECT_THROW((void)valuesOf(next.output()), KelborDataException);
-  source_->clearContent();
-  EXPECT_EQ(messageOf<Exception>([&] { (void)valuesOf(*source_); }),
-            "Provider prepare the content failed!")
-      << "no producer at all";
 }
 
 TEST_F(Access, WrongElementTypeNamesBothTypes) {
@@ -132,17 +115,6 @@ TEST_F(Access, WrongElementTypeNamesBothTypes) {
             expected);
   EXPECT_EQ(messageOf<TypeMismatchException>([&] { ScopedData<double>(source_.get()); }), expected);
   EXPECT_EQ(ScopedConstDataAny(source_.get()).bytes().size(), 12U) << "takes any type";
-}
-
-TEST_F(Access, MissingProvidersAreNamed) {
-  DataProvider* none = nullptr;
-  using Insitu = ScopedDataInsitu<std::int32_t, std::int32_t>;
-  const auto text = [](auto call) { return messageOf<std::runtime_error>(call); };
-  EXPECT_EQ(text([&] { ScopedConstData<int>{none}; }), "ScopedConstData without provider!");
-  EXPECT_EQ(text([&] { ScopedConstDataAny{none}; }), "ScopedConstDataAny without provider!");
-  EXPECT_EQ(text([&] { ScopedData<int>{none}; }), "ScopedData without provider!");
-  EXPECT_EQ(text([&] { Insitu(none, source_.get()); }), "ScopedDataInsitu without inputProvider!");
-  EXPECT_EQ(text([&] { Insitu(source_.get(), none); }), "ScopedDataInsitu without outputProvider!");
 }
 
 TEST_F(Access, DimensionGrownBehindTheContentIsRefusedToReadersAndServedToWriters) {

@@ -15,44 +15,16 @@ namespace Kelbor {
 namespace {
 
 TEST(DataTypes, TableAnswersForEveryCode) {
-  struct Row {
-    const char* name;
-    int size;
-    bool isSigned, isFloatingPoint;
-  };
-  constexpr std::array<Row, 20> kRows{{{"<unknown>", 255, false, false},
-                                       {"<none>", 255, false, false},
-                                       {"String", 255, false, false},
-                                       {"Boolean", 1, false, false},
-                                       {"Int8", 1, true, false},
-                                       {"UInt8", 1, false, false},
-                                       {"Int16", 2, true, false},
-                                       {"UInt16", 2, false, false},
-                                       {"Int32", 4, true, false},
-                                       {"UInt32", 4, false, false},
-                                       {"Int64", 8, true, false},
-                                       {"UInt64", 8, false, false},
-                                       {"Float", 4, true, true},
-                                       {"Double", 8, true, true},
-                                       {"Complex32", 8, true, true},
-                                       {"Complex64", 16, true, true},
-                                       {"Char", 1, false, false},
-                                       {"DataDimension", 255, false, false},
-                                       {"ScripletInvocation", 255, false, false},
-                                       {"DataProvider", 255, false, false}}};
-  for (std::int32_t code = -2; code < 18; ++code) {
+  std::string table;
+  for (std::int32_t code = -3; code < 19; ++code) {
     const DataType type(code);
-    const Row& row = kRows[static_cast<std::size_t>(code + 2)];
-    EXPECT_STREQ(type.getName(), row.name);
-    EXPECT_EQ(type.getSize(), row.size) << row.name;
-    EXPECT_EQ(type.isSigned(), row.isSigned) << row.name;
-    EXPECT_EQ(type.isFloatingPoint(), row.isFloatingPoint) << row.name;
+    table += type.getName() + std::to_string(type.getSize()) + (type.isSigned() ? "s" : "") +
+             (type.isFloatingPoint() ? "f " : " ");
   }
-  for (const std::int32_t code : {-3, 18, std::numeric_limits<std::int32_t>::min(),
-                                  std::numeric_limits<std::int32_t>::max()}) {
-    EXPECT_STREQ(DataType(code).getName(), "<unknown>");
-    EXPECT_EQ(DataType(code).enumerator(), code);
-  }
+  EXPECT_EQ(table,
+            "<unknown>255 <unknown>255 <none>255 String255 Boolean1 Int81s UInt81 Int162s UInt162 "
+            "Int324s UInt324 Int648s UInt648 Float4sf Double8sf Complex328sf Complex6416sf Char1 "
+            "DataDimension255 ScripletInvocation255 DataProvider255 <unknown>255 ");
   EXPECT_EQ(DataTypes::kUInt64.getMaxValue(), -1);
   EXPECT_EQ(DataTypes::kInt16.getMinValue(), -32768);
   EXPECT_EQ(DataTypes::kUInt32.getMaxValue(), 4294967295);
@@ -64,7 +36,7 @@ TEST(DataTypes, VisitingPicksTheListedTypeOnly) {
   EXPECT_TRUE((visitElement<std::int32_t, double>(DataTypes::kDouble, visit)));
   EXPECT_EQ(size, 8U);
   EXPECT_FALSE((visitElement<std::int32_t, double>(DataTypes::kFloat, visit)));
-  const LogCapture log(LogLevel::silent);
+  const LogCapture log(LogLevel::kSilent);
   EXPECT_EQ(messageOf<KelborDataException>([] { raiseUnhandledType(DataTypes::kFloat); }),
             ": Unhandled data type: Float");
 }
@@ -136,19 +108,17 @@ TEST(CheckedHelpers, IndicesAreComparedInSixtyFourBits) {
 }
 
 TEST(ByteCursors, NeverPassTheEndOfTheirBlock) {
-  const LogCapture log(LogLevel::silent);
+  const LogCapture log(LogLevel::kSilent);
   const std::array<std::byte, 6> block{std::byte{1}, std::byte{0}, std::byte{0},
                                        std::byte{0}, std::byte{9}, std::byte{8}};
-  RecordCursor record(block);
+  ContainerCursor record(block);
   EXPECT_EQ(record.read<std::uint32_t>(), 1U);
   EXPECT_EQ(record.remaining(), 2U);
-  EXPECT_THROW(record.read<std::uint32_t>(), morvex::InternalError);
+  EXPECT_THROW(record.read<std::uint32_t>(), KelborDataException);
   EXPECT_EQ(record.remaining(), 2U) << "a refused read takes nothing";
-  EXPECT_THROW((void)record.checkCount(3, 1), morvex::InternalError);
+  EXPECT_THROW((void)record.checkCount(3, 1), KelborDataException);
   EXPECT_EQ(record.checkCount(1, 2), 1U);
-  EXPECT_THROW(record.take(~std::uint64_t{0}), morvex::InternalError);
-  ContainerCursor container(block);
-  EXPECT_THROW(container.read<std::uint64_t>(), KelborDataException);
+  EXPECT_THROW(record.take(~std::uint64_t{0}), KelborDataException);
   ContainerCursor counted(block);
   EXPECT_THROW((void)counted.readCount<std::uint32_t>(3), KelborDataException);
 }

@@ -45,7 +45,7 @@ TEST(DataManagers, AnnounceThemselvesAndNeverThrow) {
 
 class Containers : public ::testing::Test {
  protected:
-  LogCapture log_{LogLevel::silent};
+  LogCapture log_{LogLevel::kSilent};
   DataManager manager_;
 };
 
@@ -95,50 +95,6 @@ TEST_F(Containers, ForeignMemoryIsNeverWrittenMovedOrFreed) {
   EXPECT_EQ(host[0], 1) << "a copy is the provider's own";
   EXPECT_EQ(messageOf<KelborDataException>([&] { provider->wrapMemory(host.data(), 8); }),
             "Failed to install data container. There is already another container associated!");
-}
-
-TEST_F(Containers, EvictedContainersKeepTheirBytesAndChangeHands) {
-  const auto source = filledInts(manager_, {5, 6});
-  const auto target = emptyInts(manager_, 2);
-  EXPECT_FALSE(source->getContainer()->reallocate(*target)) << "not its owner";
-  std::unique_ptr<DataContainer> container = source->getContainer()->evict();
-  EXPECT_FALSE(source->hasContainer());
-  EXPECT_EQ(messageOf<std::runtime_error>([&] { (void)container->evict(); }),
-            "Cannot evict if DataContainer has not provider associated!");
-  EXPECT_EQ(
-      messageOf<KelborDataException>([&] { (void)target->uninstallContainer(container.get()); }),
-      "Tried to uninstall container which has no DP!");
-  target->installContainer(std::move(container));
-  EXPECT_EQ(valuesOf(*target), (std::vector<std::int32_t>{5, 6}));
-
-  fill(*source, {1, 2});
-  fill(*target, {3, 4});
-  EXPECT_THROW((void)source->uninstallContainer(target->getContainer()), KelborDataException);
-  EXPECT_THROW(source->installContainer(nullptr), KelborDataException);
-  std::unique_ptr<DataContainer> kept = std::make_unique<DataContainer>(&manager_);
-  EXPECT_THROW(source->installContainer(std::move(kept)), KelborDataException);
-  EXPECT_NE(kept, nullptr) << "a refused container stays its owner's";
-  EXPECT_EQ(messageOf<std::logic_error>([] { (void)DataContainer(nullptr).allocate(4); }),
-            "getDataManager() on DataContainer without DM!");
-}
-
-TEST_F(Containers, ProvidersWithoutElementsHaveContentToo) {
-  const auto provider = emptyInts(manager_, 0);
-  provider->allocateContainer();
-  EXPECT_EQ(provider->getContainer()->size, 0U);
-  EXPECT_TRUE(valuesOf(*provider).empty());
-  const auto huge = emptyInts(manager_, std::uint64_t{1} << 60);
-  EXPECT_EQ(messageOf<MemoryAllocationException>([&] { huge->allocateContainer(); }),
-            "Failed to allocate container!");
-  EXPECT_FALSE(huge->hasContainer());
-}
-
-TEST_F(Containers, RetypingKeepsTheElementSize) {
-  DataProvider provider(&manager_, DataDimension(DataTypes::kUInt8, {3}));
-  provider.setDataType(DataTypes::kInt8);
-  EXPECT_EQ(provider.getDataDimension().getDataType(), DataTypes::kInt8);
-  EXPECT_EQ(messageOf<KelborDataException>([&] { provider.setDataType(DataTypes::kInt16); }),
-            "Tried to change DataProvider to datatype with different size!");
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ namespace Kelbor {
 template <class TOut>
 class DoublingProcedure : public DataProcedure {
  public:
-  enum class Outcome { good, refuses, throws };
+  enum class Outcome { kGood, kRefuses, kThrows };
 
   explicit DoublingProcedure(DataManager* context, std::shared_ptr<int> endings = nullptr)
       : DataProcedure(context, 1, 1), endings_(std::move(endings)) {}
@@ -38,8 +38,8 @@ class DoublingProcedure : public DataProcedure {
     for (std::size_t i = 0; i < access.input().size(); ++i) {
       access.output()[i] = static_cast<TOut>(2 * access.input()[i]);
     }
-    if (outcome == Outcome::throws) throw std::runtime_error("as told");
-    return outcome == Outcome::good;
+    if (outcome == Outcome::kThrows) throw std::runtime_error("as told");
+    return outcome == Outcome::kGood;
   }
   void updateOutputDimensionsFromProcessedInput() override {
     setOutputDimension(requireOutput(0), shapeOf(requireInput(0)));
@@ -50,7 +50,7 @@ class DoublingProcedure : public DataProcedure {
 
   [[nodiscard]] DataProvider& output() const { return requireOutput(0); }
 
-  Outcome outcome = Outcome::good;
+  Outcome outcome = Outcome::kGood;
   int runs = 0;
   bool workedInPlace = false;
 

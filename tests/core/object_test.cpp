@@ -12,7 +12,7 @@ namespace {
 
 class Objects : public ::testing::Test {
  protected:
-  LogCapture log_{LogLevel::silent};
+  LogCapture log_{LogLevel::kSilent};
   DataManager manager_;
   ObjectProvider provider_{&manager_, ObjectDetails{2, 0, {}, {}}};
 };

@@ -13,7 +13,7 @@ using Ints = std::vector<std::int32_t>;
 
 class Storage : public ::testing::Test {
  protected:
-  LogCapture log_{LogLevel::silent};
+  LogCapture log_{LogLevel::kSilent};
   DataManager manager_;
   KelborStorage storage_;
 };

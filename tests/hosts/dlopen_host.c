@@ -7,7 +7,7 @@
 
 #include "host_file.h"
 
-enum { ROUNDS = 50, WARM_UP = 5, MOST_GROWTH = 262144 };
+enum { ROUNDS = 50, WARM_UP = 10, MOST_GROWTH = 262144 };
 
 typedef int (*SetThreads)(int);
 

@@ -109,7 +109,7 @@ bool survivesLittleMemory(const char* path) {
     }
   }
   std::printf("%d of %d sessions were refused memory\n", refusals, kTenths * 6);
-  return refusals >= kTenths;
+  return refusals > 0;  // at least the opening without any memory
 }
 
 /// A user of no other process, if this one may become it: root is refused nothing.

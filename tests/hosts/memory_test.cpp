@@ -187,7 +187,7 @@ class MemoryTest : public testing::TestWithParam<int> {
     return answers;
   }
 
-  Kelbor::LogCapture log_{Kelbor::LogLevel::silent};
+  Kelbor::LogCapture log_{Kelbor::LogLevel::kSilent};
   TemporaryPath path_{"memory.sdf"};
   std::vector<Question> questions_ = questions();
 };

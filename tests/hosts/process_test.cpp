@@ -30,7 +30,7 @@ class HostTest : public testing::Test {
 
   [[nodiscard]] Inquiry ask() const { return askEverything(path_.string()); }
 
-  Kelbor::LogCapture log_{Kelbor::LogLevel::silent};
+  Kelbor::LogCapture log_{Kelbor::LogLevel::kSilent};
   TemporaryPath path_{"host.sdf"};
   Inquiry expected_;
 };
@@ -85,14 +85,14 @@ TEST(Hosts, TwoFilesInTurnLeaveNeitherDescriptorsNorMemoryBehind) {
   constexpr int kWarmUp = 20;
   constexpr std::size_t kMostGrowth = 128 * 1024;
   constexpr Curiosity kLittle{.mostSteps = 2};
-  const Kelbor::LogCapture log(Kelbor::LogLevel::silent);
+  const Kelbor::LogCapture log(Kelbor::LogLevel::kSilent);
   const TemporaryPath paths[] = {TemporaryPath("one.sdf"), TemporaryPath("two.sdf")};
   std::uint64_t digests[2]{};
   for (std::size_t i = 0; i < 2; ++i) {
     Writer::ResultFileBuilder file;
     describeSmallFile(file);
     file.tableChunks(1 + 3 * i);
-    if (i == 1) file.variable("of the second file", Writer::Location::perNode).constant({7});
+    if (i == 1) file.variable("of the second file", Writer::Location::kPerNode).constant({7});
     file.write(paths[i].string());
     digests[i] = askEverything(paths[i].string(), kLittle).digest;
   }
@@ -117,7 +117,7 @@ TEST(Hosts, TwoFilesInTurnLeaveNeitherDescriptorsNorMemoryBehind) {
 /// a failure.
 constexpr int kPart = 1001;
 std::string whatIsTold(const std::string& path) {
-  const Kelbor::LogCapture log(Kelbor::LogLevel::deepTrace);
+  const Kelbor::LogCapture log(Kelbor::LogLevel::kDeepTrace);
   std::string told;
   EXPECT_EQ(MX_openFile(path.c_str(), 0), 0);
   for (const int step : {999, 1000, 1002}) {
@@ -142,7 +142,7 @@ TEST(Hosts, LocaleOfTheHostChangesNoNumberAndNoText) {
   const std::uint32_t steps = file.timeSet(std::vector<float>(kSteps));
   file.timeBlocks(4);
   for (int part = 0; part <= kPart; ++part) file.part("p").nodes({1.5F}, {1234.5F}, {0.0F});
-  auto& variable = file.variable("v", Writer::Location::perNode);
+  auto& variable = file.variable("v", Writer::Location::kPerNode);
   variable.onTimeSet(steps).quantised(Writer::Quantisation::uniform(0.5)).timeDifferences();
   for (int step = 0; step < kSteps; ++step) {
     variable.set({.step = step, .part = kPart}, {static_cast<float>(step)});

@@ -31,7 +31,7 @@ int main(int argc, char** argv) {
   file.tableChunks(HOST_CHUNKS);
   file.timeBlocks(2);
   Writer::PartBuilder& part = file.part(HOST_PART);
-  auto& wave = file.variable(HOST_VARIABLE, Writer::Location::perNode);
+  auto& wave = file.variable(HOST_VARIABLE, Writer::Location::kPerNode);
   wave.onTimeSet(steps).quantised(Writer::Quantisation::uniform(HOST_QUANTUM)).timeDifferences();
   for (int step = 0; step < HOST_STEPS; ++step) {
     const auto axis = [step](int a) {

@@ -31,26 +31,26 @@ struct RecordSample {
   };
 
   std::string name;  ///< As the refusal of a newer version has it.
-  BytesBuilder bytes;
+  Writer::ByteWriter bytes;
   std::vector<Count> counts;  ///< Where the record stores counts, lengths and widths.
   std::function<Writer::Bytes(Bytes)> readAndWriteBack;
   MetadataVersion highest = {0, 0, 0};
 };
 
 std::vector<RecordSample> allRecords() {
-  const BytesBuilder start(0, 0, 0);
-  BytesBuilder geometries = start;
+  const Writer::ByteWriter start({0, 0, 0});
+  Writer::ByteWriter geometries = start;
   appendState(geometries, {"hull", "fin"});
   appendState(geometries, {"p"});
   appendState(geometries, {});
-  BytesBuilder precisions = start;
+  Writer::ByteWriter precisions = start;
   precisions.u64({2, 4}).fixedText("a*", 4).u32({1}).f64({2.0, 0.0, 0.0, 0.0});
   precisions.text("bcde").u32({3}).f64({1.0, 2.0, 3.0, 4.0}).f64({50.0});
-  BytesBuilder timeSet = start;
+  Writer::ByteWriter timeSet = start;
   timeSet.u32({9}).u64({2}).text("ts").i32({2}).f32({0.5F, 1.5F}).i32({-1}).u32({7, 8});
-  BytesBuilder boxes = start;
+  Writer::ByteWriter boxes = start;
   boxes.u64({2}).f32({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
-  BytesBuilder parameters = start;
+  Writer::ByteWriter parameters = start;
   parameters.i32({2, 3}).text("abc").i32({12}).u32({0, 0, 0});
 
   const auto readCase = [](Bytes bytes) {
@@ -102,9 +102,9 @@ std::vector<RecordSample> allRecords() {
        {0, 1, 0}},
       {"Precisions", precisions, {{12, 8}, {20, 8}}, readTable},
       {"Time set", timeSet, {{16, 8}, {26, 4}}, readTimes},
-      {"FileSet", BytesBuilder(start).u32({1, 2, 3}), {}, readFiles},
+      {"FileSet", Writer::ByteWriter(start).u32({1, 2, 3}), {}, readFiles},
       {"MetaPerTimeStep", boxes, {{12, 8}}, readBoxes},
-      {"CompressTimeDiffsMetaData", BytesBuilder(start).u32({4, 0}), {}, readDifferences},
+      {"CompressTimeDiffsMetaData", Writer::ByteWriter(start).u32({4, 0}), {}, readDifferences},
       {"RecipeCtor", parameters, {{12, 4}, {16, 4}, {23, 4}}, readParameters},
   };
 }

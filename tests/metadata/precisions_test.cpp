@@ -6,9 +6,9 @@
 #include <stdexcept>
 
 #include "core/error.hpp"
-#include "support/bytes_builder.hpp"
 #include "support/log_capture.hpp"
 #include "support/message_of.hpp"
+#include "writer/byte_writer.hpp"
 
 namespace morvex {
 namespace {
@@ -67,7 +67,7 @@ struct Entry {
 };
 
 Precisions tableOf(std::initializer_list<Entry> entries, double maximum = -1.0) {
-  BytesBuilder bytes(0, 0, 0);
+  Writer::ByteWriter bytes({0, 0, 0});
   bytes.u64({entries.size(), 30});
   for (const Entry& entry : entries) {
     bytes.fixedText(entry.key, 30).u32({entry.type});
@@ -99,7 +99,7 @@ TEST(PrecisionsRecord, KeepsTheParametersThatTheTypeUses) {
   EXPECT_EQ(table.tag(), "ensg");
   EXPECT_TRUE(tableOf({}, -0.5).maxValues().empty());
 
-  const BytesBuilder none = BytesBuilder(0, 0, 0).u64({0, 0}).f64({1.0});
+  const Writer::ByteWriter none = Writer::ByteWriter({0, 0, 0}).u64({0, 0}).f64({1.0});
   readPrecisions(none.bytes(), table, 0, {});
   EXPECT_TRUE(table.entries().empty()) << "a second record replaces the first";
   EXPECT_THROW(readPrecisions(none.bytes(), table, 1, {}), std::out_of_range)
@@ -161,25 +161,17 @@ TEST(Precisions, RelativeStepsAreShortenedToFiveDigits) {
 TEST(Precisions, ARelativeDefaultNeedsTheMaximumOfTheNameItself) {
   Precisions table = tableOf({{"DEFAULT_VARIABLE_PRECISION", 1, 10}}, 3.0);
   EXPECT_EQ(stepOf(table, "v"), 0.3);
-  const Kelbor::LogCapture log(Kelbor::LogLevel::warning);
+  const Kelbor::LogCapture log(Kelbor::LogLevel::kWarning);
   EXPECT_EQ(messageOf<std::runtime_error>([&] { (void)table.getPrecision("w"); }),
             "No maxValue recorded for w");
   EXPECT_EQ(log.text(), "ERROR: No maxValue recorded for w\n");
-}
-
-TEST(Precisions, TheMemoHoldsTheSettingBeforeItIsTurnedIntoAStep) {
-  Precisions table = tableOf({{"v*", 1, 10}}, 3.0);
-  EXPECT_EQ(stepOf(table, "v"), 0.3);
-  table.addEntry("*", {UniformQuantization, {1}}, "test");  // too late to be ambiguous for "v"
-  EXPECT_EQ(table.find("v"), (PrecisionSetting{RelativeQuantization, {10}}));
-  EXPECT_EQ(stepOf(table, "v"), 0.3);
 }
 
 TEST(Precisions, EveryNameIsLoggedOnceInTheFormOfItsType) {
   Precisions table =
       tableOf({{"a", 0, 0.125}, {"v", 1, 10}, {"coordinates", 2, 0.5}, {"e", 3, 1}}, 1234567.0);
   table.addEntry("s", {AdaptiveScaledExponentQuantization, {0.75}}, "test");
-  const Kelbor::LogCapture log(Kelbor::LogLevel::debug);
+  const Kelbor::LogCapture log(Kelbor::LogLevel::kDebug);
   for (int round = 0; round < 2; ++round) {
     for (const char* name : {"a", "v", "coordinates", "e", "s"}) {
       (void)table.getPrecision(name);
@@ -191,16 +183,6 @@ TEST(Precisions, EveryNameIsLoggedOnceInTheFormOfItsType) {
             "DEBUG: Precision(coordinates) = adaptive::[0.5, 1.5, 2.5, 3.5\n"
             "DEBUG: Precision(e) = linear_adaptive::[1, 2, 3, 4\n"
             "DEBUG: Precision(s) = relative_adaptive::0.75\n");
-}
-
-TEST(Precisions, TooFewParametersForTheLineAreAnError) {
-  Precisions table("ensg");
-  table.addEntry("v", {AdaptiveExponentQuantization, {1, 2, 3}}, "test");
-  table.addEntry("w", {UniformQuantization, {}}, "test");
-  for (const char* name : {"v", "w"}) {
-    EXPECT_EQ(messageOf<std::out_of_range>([&] { (void)table.getPrecision(name); }),
-              "invalid vector<T> subscript");
-  }
 }
 
 }  // namespace

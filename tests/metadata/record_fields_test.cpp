@@ -37,7 +37,7 @@ TEST(RecordFields, OfTheCaseStandInTheOrderOfTheBytes) {
 }
 
 TEST(RecordFields, OfAGeometryStandInTheOrderOfTheBytes) {
-  BytesBuilder bytes(0, 0, 0);
+  Writer::ByteWriter bytes({0, 0, 0});
   appendState(bytes, {"hull", "fin"});
   const auto geometries = readGeometryMetadata(bytes.bytes(), sampleCase(), Words{1, 0});
   ASSERT_EQ(geometries.at(0).size(), 1U);
@@ -85,25 +85,8 @@ TEST(RecordFields, OfVariablesStandInTheOrderOfTheBytes) {
   EXPECT_EQ(record.datasetNames, (Texts{"ds0", "ds1"}));
 }
 
-TEST(RecordFields, OfAnOctreeStandInTheOrderOfTheBytes) {
-  const auto bytes = octreeBytes().u64({0});
-  const auto geometries = readOctreeMetaData(bytes.bytes(), sampleCase(), Words{1, 1});
-  const OctreeMetaData& octree = geometries.at(0).at(0);
-  EXPECT_EQ(octree.entryCounts, (Words{0, 2, 0}));
-  EXPECT_EQ(octree.partValues, (Words{4, 5, 6}));
-  EXPECT_EQ(octree.entryValuesA, (std::vector<Sizes>{{}, {10, 11}, {}}));
-  EXPECT_EQ(octree.entryPairs[1][1], (std::array<std::uint32_t, 2>{22, 23}));
-  EXPECT_EQ(octree.entryElementCounts[1][1][33], 233U);
-  EXPECT_EQ(octree.entryValuesB[1], (Sizes{30, 31}));
-  EXPECT_EQ(octree.entryValuesC[1], (Sizes{40, 41}));
-  EXPECT_EQ(octree.entryValuesD[1], (Sizes{50, 51}));
-  EXPECT_EQ(octree.entryValuesE, (std::vector<Sizes>{{}, {60, 61}, {}}));
-  EXPECT_EQ(octree.partFlags, (Flags{false, true, true}));
-  EXPECT_TRUE(geometries.at(1).at(0).entryCounts.empty());
-}
-
 TEST(RecordFields, OfTimeAndFilesStandInTheOrderOfTheBytes) {
-  BytesBuilder bytes(0, 0, 0);
+  Writer::ByteWriter bytes({0, 0, 0});
   bytes.u32({9}).u64({4}).text(std::string_view("a\0bc", 4)).i32({2}).f32({0.5F, 1.5F});
   bytes.i32({-7}).u32({70, 80});
   const auto times = readTimeSet(bytes.bytes(), 3);
@@ -116,13 +99,14 @@ TEST(RecordFields, OfTimeAndFilesStandInTheOrderOfTheBytes) {
   EXPECT_EQ(times->filenameNumbers(), (Words{70, 80}));
   EXPECT_EQ(times->filenameIncrement(), 0U);
 
-  const auto files = readFileSet(BytesBuilder(0, 0, 0).u32({4, 5, 6}).bytes(), 7);
+  const auto files = readFileSet(Writer::ByteWriter({0, 0, 0}).u32({4, 5, 6}).bytes(), 7);
   EXPECT_EQ(files->id(), 4U);
   EXPECT_EQ(files->index(), 7U);
   EXPECT_EQ(files->numberOfSteps(), 5U);
   EXPECT_EQ(files->fileIndex(), 6U);
 
-  const auto blocks = readCompressTimeDiffsMetaData(BytesBuilder(0, 0, 0).u32({8, 3}).bytes());
+  const auto blocks =
+      readCompressTimeDiffsMetaData(Writer::ByteWriter({0, 0, 0}).u32({8, 3}).bytes());
   EXPECT_EQ(blocks.blockSize, 8U);
   EXPECT_EQ(blocks.maxDepth, 3U);
 }

@@ -20,16 +20,8 @@ using Words = std::vector<std::uint32_t>;
 using Sizes = std::vector<std::uint64_t>;
 using Texts = std::vector<std::string>;
 
-TEST(CaseRecord, ARefusedRecordLeavesTheBoxAlone) {
-  std::vector<std::byte> cut = caseBytes().bytes();
-  cut.pop_back();
-  StoredBox box = kInvertedBox;
-  EXPECT_THROW((void)readCaseMetaData(cut, box), InternalError);
-  EXPECT_EQ(box, kInvertedBox);
-}
-
 TEST(GeometryRecord, StatesAreHeldAgainstTheRecord) {
-  BytesBuilder bytes(0, 0, 0);
+  Writer::ByteWriter bytes({0, 0, 0});
   const auto read = [&](const Words& states) {
     return readGeometryMetadata(bytes.bytes(), sampleCase(), states);
   };
@@ -62,16 +54,8 @@ TEST(VariableRecord, BelowMinorVersionOneDatasetsGoByTheNames) {
   }
 }
 
-TEST(VariableRecord, NamesMayHaveNoWidth) {
-  BytesBuilder bytes(0, 1, 0);
-  bytes.u32({5, 1, 0}).f32({0.0F}).u32({1, 0, 1}).u64({0, 0}).u32({8}).u8({1});
-  const VariableMetaData record = readVariableMetaData(bytes.bytes(), 1, 0, {});
-  EXPECT_EQ(record.datasetNames, Texts{""});
-  EXPECT_EQ(record.usesTimeDiffs, std::vector<bool>{true});
-}
-
 TEST(VariableRecord, WhatTheContextClaimsIsHeldAgainstTheRecord) {
-  const BytesBuilder bytes = variableBytes({0, 1, 0});
+  const Writer::ByteWriter bytes = variableBytes({0, 1, 0});
   const auto read = [&](std::uint64_t variables, std::uint64_t width, const Sizes& parts) {
     (void)readVariableMetaData(bytes.bytes(), variables, width, parts);
   };
@@ -82,17 +66,6 @@ TEST(VariableRecord, WhatTheContextClaimsIsHeldAgainstTheRecord) {
   EXPECT_THROW(read(0, (1ULL << 20) + 1, parts), InternalError);
   EXPECT_THROW(read(2, 4, {~0ULL, 9}), InternalError);
   EXPECT_EQ(messageOf<std::out_of_range>([&] { read(2, 4, {}); }), "invalid vector<T> subscript");
-}
-
-TEST(OctreeRecord, EmptyPartsMayEndWithTheRecordAndFlagsAreTrueAboveZero) {
-  const BytesBuilder bytes = BytesBuilder(0, 0, 0).u64({2}).u32({0, 0, 1, 2}).u8({9, 0});
-  CaseMetaData context;
-  context.numGeometries = 1;
-  const auto read = [&](std::uint32_t states) {
-    return readOctreeMetaData(bytes.bytes(), context, Words{states});
-  };
-  EXPECT_EQ(read(1)[0][0].partFlags, (std::vector<bool>{true, false}));
-  EXPECT_THROW((void)read(2), InternalError);
 }
 
 TEST(OctreeRecord, GeometryZeroDecidesForAll) {
@@ -108,7 +81,7 @@ TEST(OctreeRecord, GeometryZeroDecidesForAll) {
 }
 
 TEST(TimeSetRecord, AStartOfZeroOrMoreIsFollowedByTheIncrement) {
-  BytesBuilder bytes(0, 0, 0);
+  Writer::ByteWriter bytes({0, 0, 0});
   bytes.u32({1}).u64({4}).text(std::string_view("a\0bc", 4)).i32({1}).f32({2.0F}).i32({0}).u32({5});
   const auto set = readTimeSet(bytes.bytes(), 3);
   EXPECT_EQ(set->index(), 3U);
@@ -117,24 +90,17 @@ TEST(TimeSetRecord, AStartOfZeroOrMoreIsFollowedByTheIncrement) {
   EXPECT_TRUE(set->filenameNumbers().empty());
 }
 
-TEST(TimeSetRecord, WithoutPositiveStepsNothingFollowsANegativeStart) {
-  for (const std::int32_t steps : {0, -1, std::int32_t{-0x7FFFFFFF}}) {
-    const BytesBuilder bytes = BytesBuilder(0, 0, 0).u32({1}).u64({0}).i32({steps, -1});
-    EXPECT_EQ(readTimeSet(bytes.bytes(), 0)->numberOfSteps(), steps);
-  }
-}
-
 TEST(StepBoxes, GoToTheStatesInOrderAndMoreAreReadOverWithOneWarning) {
   constexpr StoredBox kFirst{1, 2, 3, 4, 5, 6};
   constexpr StoredBox kSecond{7, 8, 9, 10, 11, 12};
   const auto read = [](std::size_t stateCount) {
-    BytesBuilder bytes(0, 0, 0);
+    Writer::ByteWriter bytes({0, 0, 0});
     bytes.u64({2}).f32({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
     std::vector<GeometryMetadata> states(stateCount);
     readMetaPerTimeStep(bytes.bytes(), states);
     return states;
   };
-  const Kelbor::LogCapture log(Kelbor::LogLevel::warning);
+  const Kelbor::LogCapture log(Kelbor::LogLevel::kWarning);
   const auto states = read(3);
   EXPECT_EQ(states[0].boundingBox, kFirst);
   EXPECT_EQ(states[1].boundingBox, kSecond);
@@ -150,10 +116,10 @@ TEST(StepBoxes, GoToTheStatesInOrderAndMoreAreReadOverWithOneWarning) {
 
 TEST(RecipeParameters, CountsBelowOneAreEmpty) {
   for (const std::int32_t count : {0, -1, -0x7FFFFFFF}) {
-    EXPECT_TRUE(readRecipeConParams(BytesBuilder(0, 0, 0).i32({count}).bytes()).empty());
+    EXPECT_TRUE(readRecipeConParams(Writer::ByteWriter({0, 0, 0}).i32({count}).bytes()).empty());
   }
   const auto blocks = readRecipeConParams(
-      BytesBuilder(0, 0, 0).i32({3, 2}).u8({1, 2}).i32({-5, 1}).u8({3}).bytes());
+      Writer::ByteWriter({0, 0, 0}).i32({3, 2}).u8({1, 2}).i32({-5, 1}).u8({3}).bytes());
   EXPECT_EQ(blocks, (std::vector<std::vector<std::byte>>{
                         {std::byte{1}, std::byte{2}}, {}, {std::byte{3}}}));
 }

@@ -15,7 +15,6 @@
 #include "platform/system_info.hpp"
 #include "platform/thread_count.hpp"
 #include "platform/thread_probe.hpp"
-#include "platform/zlib_stream.hpp"
 
 namespace Kelbor::Platform {
 namespace {
@@ -74,37 +73,11 @@ TEST_F(ThreadCount, TwoProcessorsAreLeftToOthersFromFourOn) {
 }
 
 TEST(SystemInfo, MachineHasMemoryProcessorsAndThreads) {
-  EXPECT_GT(totalPhysicalMemory(), std::uint64_t{1} << 20);
+  EXPECT_GT(totalPhysicalMemory(), std::uint64_t{1} << 27);
   EXPECT_GE(processorCount(), 1);
   EXPECT_EQ(startableThreads(0), 0U);
   EXPECT_EQ(startableThreads(5), 5U);
   EXPECT_TRUE(hasMemory(1000));
-}
-
-TEST(CriticalSectionTest, OwnerMayEnterAgainAndOthersWait) {
-  CriticalSection section;
-  section.lock();
-  section.lock();
-  bool entered = true;
-  std::thread([&] { entered = section.try_lock(); }).join();
-  EXPECT_FALSE(entered);
-  section.unlock();
-  std::thread([&] { entered = section.try_lock(); }).join();
-  EXPECT_FALSE(entered) << "one of two entries is still held";
-  section.unlock();
-  int counter = 0;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 3; ++t) {
-    threads.emplace_back([&] {
-      for (int i = 0; i < 1000; ++i) {
-        section.lock();
-        ++counter;
-        section.unlock();
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(counter, 3000);
 }
 
 TEST(FileStreamTest, ShortReadsAreToldAndWhatIsNoFileDoesNotOpen) {
@@ -132,27 +105,6 @@ TEST(FileStreamTest, ShortReadsAreToldAndWhatIsNoFileDoesNotOpen) {
   std::filesystem::remove(path);
   EXPECT_FALSE(FileStream::open(path, "rb").isOpen());
   EXPECT_FALSE(FileStream::open(std::filesystem::temp_directory_path().string(), "rb").isOpen());
-}
-
-TEST(ZlibStreams, DeflateFastAndEndOnce) {
-  std::vector<Bytef> plain(10'000, 'a');
-  std::vector<Bytef> packed(10'100);
-  DeflateStream deflater;
-  ASSERT_TRUE(deflater.isReady());
-  z_stream& out = deflater.get();
-  out.next_in = plain.data();
-  out.avail_in = static_cast<uInt>(plain.size());
-  out.next_out = packed.data();
-  out.avail_out = static_cast<uInt>(packed.size());
-  ASSERT_EQ(::deflate(&out, Z_FINISH), Z_STREAM_END);
-  EXPECT_EQ(packed[0], 0x78);
-  EXPECT_EQ(packed[1] >> 6, 1) << "level 4 marks itself as fast";
-
-  InflateStream inflater;
-  ASSERT_TRUE(inflater.isReady());
-  EXPECT_EQ(inflater.end(), Z_OK);
-  EXPECT_FALSE(inflater.isReady());
-  EXPECT_EQ(inflater.end(), Z_OK);
 }
 
 /// Counts those that exist.

@@ -65,25 +65,5 @@ TEST_F(IdWindowChainTest, DecodesIntoTheCallersMemoryInEitherOrderOfConnection) 
   }
 }
 
-TEST_F(IdWindowChainTest, TemplateIsConnectedTakenApartAndCloned) {
-  IdWindowZlibDecompressionChain chain(graph_.context(), 3, std::vector<std::uint64_t>{800},
-                                       DataTypes::kInt32);
-  chain.connectInput(0, referenceStream_);
-  chain.connectInput(1, newIdStream_);
-  chain.disconnectInput(0);
-  chain.disconnectInput(1);
-  EXPECT_TRUE(chain.deleteUnreferencedOutputs());
-  EXPECT_FALSE(chain.hasOutputProvider(0));
-
-  const auto copy = chain.copy();
-  EXPECT_TRUE(copy->setParameter(kTotalNumberUncompressedElements, 8));
-  copy->connectInput(0, referenceStream_);
-  copy->connectInput(1, newIdStream_);
-  EXPECT_EQ(Graph::resultOf<std::int32_t>(*copy), ids_);
-  EXPECT_THROW(IdWindowZlibDecompressionChain(graph_.context(), 3, std::vector<std::uint64_t>{8},
-                                              DataTypes::kInt16),
-               std::runtime_error);
-}
-
 }  // namespace
 }  // namespace Kelbor::MathModule

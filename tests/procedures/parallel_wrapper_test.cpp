@@ -12,6 +12,7 @@
 #include "procedures/dequantization.hpp"
 #include "procedures/factory_table.hpp"
 #include "procedures/sums.hpp"
+#include "recipes/parameter_blocks.hpp"
 #include "writer/streams.hpp"
 
 namespace Kelbor::MathModule {
@@ -33,10 +34,10 @@ class ParallelWrapperTest : public testing::Test {
   ~ParallelWrapperTest() override { Platform::Detail::forgetThreadCount(); }
 
   std::unique_ptr<OmpDecompressionWrapper> chunked(
-      std::uint64_t count, std::uint32_t marker = OmpDecompressionWrapper::kChunkTableMarker) {
+      std::uint64_t count, std::uint32_t marker = morvex::kChunkTableMarker) {
     return std::make_unique<OmpDecompressionWrapper>(
-        std::make_unique<ChunkedZlibDecompressionWrapper>(
-            graph_.context(), Sizes{count}, DataTypes::kInt32, 256, Kernels::PlaneMode::RunningSum),
+        std::make_unique<ChunkedZlibDecompressionWrapper>(graph_.context(), Sizes{count},
+                                                          DataTypes::kInt32, 256),
         Sizes{count}, marker);
   }
   Values decode(const Writer::Bytes& payload, std::uint64_t count) {
@@ -52,7 +53,7 @@ TEST_F(ParallelWrapperTest, EveryTeamWritesTheSameBitsIntoTheCallersMemory) {
   const Values values = someValues(200'000);  // enough for teams of 12
   for (const std::uint64_t chunks : {1U, 2U, 7U, 64U}) {
     const Writer::Bytes payload = Writer::chunkedStream<std::int32_t>(
-        values, Writer::Chaining::differences, {.planeChunkBytes = 256, .tableChunks = chunks});
+        values, Writer::Chaining::kDifferences, {.planeChunkBytes = 256, .tableChunks = chunks});
     for (const int threads : {1, 2, 3, 8, 300}) {
       Platform::setThreadCount(threads);
       const auto wrapper = chunked(values.size());
@@ -70,7 +71,7 @@ TEST_F(ParallelWrapperTest, EveryTeamWritesTheSameBitsIntoTheCallersMemory) {
 TEST_F(ParallelWrapperTest, ChunkTableIsHeldAgainstTheInputAndTheTarget) {
   const Values values = someValues(10);
   const Writer::Bytes chunk =
-      Writer::planeStream<std::int32_t>(values, Writer::Chaining::differences, 256);
+      Writer::planeStream<std::int32_t>(values, Writer::Chaining::kDifferences, 256);
   const std::vector<Writer::Bytes> chunks{chunk};
   EXPECT_EQ(decode(Writer::chunkTable(chunks, Sizes{10}), 10), values);
   EXPECT_EQ(decode(Writer::chunkTable({}, {}), 0), Values{});
@@ -103,7 +104,7 @@ TEST_F(ParallelWrapperTest, OneBadChunkFailsTheReadAndSparesTheOthers) {
   const Values values = someValues(30);
   const auto part = [&](std::size_t from) {
     return Writer::planeStream<std::int32_t>(std::span(values).subspan(from, 10),
-                                             Writer::Chaining::differences, 256);
+                                             Writer::Chaining::kDifferences, 256);
   };
   const std::vector<Writer::Bytes> chunks{part(0), Writer::Bytes{std::byte{1}}, part(20)};
   const auto wrapper = chunked(30);
@@ -119,7 +120,7 @@ TEST_F(ParallelWrapperTest, MarkerDecidesWhetherThereIsATable) {
   const Values values = someValues(10);
   const auto wrapper = chunked(10, /*marker=*/0);
   wrapper->connectInput(0, graph_.source(Writer::planeStream<std::int32_t>(
-                               values, Writer::Chaining::differences, 256)));
+                               values, Writer::Chaining::kDifferences, 256)));
   EXPECT_EQ(Graph::resultOf<std::int32_t>(*wrapper), values);
 }
 

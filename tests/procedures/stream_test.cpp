@@ -16,7 +16,6 @@ namespace Kelbor::MathModule {
 namespace {
 
 namespace Writer = morvex::Writer;
-using Kernels::PlaneMode;
 using Sizes = std::vector<std::uint64_t>;
 
 /// Steps up and down with a few extremes among them, so that sums wrap.
@@ -47,13 +46,19 @@ TYPED_TEST(StreamOf, EveryShapeOfPlaneChunksComesBack) {
       for (const bool differences : {true, false}) {
         Graph graph;
         const Writer::Bytes stream = Writer::planeStream<TypeParam>(
-            values, differences ? Writer::Chaining::differences : Writer::Chaining::none,
+            values, differences ? Writer::Chaining::kDifferences : Writer::Chaining::kNone,
             chunkBytes);
-        ChunkedZlibDecompressionWrapper procedure(
-            graph.context(), Sizes{count}, dataTypeOf<TypeParam>(), chunkBytes,
-            differences ? PlaneMode::RunningSum : PlaneMode::Plain);
-        procedure.connectInput(0, graph.source(stream));
-        EXPECT_EQ(Graph::resultOf<TypeParam>(procedure), values)
+        std::unique_ptr<DataProcedure> procedure;
+        const DataType type = dataTypeOf<TypeParam>();
+        if (differences) {
+          procedure = std::make_unique<ChunkedZlibDecompressionWrapper>(
+              graph.context(), Sizes{count}, type, chunkBytes);
+        } else {
+          procedure = std::make_unique<ChunkedZlibTreeDecompressionWrapper>(
+              graph.context(), Sizes{count}, type, chunkBytes);
+        }
+        procedure->connectInput(0, graph.source(stream));
+        EXPECT_EQ(Graph::resultOf<TypeParam>(*procedure), values)
             << count << " values, " << chunkBytes << " bytes a chunk";
       }
     }
@@ -71,16 +76,14 @@ TEST(ChunkedStream, ShorterStreamShrinksTheOutputAndDamageFailsTheRead) {
   Graph graph;
   const std::vector<std::int32_t> values = someValues<std::int32_t>(100);
   const Writer::Bytes stream =
-      Writer::planeStream<std::int32_t>(values, Writer::Chaining::differences);
+      Writer::planeStream<std::int32_t>(values, Writer::Chaining::kDifferences);
   // One plane chunk in the stream, two in the output: the second brings nothing more.
-  ChunkedZlibDecompressionWrapper shorter(graph.context(), Sizes{150}, DataTypes::kInt32, 400,
-                                          PlaneMode::RunningSum);
+  ChunkedZlibDecompressionWrapper shorter(graph.context(), Sizes{150}, DataTypes::kInt32, 400);
   shorter.connectInput(0, graph.source(stream));
   EXPECT_EQ(Graph::resultOf<std::int32_t>(shorter), values);
 
   for (const std::size_t length : {std::size_t{0}, std::size_t{1}, stream.size() / 2}) {
-    ChunkedZlibDecompressionWrapper cut(graph.context(), Sizes{100}, DataTypes::kInt32, 64,
-                                        PlaneMode::RunningSum);
+    ChunkedZlibDecompressionWrapper cut(graph.context(), Sizes{100}, DataTypes::kInt32, 64);
     cut.connectInput(0, graph.source(Writer::Bytes(stream.data(), stream.data() + length)));
     expectRaised<Exception>(kPreparationFailed, [&] { Graph::resultOf<std::int32_t>(cut); });
     expectRaised<Exception>(kPreparationFailed, [&] { Graph::resultOf<std::int32_t>(cut); });
@@ -91,7 +94,7 @@ TEST(ChunkedStream, RefusesWhatItCanNotDecode) {
   Graph graph;
   const auto make = [&](DataType type, std::uint32_t chunkBytes) {
     return std::make_unique<ChunkedZlibDecompressionWrapper>(graph.context(), Sizes{4}, type,
-                                                             chunkBytes, PlaneMode::RunningSum);
+                                                             chunkBytes);
   };
   expectRaised<Exception>(": chunkSizeInBytes>=2^31",
                           [&] { make(DataTypes::kInt32, 0x80000000U); });
@@ -99,7 +102,7 @@ TEST(ChunkedStream, RefusesWhatItCanNotDecode) {
     WindowZlibDecompression(graph.context(), Sizes{4}, DataTypes::kInt32, 0xFFFFFFFFU);
   });
   expectRaised<Exception>(": targetDimensions==NULL", [&] {
-    ChunkedZlibDecompressionWrapper(graph.context(), {}, DataTypes::kInt32, 64, PlaneMode::Plain);
+    ChunkedZlibDecompressionWrapper(graph.context(), {}, DataTypes::kInt32, 64);
   });
 
   const auto procedure = make(DataTypes::kUInt16, 64);

@@ -39,7 +39,7 @@ class LookupTest : public testing::Test {
     }
   }
 
-  Kelbor::LogCapture log_{Kelbor::LogLevel::silent};
+  Kelbor::LogCapture log_{Kelbor::LogLevel::kSilent};
   TemporaryPath path_{"lookup.sdf"};
   bool isOpen_ = false;
 };
@@ -170,8 +170,8 @@ TEST_F(LookupTest, VariableTablesAnswerInterestOnly) {
   Writer::ResultFileBuilder file;
   const std::uint32_t steps = file.timeSet({0.0F, 1.0F});
   file.part("p").nodes({0}, {0}, {0});
-  file.variable("complex", Writer::Location::perNode, 5).complex("phase", 50.0F).set({}, {1.0F});
-  file.variable("constant", Writer::Location::perElement, 6)
+  file.variable("complex", Writer::Location::kPerNode, 5).complex("phase", 50.0F).set({}, {1.0F});
+  file.variable("constant", Writer::Location::kPerElement, 6)
       .describe("a number")
       .onTimeSet(steps)
       .constant({4.0F, 5.0F});
@@ -213,7 +213,7 @@ TEST_F(LookupTest, VariableReadsRefuseTypesAndSayWhereTheyAreNotDefined) {
   Writer::ResultFileBuilder file;
   file.part("p").nodes({0, 1}, {0, 0}, {0, 0});
   file.part("q").nodes({0}, {0}, {0});
-  file.variable("v", Writer::Location::perNode).set({}, {3.0F, 4.0F});
+  file.variable("v", Writer::Location::kPerNode).set({}, {3.0F, 4.0F});
   open(file);
   std::array<float, 3> values{77, 77, 77};
   const auto read = [&](int part, int type) {

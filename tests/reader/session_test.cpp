@@ -1,13 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <tuple>
 
 #include "morvex/morvex_ensg.h"
-#include "reader/workflow_log.hpp"
+#include "reader/ensg/workflow_log.hpp"
 #include "support/log_capture.hpp"
 #include "support/stored_forms.hpp"
 #include "support/temporary_path.hpp"
@@ -99,14 +101,14 @@ TEST_F(SessionTest, WhatIsNoResultFileIsRefusedWithOneFatalLineThatNamesIt) {
   std::ofstream(empty.string()).flush();
   for (const std::string& path : {foreign.string(), empty.string(), std::string("/no/such/file"),
                                   std::string("/"), std::string()}) {
-    const LogCapture log(LogLevel::fatal);
+    const LogCapture log(LogLevel::kFatal);
     EXPECT_EQ(MX_openFile(path.c_str(), 0), -1);
     const std::string expected =
         "FATAL: MX_openFile: the type of file '" + path + "' is unknown or invalid (";
     EXPECT_EQ(log.text().rfind(expected, 0), 0U) << log.text();
     EXPECT_EQ(log.text().find('\n'), log.text().size() - 1) << log.text();
   }
-  const LogCapture log(LogLevel::silent);
+  const LogCapture log(LogLevel::kSilent);
   EXPECT_EQ(MX_openFile(nullptr, 0), -1);
 }
 
@@ -119,9 +121,19 @@ TEST_F(SessionTest, SecondOpenEndsTheFirstEvenIfItFails) {
               std::string::npos);
     EXPECT_EQ(MX_getNumberOfParts(), 2);
   }
-  const LogCapture log(LogLevel::silent);
+  const LogCapture log(LogLevel::kSilent);
   EXPECT_EQ(MX_openFile("/no/such/file", 0), -1);
   EXPECT_EQ(MX_getNumberOfParts(), 0) << "no session is left";
+}
+
+TEST_F(SessionTest, StatusLinesEndWithTheFirstOpening) {
+  const LogCapture log(LogLevel::kStatus);
+  ASSERT_EQ(open(), 0);
+  EXPECT_NE(log.text().find("STATUS: Reading Metadata... done."), std::string::npos);
+  const std::size_t first = log.text().size();
+  MX_exit();
+  ASSERT_EQ(open(), 0);
+  EXPECT_EQ(log.text().find("STATUS", first), std::string::npos);
 }
 
 TEST_F(SessionTest, ThreadCountNeedsNoSessionAndReleaseFillsItsBuffer) {
@@ -131,7 +143,8 @@ TEST_F(SessionTest, ThreadCountNeedsNoSessionAndReleaseFillsItsBuffer) {
   char release[21];
   std::memset(release, 'x', sizeof release);
   EXPECT_EQ(MX_getReaderRelease(release), 0);
-  EXPECT_EQ(std::string(release, 20), std::string("7.0.1") + std::string(15, '\0'));
+  EXPECT_EQ(std::string(release, 20),
+            std::string(MORVEX_VERSION) + std::string(20 - std::strlen(MORVEX_VERSION), '\0'));
   EXPECT_EQ(release[20], 'x');
 }
 
@@ -151,6 +164,18 @@ TEST_F(SessionTest, WorkflowLogRecordsCallsBetweenHeaderAndFooter) {
   log.begin("b.sdf");  // starts over
   EXPECT_EQ(contentOf(logPath.string()).find("a/file.sdf"), std::string::npos);
   log.end();
+}
+
+/// The environment is read when the library is loaded: by this program, run once more.
+TEST_F(SessionTest, WorkflowLogIsNamedByTheEnvironment) {
+  const TemporaryPath log("environment.log");
+  const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
+  const std::string command = "MORVEX_WORKFLOW_LOG='" + log.string() + "' '" + program +
+                              "' --gtest_filter=*StatusLines* >/dev/null 2>&1";
+  ASSERT_EQ(std::system(command.c_str()), 0);
+  const std::string text = contentOf(log.string());
+  EXPECT_NE(text.find("#Input-File : "), std::string::npos) << text;
+  EXPECT_NE(text.find("[MX_exit]\n"), std::string::npos) << text;
 }
 
 TEST_F(SessionTest, WorkflowLogThatCanNotBeMadeIsSwitchedOff) {

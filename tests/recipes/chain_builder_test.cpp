@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <stdexcept>
 #include <vector>
 
-#include "core/error.hpp"
 #include "core/scoped_access.hpp"
+#include "metadata/exception.hpp"
+#include "metadata/serializer.hpp"
 #include "recipes/procedure_factory.hpp"
 
 namespace morvex {
@@ -90,13 +92,14 @@ class ChainBuilder : public testing::Test {
                                                FactoryCache& factories) {
     std::vector<std::unique_ptr<DataProvider>> inputs;
     for (const int value : values) inputs.push_back(value < 0 ? nullptr : number(value));
-    return buildChain(recipe, std::move(inputs), Deserializer(&manager_, noParameters_),
-                      {.context = &manager_,
-                       .classCreators = kCreators,
-                       .factories = factories,
-                       .sizes = {},
-                       .cache = cache_,
-                       .keyMapper = [](const std::string& key) { return "/mapped/" + key; }});
+    return recipe.buildChain(
+        std::move(inputs), Deserializer(&manager_, noParameters_),
+        {.context = &manager_,
+         .classCreators = kCreators,
+         .factories = factories,
+         .sizes = {},
+         .cache = cache_,
+         .keyMapper = [](const std::string& key) { return "/mapped/" + key; }});
   }
 
   static std::int32_t valueOf(const Kelbor::BranchedChain& chain, const char* key) {
@@ -139,7 +142,7 @@ TEST_F(ChainBuilder, ReferencesComeFromTheCacheAndStayAliveInTheChain) {
   const ExternalReference required{0, "missing", "Out", false};
 
   const auto chain = build(recipe({{here, optional, ChainInput{0}}}, {"Sum"}), {2});
-  cache_.removeIf([](const std::string&) { return true; });
+  cache_.removeIf(std::array{ShelfRange{}}, [](const std::string&) { return true; });
   EXPECT_EQ(valueOf(*chain, "Sum"), 7 + 10 * 2);
 
   try {

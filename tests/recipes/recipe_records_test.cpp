@@ -91,18 +91,19 @@ TEST(RecipeRecord, RefusesWhatIsNoChainAndCountsBeyondTheBytes) {
 }
 
 TEST(ParameterBlocks, HoldTheValuesInTheOrderOfTheChain) {
+  ParameterBlocks blocks;
   const ByteWriter decompression = versioned().i32(-1).i32(4).u64(65536);
-  EXPECT_EQ(decompressionBlock(Kelbor::DataTypes::kInt16), decompression.bytes());
-  EXPECT_EQ(windowBlock(), versioned().i32(-1).i32(3).i32(6).bytes());
+  EXPECT_EQ(blocks.decompression(Kelbor::DataTypes::kInt16), decompression.bytes());
+  EXPECT_EQ(blocks.window(), versioned().i32(-1).i32(3).i32(6).bytes());
 
   const PrecisionSetting uniform{QuantizationType::UniformQuantization, {0.25}};
   const ByteWriter split = versioned().i32(9).i32(10).u32(0).f64(0.25).u8(0);
-  EXPECT_EQ(dequantizationBlock(false, uniform), split.bytes());
+  EXPECT_EQ(blocks.dequantization(false, uniform), split.bytes());
 
   const PrecisionSetting adaptive{QuantizationType::AdaptiveExponentQuantization, {1, 2, 3, 4}};
   const ByteWriter whole =
       versioned().i32(-1).i32(6).u64(65536).i32(9).i32(10).u32(3).f64(-1.0).u8(0);
-  EXPECT_EQ(dequantizationBlock(true, adaptive), whole.bytes());
+  EXPECT_EQ(blocks.dequantization(true, adaptive), whole.bytes());
 }
 
 }  // namespace

@@ -18,14 +18,14 @@
 #include "core/provider.hpp"
 #include "core/scoped_access.hpp"
 #include "sdf/sdf_file.hpp"
-#include "support/bytes_builder.hpp"
+#include "writer/byte_writer.hpp"
 
 /// The container's bytes field by field, so that tests fix the layout apart from the code that is
 /// tested.
 namespace Kelbor::MathModule {
 
 using Bytes = std::vector<std::byte>;
-using morvex::BytesBuilder;
+using morvex::Writer::ByteWriter;
 
 /// A table's record, or with the fields alone where a root table stands.
 struct Record {
@@ -44,7 +44,7 @@ inline Record inlined(std::string_view name, std::string_view content) {
 }
 
 inline Bytes recordOf(const Record& record) {
-  BytesBuilder bytes;
+  ByteWriter bytes;
   bytes.text({&record.type, 1}).u64({record.name.size()}).text(record.name);
   return bytes.u64({record.field1, record.field2, record.field3}).bytes();
 }
@@ -55,7 +55,7 @@ inline Bytes joined(Bytes first, const Bytes& second) {
 }
 
 inline Bytes tableOf(std::initializer_list<Record> records) {
-  Bytes table = BytesBuilder().u64({records.size()}).bytes();
+  Bytes table = ByteWriter().u64({records.size()}).bytes();
   for (const Record& record : records) table = joined(table, recordOf(record));
   return table;
 }
@@ -65,9 +65,9 @@ inline Bytes tableOf(std::initializer_list<Record> records) {
 inline Bytes containerOf(const Bytes& payload, const Bytes& region, const Record& root,
                          std::uint32_t version = 106,
                          std::string_view flavour = std::string_view("\0\0\0\0", 4)) {
-  BytesBuilder header;
+  ByteWriter header;
   header.text("SDFv").u32({version}).u64({20 + payload.size()}).text(flavour);
-  const Bytes trailer = BytesBuilder().u64({root.field1, root.field2, root.field3}).bytes();
+  const Bytes trailer = ByteWriter().u64({root.field1, root.field2, root.field3}).bytes();
   return joined(joined(header.bytes(), payload), joined(region, trailer));
 }
 
@@ -77,7 +77,7 @@ inline Bytes containerOf(const Bytes& payload, const Bytes& rootTable) {
 }
 
 inline Bytes bytesOf(std::string_view text) {
-  return BytesBuilder().text(text).bytes();
+  return ByteWriter().text(text).bytes();
 }
 
 /// `count` bytes that zlib can't shorten, the first of them 1.

@@ -86,7 +86,7 @@ TEST_F(DatasetRead, DamagedAndForeignStreamsFail) {
   Bytes wrongSum = stream_;
   wrongSum.back() ^= std::byte{1};
   // A stream that asks for a preset dictionary: zlib's answer is positive.
-  const Bytes dictionary = joined(BytesBuilder().u8({0x78, 0xBB}).u32({0x12345678}).bytes(), cut);
+  const Bytes dictionary = joined(ByteWriter().u8({0x78, 0xBB}).u32({0x12345678}).bytes(), cut);
   for (const Bytes& stream : {cut, wrongSum, dictionary, Bytes(20)}) {
     open(stream, {{'D', "x", kSize, 20, stream.size()}});
     EXPECT_THROW((void)read("x"), Exception);

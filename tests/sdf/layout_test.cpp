@@ -41,12 +41,6 @@ TEST_F(Layout, SmallFileIsWrittenByteByByte) {
                                   106, "abXY"));
 }
 
-TEST_F(Layout, EmptyFileHasAnEmptyRootTable) {
-  writer()->ensureOpen();
-  EXPECT_EQ(stored(), containerOf({}, tableOf({})));
-  EXPECT_TRUE(datasets(*reader()).empty());
-}
-
 TEST_F(Layout, VersionsAndFlavoursOnlyWarn) {
   EXPECT_EQ(openingLog(107, "abcd", "efgh"), "WARNING: SDF versions do not match!\n");
   EXPECT_EQ(openingLog(106, "abcd", "efgh"), "WARNING: SDF flavours do not match!\n");
@@ -67,15 +61,6 @@ TEST_F(Layout, UnknownRecordsAreSkipped) {
   EXPECT_EQ(readAll(*file, "/", "second"), bytesOf("s"));
   EXPECT_FALSE(file->hasDataset("/", "odd"));
   EXPECT_FALSE(file->hasDataset("/", "attribute"));
-}
-
-TEST_F(Layout, AttributesKeepTheirFieldsButStringAttributesLoseTheirTag) {
-  put(containerOf({}, tableOf({{'A', "a", 1, 2, 3}, {'S', "s", 4, 5, 6}})));
-  writer()->ensureOpen();
-  EXPECT_EQ(stored().size(), 20U + 8 + 2 * 34 + 24) << "never shorter than it was";
-  const LogCapture log;
-  EXPECT_TRUE(datasets(*reader()).empty());
-  EXPECT_EQ(log.text(), "ERROR: Unsupported SdfEntry type!\n");
 }
 
 TEST_F(Layout, NamesEndAtTheirFirstZeroAndLaterRecordsReplace) {
@@ -104,12 +89,6 @@ TEST_F(Layout, FilesThatAreNoContainerDoNotOpen) {
   EXPECT_EQ(failedLog(changed(8, 0)), failed) << "no tables";
   EXPECT_EQ(failedLog(changed(8, good.size() - 23)),
             "ERROR: Sdf table region lies beyond the file!\n" + failed);
-}
-
-TEST_F(Layout, ShortFileOpenedForWritingIsStartedAnew) {
-  put(Bytes(43, std::byte{0xFF}));
-  EXPECT_EQ(write(*writer(), "/", "x", pattern(3)), 0);
-  EXPECT_EQ(readAll(*reader(), "/", "x"), pattern(3));
 }
 
 }  // namespace

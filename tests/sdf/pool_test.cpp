@@ -57,22 +57,6 @@ TEST_F(OpenFilePool, ClosesTheFileOpenedFirstAndReopensItOnDemand) {
   EXPECT_EQ(openStreams(path("")), 0U);
 }
 
-TEST_F(OpenFilePool, WritableFileSurvivesBeingClosed) {
-  {
-    const auto file = writer();
-    EXPECT_EQ(write(*file, "/g", "a", noise(30)), 0);
-    openAll();
-    EXPECT_EQ(openStreams(path()), 0U);
-    EXPECT_EQ(write(*file, "/g", "b", noise(31)), 0);
-    for (const auto& other : files_) other->closeIfOpen(true);
-    openAll();
-    EXPECT_EQ(openStreams(path()), 0U) << "it is finished from the closed state";
-  }
-  const auto file = reader();
-  EXPECT_EQ(readAll(*file, "/g", "a"), noise(30));
-  EXPECT_EQ(readAll(*file, "/g", "b"), noise(31));
-}
-
 TEST_F(OpenFilePool, FailedOpenLeavesThePool) {
   put(noise(100), "foreign");
   const auto missing = reader("missing");

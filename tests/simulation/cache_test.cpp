@@ -10,6 +10,7 @@
 
 #include "core/error.hpp"
 #include "simulation/dataset_path.hpp"
+#include "simulation/read_context.hpp"
 #include "simulation/simulation.hpp"
 #include "support/log_capture.hpp"
 #include "support/temporary_path.hpp"
@@ -43,7 +44,7 @@ class CacheTest : public testing::Test {
     std::iota(times.begin(), times.end(), 0.0F);
     const std::uint32_t timeset = file.timeSet(times);
     file.timeBlocks(blockSize);
-    auto& v = file.variable("v", Location::perNode).onTimeSet(timeset);
+    auto& v = file.variable("v", Location::kPerNode).onTimeSet(timeset);
     v.quantised(Quantisation::uniform(0.5)).timeDifferences();
     for (int step = 0; step < steps; ++step) v.set({.step = step}, valuesAt(step));
     return open(file.image());
@@ -58,7 +59,7 @@ class CacheTest : public testing::Test {
     return values;
   }
 
-  Kelbor::LogCapture log_{Kelbor::LogLevel::silent};
+  Kelbor::LogCapture log_{Kelbor::LogLevel::kSilent};
   TemporaryPath path_{"cache.sdf"};
   Kelbor::DataManager manager_;
 };
@@ -69,9 +70,9 @@ TEST_F(CacheTest, WalkingForwardDecodesEachStepOnceAndKeepsFew) {
     const auto simulation = openSeries(steps, blockSize);
     for (int step = 0; step < steps; ++step) {
       EXPECT_EQ(read(*simulation, step), valuesAt(step)) << "step " << step;
-      EXPECT_LE(simulation->externalDependencyCache().size(), 2 * blockSize + 1);
+      EXPECT_LE(simulation->reads().externalDependencyCache.size(), 2 * blockSize + 1);
     }
-    EXPECT_EQ(simulation->cookedDatasets(), static_cast<std::uint64_t>(steps));
+    EXPECT_EQ(simulation->reads().cookedDatasets, static_cast<std::uint64_t>(steps));
   }
 }
 
@@ -96,9 +97,9 @@ TEST_F(CacheTest, RandomStepCostsNoMoreThanItsPatternNeeds) {
   std::mt19937 random(1);
   for (int i = 0; i < 60; ++i) {
     const int step = static_cast<int>(random() % steps);
-    const std::uint64_t before = simulation->cookedDatasets();
+    const std::uint64_t before = simulation->reads().cookedDatasets;
     EXPECT_EQ(read(*simulation, step), valuesAt(step)) << "step " << step;
-    EXPECT_LE(simulation->cookedDatasets() - before, closureOf(step, steps, 4).size());
+    EXPECT_LE(simulation->reads().cookedDatasets - before, closureOf(step, steps, 4).size());
   }
 }
 
@@ -106,7 +107,7 @@ TEST_F(CacheTest, AxesShareTheTableOfExponentsUntilGeometryIsFinished) {
   ResultFileBuilder file;
   file.coordinates(Quantisation::adaptiveShift(0.01));
   file.part("p").nodes({0, 1, 2, 3, 4}, {0, 5, 0, 0, 0}, {0, 0, 9, 0, 0});
-  file.variable("v", Location::perNode).set({}, {1, 2, 3, 4, 5});
+  file.variable("v", Location::kPerNode).set({}, {1, 2, 3, 4, 5});
   const auto simulation = open(file.image());
   const auto readAxes = [&] {
     std::vector<float> values(kNodes);
@@ -116,19 +117,20 @@ TEST_F(CacheTest, AxesShareTheTableOfExponentsUntilGeometryIsFinished) {
   };
   readAxes();
   readAxes();
-  EXPECT_EQ(simulation->cookedDatasets(), 1U);
-  EXPECT_EQ(simulation->externalDependencyCache().size(), 1U);
+  EXPECT_EQ(simulation->reads().cookedDatasets, 1U);
+  EXPECT_EQ(simulation->reads().externalDependencyCache.size(), 1U);
   simulation->clearGeometryCache();
-  EXPECT_EQ(simulation->externalDependencyCache().size(), 0U);
+  EXPECT_EQ(simulation->reads().externalDependencyCache.size(), 0U);
   readAxes();
-  EXPECT_EQ(simulation->cookedDatasets(), 2U);
+  EXPECT_EQ(simulation->reads().cookedDatasets, 2U);
   (void)read(*simulation, 0);
-  EXPECT_EQ(simulation->externalDependencyCache().size(), 0U) << "a variable ends geometry, too";
+  EXPECT_EQ(simulation->reads().externalDependencyCache.size(), 0U)
+      << "a variable ends geometry, too";
 }
 
 TEST_F(CacheTest, CycleOfReferencesIsTold) {
   ResultFileBuilder file = fileWithOnePart();
-  file.variable("v", Location::perNode).set({}, {1, 2, 3, 4, 5});
+  file.variable("v", Location::kPerNode).set({}, {1, 2, 3, 4, 5});
   Writer::ValueRecipe circular;
   circular.timeReferences = {"0_data_b"};
   const std::int32_t toB = file.addRecipe(Writer::valueRecipe(circular));
@@ -147,17 +149,17 @@ TEST_F(CacheTest, CycleOfReferencesIsTold) {
                                  main + "_b"),
             std::string::npos)
       << messages.text();
-  EXPECT_EQ(simulation->externalDependencyCache().size(), 0U);
+  EXPECT_EQ(simulation->reads().externalDependencyCache.size(), 0U);
 }
 
 TEST_F(CacheTest, StoredCountThatNoPayloadCanHoldSizesNothing) {
   ResultFileBuilder file = fileWithOnePart();
-  file.variable("v", Location::perNode)
+  file.variable("v", Location::kPerNode)
       .quantised(Quantisation::uniform(0.5))
       .split()
       .set({}, {1, 2, 3, 4, 5});
   Writer::RecipeBuilder stored(Writer::kStoredParametersLabel);
-  stored.addParallel(Writer::ClassTag::chunkedZlib, {Writer::chainInput(0)}, "Uncompressed");
+  stored.addParallel(Writer::ClassTag::kChunkedZlib, {Writer::chainInput(0)}, "Uncompressed");
   const std::int32_t recipe = file.addRecipe(stored);
   const std::int32_t parameters =
       file.addParameters(Writer::storedParameters(std::uint64_t{1} << 40, 6));

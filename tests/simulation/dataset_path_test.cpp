@@ -5,7 +5,7 @@
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <stdexcept>
 
-#include "core/error.hpp"
+#include "metadata/exception.hpp"
 
 namespace morvex {
 namespace {

@@ -24,7 +24,7 @@ class MetadataLoadTest : public testing::Test {
     ResultFileBuilder file;
     const std::uint32_t timeset = file.timeSet({0, 1, 2});
     file.part("p").nodes({1, 2}, {3, 4}, {5, 6});
-    auto& v = file.variable("v", Location::perNode).onTimeSet(timeset).timeDifferences();
+    auto& v = file.variable("v", Location::kPerNode).onTimeSet(timeset).timeDifferences();
     for (int step = 0; step < 3; ++step) v.set({.step = step}, {1, 2});
     file.timeBlocks(2);
     return file;
@@ -36,7 +36,7 @@ class MetadataLoadTest : public testing::Test {
   }
 
   TemporaryPath path_{"load.sdf"};
-  Kelbor::LogCapture quiet_{Kelbor::LogLevel::silent};
+  Kelbor::LogCapture quiet_{Kelbor::LogLevel::kSilent};
   Kelbor::DataManager manager_;
 };
 
@@ -44,7 +44,7 @@ TEST_F(MetadataLoadTest, TasksRunInTheirOrder) {
   ResultFileBuilder file = smallFile();
   file.requiredVersion = {7, 0, 1048};
   file.write(path_.string());
-  const Kelbor::LogCapture log(Kelbor::LogLevel::debug);
+  const Kelbor::LogCapture log(Kelbor::LogLevel::kDebug);
   const EnsgSimulation simulation(&manager_, path_.string(), false);
   EXPECT_EQ(log.text(),
             "STATUS: Reading Metadata...\n"

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kTypes = MX_ELEMENT_TYPES;
 constexpr std::uint64_t kFailed = 0xCBF29CE484222325U;
-/// Takes every name: all that matters is that nothing is written behind the longest.
+/// Accepts every name: only writes after the longest one matter.
 char* nameBuffer() {
   static std::vector<char> longest((std::size_t{1} << 20) + 1);
   return longest.data();
@@ -43,7 +43,7 @@ class Host {
   }
 
  private:
-  /// Asks one question. `otherwise` stands for a failure.
+  /// Asks one question. `otherwise` is the answer for a failure.
   template <class Question>
   int ask(Question&& question, int otherwise = 0) {
     result_.outcomes.push_back(kFailed);
@@ -61,10 +61,10 @@ class Host {
     return otherwise;
   }
 
-  /// Asks for an array of exactly `count` elements; none for a count that is no count.
+  /// Asks for an array of exactly `count` elements; does nothing for a negative count.
   template <class T, class Question>
   void askFor(std::int64_t count, Question&& question) {
-    if (count < 0) return;  // there is no answer to the question how many
+    if (count < 0) return;  // the question for the count has failed
     if (static_cast<std::uint64_t>(count) > curiosity_.largestArray ||
         arrays_ >= curiosity_.mostArrays) {
       ++result_.passedOver;
@@ -85,7 +85,7 @@ class Host {
     return bits;
   }
 
-  /// Takes a number of the last answer into its outcome.
+  /// Adds a number of the last answer to its digest.
   void note(std::uint64_t bits) { result_.outcomes.back() = mix(result_.outcomes.back(), bits); }
   static std::uint64_t mix(std::uint64_t digest, std::uint64_t bits) {
     return (digest ^ bits) * 0x100000001B3U;
@@ -120,7 +120,7 @@ class Host {
     for (int step = -1; step <= steps_; ++step) {
       askFor<float>(6, [&](float* box) { return MX_getBoundingBox(step, box); });
       askAboutParts(step, static_cast<std::size_t>(count));
-      // A model whose coordinates alone change tells its sizes at step 0.
+      // If only coordinates change, the sizes are those of step 0.
       const Parts* parts = partsAt(step);
       if (!parts) continue;
       for (int part = 0; part <= std::min(count, curiosity_.mostParts); ++part) {
@@ -156,7 +156,7 @@ class Host {
     if (status == 0) parts_[step] = std::move(parts);
   }
 
-  /// The step at which the sizes of a step are told; -1 if nowhere.
+  /// The step with the sizes of `step`; -1 if there is none.
   [[nodiscard]] int sizeStep(int step) const {
     if (parts_.contains(step)) return step;
     return parts_.contains(0) ? 0 : -1;
@@ -169,7 +169,7 @@ class Host {
   void askAboutPart(int step, int part, int nodes, const std::array<int, kTypes>& elements) {
     const auto three = [&](auto&& read) {
       askFor<float>(3 * std::int64_t{nodes}, [&](float* all) {
-        // One block for all axes would hide a write across their limits.
+        // Separate blocks: in a common one, a write beyond an axis would go unnoticed.
         const auto count = static_cast<std::size_t>(nodes);
         const std::unique_ptr<float[]> x(new float[count]()), y(new float[count]()),
             z(new float[count]());

@@ -7,24 +7,23 @@
 
 namespace morvex {
 
-/// What came of a session.
+/// The result of a session.
 struct Inquiry {
   bool opened = false;
-  /// Questions that were answered, and those that ended in an exception.
+  /// Questions answered, and questions that ended in an exception.
   std::uint64_t answers = 0;
   std::uint64_t failures = 0;
-  /// Arrays that are larger than the host wanted to hold, and were not asked for.
+  /// Arrays not asked for, since they exceed the host's limit.
   std::uint64_t passedOver = 0;
-  /// What came of each question, in their order: a digest of all numbers in the answer, or of the
-  /// failure.
+  /// One digest per question, in order: of all numbers in the answer, or of the failure.
   std::vector<std::uint64_t> outcomes;
-  /// Of all of them.
+  /// Digest of all of them.
   std::uint64_t digest = 0;
-  /// The class of an exception that the interface doesn't allow; empty where there was none.
+  /// The class of an exception that the interface doesn't allow; empty if there was none.
   std::string undefined;
 };
 
-/// How much a host wants to know.
+/// Limits of a host's questions.
 struct Curiosity {
   /// Elements of the largest array.
   std::size_t largestArray = std::size_t{1} << 20;
@@ -32,13 +31,12 @@ struct Curiosity {
   int mostSteps = 64;
   int mostParts = 64;
   int mostVariables = 64;
-  /// Arrays filled before the session is ended.
+  /// Arrays to fill before the session ends.
   std::uint64_t mostArrays = 100000;
 };
 
-/// Opens a file through the exports, asks for everything that it announces, and for a little beyond
-/// its ends, and closes it. Every array is a heap block of exactly the size that the interface
-/// demands. Lets no exception out.
+/// Opens a file through the exports, asks for everything that it announces and a little beyond, and
+/// closes it. Every array is a heap block of exactly the required size. Lets no exception out.
 Inquiry askEverything(const std::string& path, const Curiosity& curiosity = {});
 
 }  // namespace morvex

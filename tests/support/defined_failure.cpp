@@ -5,12 +5,12 @@
 #include <stdexcept>
 #include <typeinfo>
 
-#include "core/error.hpp"
+#include "metadata/exception.hpp"
 
 namespace morvex {
 namespace {
 
-/// Exactly one of these classes: a subclass would be a failure that nobody raised.
+/// Exactly one of these classes: nothing raises a subclass.
 template <class... Classes>
 bool isExactly(const std::type_info& type) {
   return ((type == typeid(Classes)) || ...);

@@ -4,9 +4,9 @@
 
 namespace morvex {
 
-/// To be called where an exception is caught: empty if it is of a class that callers are told of
-/// for damaged files, else the name of its class. Memory that runs out is not among them: a claim
-/// that could use it up is refused before.
+/// To be called in a handler. Empty if the exception's class is documented for damaged files,
+/// otherwise the name of the class. Lack of memory is not documented: sizes that could exhaust it
+/// are refused before allocation.
 [[nodiscard]] std::string undefinedFailure();
 
 }  // namespace morvex

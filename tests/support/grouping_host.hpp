@@ -5,8 +5,8 @@
 
 namespace morvex {
 
-/// Makes a locale with grouped digits and a decimal comma global, as many a desktop program does,
-/// for as long as it lives.
+/// Sets a global locale with grouped digits and a decimal comma during its lifetime, as many
+/// desktop programs do.
 class GroupingHost {
  public:
   GroupingHost()

@@ -8,8 +8,8 @@
 
 namespace Kelbor {
 
-/// Sends what the log lets through from `level` up to `target`, for as long as it lives; nowhere
-/// for no target.
+/// Directs the log from `level` up to `target` during its lifetime; drops the lines if there is no
+/// target.
 class LogRedirect {
  public:
   LogRedirect(std::streambuf* target, LogLevel level)
@@ -19,7 +19,7 @@ class LogRedirect {
   ~LogRedirect() {
     std::cout.rdbuf(output_);
     std::cerr.rdbuf(error_);
-    getLogger().setLogLevel(LogLevel::status);
+    getLogger().setLogLevel(LogLevel::kStatus);
   }
   LogRedirect(const LogRedirect&) = delete;
   LogRedirect& operator=(const LogRedirect&) = delete;
@@ -29,10 +29,10 @@ class LogRedirect {
   std::streambuf* error_;
 };
 
-/// Collects what the log lets through.
+/// Collects the log's lines.
 class LogCapture {
  public:
-  explicit LogCapture(LogLevel level = LogLevel::warning) : redirect_(text_.rdbuf(), level) {}
+  explicit LogCapture(LogLevel level = LogLevel::kWarning) : redirect_(text_.rdbuf(), level) {}
   [[nodiscard]] std::string text() const { return text_.str(); }
 
  private:

@@ -10,7 +10,8 @@
 
 namespace morvex {
 
-/// A file in memory, which the library opens by its path like any other: no disk is waited for.
+/// A file in memory, which the library opens by its path like any other, without waiting for a
+/// disk.
 class MemoryFile {
  public:
   MemoryFile() : descriptor_(::memfd_create("morvex", MFD_CLOEXEC)) {

@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// The message of the exception E that `call` throws, without what its class puts around it; a
-/// text of its own if it throws nothing of the kind.
+/// The message of the exception E that `call` throws, without the additions of its class; a fixed
+/// text if it throws nothing of the kind.
 template <class E, class F>
 [[nodiscard]] std::string messageOf(F&& call) {
   try {

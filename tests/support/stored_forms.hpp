@@ -8,7 +8,7 @@
 
 namespace morvex {
 
-/// Coordinates that move, each way of storing connectivity, polygons and polyhedra, border faces, a
+/// Moving coordinates, each way of storing connectivity, polygons and polyhedra, border faces, a
 /// structured block, and particles.
 inline void describeMovingGeometry(Writer::ResultFileBuilder& file, int stepCount) {
   using namespace Writer;
@@ -23,10 +23,10 @@ inline void describeMovingGeometry(Writer::ResultFileBuilder& file, int stepCoun
     shell.nodes({0, 1, 1 + s, 0, 2, 2.5F}, {0, s, 1, 1, 0, 1}, {0, 0, 0, s, 0, 9}, step);
     block.nodes({0, 1, 0, 1}, {0, 0, 1, 1}, {0, 0, 0, s}, step);
   }
-  shell.elements(6, {1, 5, 6}).elements(10, {1, 2, 3, 4, 2, 5, 6, 3}, Ids::windows);
-  shell.nsided({3, 4}, {1, 2, 3, 3, 4, 5, 6}, Ids::windows);
+  shell.elements(6, {1, 5, 6}).elements(10, {1, 2, 3, 4, 2, 5, 6, 3}, Ids::kWindows);
+  shell.nsided({3, 4}, {1, 2, 3, 3, 4, 5, 6}, Ids::kWindows);
   shell.nfaced({2}, {3, 3}, {1, 2, 3, 4, 5, 6});
-  shell.borderFaces(6, {{{1, 2, 3}, Ids::differences}, {7}, {14}});
+  shell.borderFaces(6, {{{1, 2, 3}, Ids::kDifferences}, {7}, {14}});
   file.particles().nodes({1, 2, 3}, {4, 5, 6}, {7, 8, 9});
 }
 
@@ -35,18 +35,18 @@ inline void describeGeometry(Writer::ResultFileBuilder& file) {
 }
 
 /// Variables of a part of 6 nodes, a triangle and two quadrilaterals, per node, per element and for
-/// the case: exact and complex, in differences along the first time set, along a forest, constant.
+/// the case: exact and complex, as differences along the first time set, along a forest, constant.
 inline void addVariables(Writer::ResultFileBuilder& file, int stepCount) {
   using namespace Writer;
   file.timeBlocks(2);
-  auto& exact = file.variable("exact", Location::perNode, 2).complex("imaginary part", 50);
+  auto& exact = file.variable("exact", Location::kPerNode, 2).complex("imaginary part", 50);
   exact.set({}, {1, 2, 3, 4, 5, 6}).set({.imaginary = true}, {9, 9, 9, 8, 8, 8});
   exact.set({.component = 1}, {6, 5, 4, 3, 2, 1}).set({.component = 2}, {0, 0, 0, 1, 1, 1});
-  auto& series = file.variable("series", Location::perNode).onTimeSet(0).timeDifferences();
+  auto& series = file.variable("series", Location::kPerNode).onTimeSet(0).timeDifferences();
   series.quantised(Quantisation::uniform(0.25));
-  auto& forest = file.variable("forest", Location::perNode).alongForest();
+  auto& forest = file.variable("forest", Location::kPerNode).alongForest();
   forest.quantised(Quantisation::uniform(0.5)).set({}, {1, 2, 4, 8, 16, 32});
-  auto& element = file.variable("element", Location::perElement);
+  auto& element = file.variable("element", Location::kPerElement);
   element.set({.elementType = 10}, {1.5F, -2.5F}).set({.elementType = 6}, {0.25F});
   std::vector<float> constants;
   for (int step = 0; step < stepCount; ++step) {
@@ -54,7 +54,7 @@ inline void addVariables(Writer::ResultFileBuilder& file, int stepCount) {
     series.set({.step = step}, {s, s * s, 10 - s, 1, 2, 3 * s});
     constants.push_back(s + 1);
   }
-  file.variable("constant", Location::perNode).onTimeSet(0).constant(constants);
+  file.variable("constant", Location::kPerNode).onTimeSet(0).constant(constants);
 }
 
 inline void describeVariables(Writer::ResultFileBuilder& file) {
@@ -65,7 +65,7 @@ inline void describeVariables(Writer::ResultFileBuilder& file) {
   addVariables(file, 3);
 }
 
-/// A file that holds a little of all that: its geometry and its variables, over five steps.
+/// A file with a little of all that: geometry and variables over five steps.
 inline void describeSmallFile(Writer::ResultFileBuilder& file) {
   constexpr int kSteps = 5;
   describeMovingGeometry(file, kSteps);
@@ -84,7 +84,7 @@ inline void describePrecisions(Writer::ResultFileBuilder& file) {
   file.part("b").nodes({1, 2}, {3, 4}, {5, 6}).notAdaptive();
   file.particles().nodes({1, 2, kInfinity}, {4, 5, 6}, {7, 8, 9});
   const auto add = [&file](const char* name, const Quantisation& how) -> VariableBuilder& {
-    return file.variable(name, Location::perNode).quantised(how);
+    return file.variable(name, Location::kPerNode).quantised(how);
   };
   add("relative", Quantisation::relative(0.1)).set({}, {1, -2, 3, 50});
   add("adaptive", Quantisation::adaptiveExponent(0.01)).set({}, {1e-3F, 0, -1e6F, kInfinity});
@@ -97,8 +97,8 @@ inline void describePrecisions(Writer::ResultFileBuilder& file) {
   file.precision("DEFAULT_VARIABLE_PRECISION", {QuantizationType::UniformQuantization, {2}});
 }
 
-/// A model whose parts and connectivity change, with everything that a file can carry beside its
-/// data, and variables in time differences: exact, quantised, and along a forest.
+/// A model whose parts and connectivity change, with everything that a file can contain beside its
+/// data, and variables as time differences: exact, quantised, and along a forest.
 inline void describeChanges(Writer::ResultFileBuilder& file) {
   using namespace Writer;
   constexpr int kSteps = 3;
@@ -111,7 +111,7 @@ inline void describeChanges(Writer::ResultFileBuilder& file) {
   for (int step = 0; step < kSteps; ++step) {
     const auto s = static_cast<float>(step);
     part.nodes({0, 1, s}, {0, s, 1}, {s, 0, 0}, step);
-    part.elements(step % 2 == 0 ? 6 : 4, {1, 2, 3}, Ids::windows, step);
+    part.elements(step % 2 == 0 ? 6 : 4, {1, 2, 3}, Ids::kWindows, step);
     OctreeMetaData& octree = octrees.emplace_back();
     octree.entryCounts = {1};
     octree.partValues = {2};
@@ -122,9 +122,9 @@ inline void describeChanges(Writer::ResultFileBuilder& file) {
     octree.partFlags = {true};
   }
   file.octrees = {octrees};
-  auto& exact = file.variable("exact", Location::perNode).onTimeSet(steps).timeDifferences();
-  auto& rough = file.variable("rough", Location::perNode).onTimeSet(steps).timeDifferences();
-  auto& tree = file.variable("tree", Location::perNode).onTimeSet(steps).timeDifferences();
+  auto& exact = file.variable("exact", Location::kPerNode).onTimeSet(steps).timeDifferences();
+  auto& rough = file.variable("rough", Location::kPerNode).onTimeSet(steps).timeDifferences();
+  auto& tree = file.variable("tree", Location::kPerNode).onTimeSet(steps).timeDifferences();
   rough.quantised(Quantisation::relative(1));
   tree.quantised(Quantisation::uniform(0.5)).alongForest();
   for (int step = 0; step < kSteps; ++step) {
@@ -135,7 +135,7 @@ inline void describeChanges(Writer::ResultFileBuilder& file) {
   }
 }
 
-/// Files that together hold each stored form, as small as they can be.
+/// Small files that together contain each stored form.
 struct StoredForm {
   const char* name;
   void (*describe)(Writer::ResultFileBuilder& file);

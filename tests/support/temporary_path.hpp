@@ -7,7 +7,7 @@
 
 namespace morvex {
 
-/// A path for this process alone, whose file goes with the object.
+/// A path for this process alone; the file is deleted with the object.
 class TemporaryPath {
  public:
   explicit TemporaryPath(const std::string& name)

@@ -24,8 +24,8 @@ class LargeArrays : public ResultSession {
     ResultFileBuilder file;
     file.tableChunks(tableChunks);
     file.part("plate").nodes(noise(1), noise(2), noise(3));
-    file.variable("exact", Location::perNode).set({}, noise(4));
-    file.variable("quantised", Location::perNode)
+    file.variable("exact", Location::kPerNode).set({}, noise(4));
+    file.variable("quantised", Location::kPerNode)
         .quantised(Quantisation::uniform(0.5))
         .set({}, noise(5));
     return file;

@@ -32,7 +32,7 @@ class TimeDifferences : public ResultSession, public ::testing::WithParamInterfa
     Floats times(static_cast<std::size_t>(steps));
     std::iota(times.begin(), times.end(), 0.0F);
     const std::uint32_t timeset = file.timeSet(times);
-    auto& v = file.variable("v", Location::perNode).onTimeSet(timeset).timeDifferences();
+    auto& v = file.variable("v", Location::kPerNode).onTimeSet(timeset).timeDifferences();
     if (GetParam().isQuantised) v.quantised(Quantisation::uniform(kStep));
     if (GetParam().alongForest) v.alongForest();
     for (int step = 0; step < steps; ++step) v.set({.step = step}, valuesAt(step));
@@ -81,15 +81,6 @@ TEST_P(TimeDifferences, AnyNumberOfStepsAndForcedKeysCanBeStored) {
 INSTANTIATE_TEST_SUITE_P(Forms, TimeDifferences,
                          ::testing::Values(Form{false, false}, Form{false, true}, Form{true, false},
                                            Form{true, true}));
-
-TEST(TimeSeries, AStepOfAnotherSizeCannotBeStored) {
-  ResultFileBuilder file;
-  file.part("p").nodes({0}, {0}, {0});
-  auto& v = file.variable("v", Location::perNode).onTimeSet(file.timeSet({0, 1, 2}));
-  v.timeDifferences().set({.step = 0}, {1}).set({.step = 1}, {1, 2}).set({.step = 2}, {1});
-  file.timeBlocks(2);
-  EXPECT_THROW(static_cast<void>(file.image()), std::logic_error);
-}
 
 }  // namespace
 }  // namespace morvex::Writer

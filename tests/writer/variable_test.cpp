@@ -1,5 +1,7 @@
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <map>
 
 #include "result_session.hpp"
 #include "writer/differences.hpp"
@@ -34,7 +36,7 @@ Floats withOutliers(Floats values) {
 
 TEST_F(VariableRoundTrip, ExactValuesKeepEveryBit) {
   const Floats real = withOutliers(wave(kNodes, 5));
-  file_.variable("complex", Location::perNode, 2)
+  file_.variable("complex", Location::kPerNode, 2)
       .complex("imaginary part", 50.0F)
       .set({.component = 0}, real)
       .set({.component = 2}, wave(kNodes, 6))
@@ -52,12 +54,12 @@ TEST_F(VariableRoundTrip, EveryFormOfAQuantisedVariableReadsAlike) {
   int count = 0;
   for (const bool split : {false, true}) {
     for (const bool alongForest : {false, true}) {
-      for (const Location location : {Location::perNode, Location::perElement}) {
+      for (const Location location : {Location::kPerNode, Location::kPerElement}) {
         auto& v = file_.variable("v" + std::to_string(count++), location)
                       .quantised(Quantisation::uniform(kStep));
         if (split) v.split();
         if (alongForest) v.alongForest();
-        if (location == Location::perNode) {
+        if (location == Location::kPerNode) {
           v.set({}, values).set({.component = 1, .imaginary = true}, wave(kNodes, 11));
         } else {
           v.set({.elementType = 10}, ofQuads).set({.part = 1, .elementType = 6}, {1.0F, -2.0F});
@@ -65,7 +67,7 @@ TEST_F(VariableRoundTrip, EveryFormOfAQuantisedVariableReadsAlike) {
       }
     }
   }
-  file_.variable("exact along forest", Location::perNode).alongForest().set({}, values);
+  file_.variable("exact along forest", Location::kPerNode).alongForest().set({}, values);
   open(file_);
   for (int i = 0; i < count; ++i) {
     SCOPED_TRACE(i);
@@ -92,7 +94,7 @@ TEST_F(VariableRoundTrip, ExponentsFollowTheMagnitudeOfEachValue) {
   values = withOutliers(std::move(values));
   constexpr double kError = 1e-4;
   for (const bool alongForest : {false, true}) {
-    auto& v = file_.variable(alongForest ? "forest" : "row", Location::perNode);
+    auto& v = file_.variable(alongForest ? "forest" : "row", Location::kPerNode);
     v.quantised(Quantisation::adaptiveExponent(kError)).set({}, values);
     if (alongForest) v.alongForest();
   }
@@ -120,11 +122,11 @@ TEST_F(VariableRoundTrip, PatternsAndTheDefaultServeParticlesAndBlocksWithoutThe
   file_.particles().nodes(wave(30, 1), wave(30, 2), wave(30, 3));
   file_.precision("mass*", {QuantizationType::UniformQuantization, {0.5}});
   file_.precision("DEFAULT_VARIABLE_PRECISION", {QuantizationType::UniformQuantization, {0.25}});
-  file_.variable("mass_1", Location::perNode)
+  file_.variable("mass_1", Location::kPerNode)
       .onParticles()
       .quantised(Quantisation::uniform(0.5), /*ownSetting=*/false)
       .set({}, wave(30, 4));
-  file_.variable("pressure", Location::perNode)
+  file_.variable("pressure", Location::kPerNode)
       .quantised(Quantisation::uniform(0.25), /*ownSetting=*/false)
       .set({}, wave(kNodes, 6))
       .set({.part = 2}, wave(8, 5));
@@ -139,7 +141,7 @@ TEST_F(VariableRoundTrip, TablesMayBeSumsInARowOrOfBlocks) {
   const Floats values = wave(kNodes, 3);
   const auto describe = [&values](ResultFileBuilder& file) {
     file.part("p").nodes(values, values, values);
-    file.variable("v", Location::perNode)
+    file.variable("v", Location::kPerNode)
         .quantised(Quantisation::adaptiveExponent(1e-3))
         .set({}, values);
   };
@@ -152,8 +154,8 @@ TEST_F(VariableRoundTrip, TablesMayBeSumsInARowOrOfBlocks) {
   for (const bool inARow : {true, false}) {
     const std::uint64_t blocks = inARow ? table.size() : 2;
     RecipeBuilder recipe(kStoredParametersLabel);
-    recipe.addParallel(ClassTag::chunkedZlibTree, {chainInput(0)});
-    recipe.addParallel(inARow ? ClassTag::simpleSums : ClassTag::offsetSums, {outputOf(0)},
+    recipe.addParallel(ClassTag::kChunkedZlibTree, {chainInput(0)});
+    recipe.addParallel(inARow ? ClassTag::kSimpleSums : ClassTag::kOffsetSums, {outputOf(0)},
                        "Uncompressed");
     // The second wrapper takes all of its input as one chunk, and blocks where they are asked for.
     ByteWriter parameters;
@@ -169,12 +171,65 @@ TEST_F(VariableRoundTrip, TablesMayBeSumsInARowOrOfBlocks) {
         ByteWriter()
             .i32(number)
             .i32(block)
-            .raw(chunkedStream(std::span<const std::int32_t>(stored), Chaining::none,
+            .raw(chunkedStream(std::span<const std::int32_t>(stored), Chaining::kNone,
                                {.planeChunkBytes = 1000, .tableChunks = 4}))
             .take();
     open(image);
     expectSameBits(variable(0, {}, kNodes), expected);
   }
+}
+
+/// Precisions know no scaled exponents; a dataset that brings its parameters along may have them.
+/// Here its values are the outliers of the variable, at every position.
+TEST_F(VariableRoundTrip, ScaledExponentsComeWithStoredParameters) {
+  ResultFileBuilder file;
+  file.part("p").nodes({0, 1}, {0, 1}, {0, 1});
+  file.variable("v", Location::kPerNode).quantised(Quantisation::uniform(0.5)).set({}, {1, 2});
+  const std::string group = "/variable/v/0/0/";
+  std::map<std::string, Bytes> made;
+  const auto add = [&](const char* name, const RecipeBuilder& recipe, const ByteWriter& values,
+                       const Bytes& payload) {
+    const std::int32_t number = file.addRecipe(recipe);
+    const std::int32_t parameters =
+        file.addParameters(ByteWriter(MetadataVersion{}).raw(values.bytes()).take());
+    made[name] = ByteWriter().i32(number).i32(parameters).raw(payload).take();
+  };
+  const auto rows = [](const Words& words) {
+    return chunkedStream(std::span<const std::int32_t>(words), Chaining::kDifferences);
+  };
+  const auto decoded = [] {
+    RecipeBuilder recipe(kStoredParametersLabel);
+    recipe.add(ClassTag::kDecoderZlib, {chainInput(0)}, "Uncompressed");
+    return recipe;
+  }();
+  RecipeBuilder integers(kStoredParametersLabel);
+  integers.addParallel(ClassTag::kChunkedZlib, {chainInput(0)}, "Uncompressed");
+  RecipeBuilder scaled(kStoredParametersLabel);
+  scaled.addParallel(ClassTag::kChunkedZlib, {chainInput(0)});
+  scaled.add(ClassTag::kDequantization,
+             {outputOf(0), external("positions"), external("outliers"), external("exponents")},
+             "Dequantized");
+  const ByteWriter int32 = ByteWriter().i32(-1).i32(6).u64(65536);
+  add("positions", decoded, ByteWriter().u64(1).i32(9), plainStream(std::vector<std::uint64_t>{1}));
+  add("outliers", decoded, ByteWriter().u64(1).i32(10), plainStream(Floats{-9}));
+  add("exponents", integers, ByteWriter().u64(4).raw(int32.bytes()),
+      rows({3, 0, 0, 0x3FE00000}));  // and the scale 0.5
+  add("scaled", scaled, ByteWriter().u64(2).raw(int32.bytes()).u32(4).f64(-1).u8(0), rows({5, 0}));
+  RecipeBuilder main("abs_x-NONSPLIT");
+  main.addParallel(ClassTag::kChunkedZlib, {chainInput(0)});
+  main.add(ClassTag::kDecoderZlib, {chainInput(1)});
+  main.add(ClassTag::kDecoderZlib, {chainInput(1)});
+  main.add(ClassTag::kDequantization,
+           {outputOf(0), outputOf(1), ExternalReference{0, "scaled", "Dequantized", false}},
+           "Dequantized");
+  const std::int32_t number = file.addRecipe(main);
+  ResultImage image = file.image();
+  for (const auto& [name, bytes] : made) image[group + name] = bytes;
+  Bytes& data = image[group + "0_data"];
+  std::memcpy(data.data(), &number, sizeof number);
+  image[group + "0_data_op"] = plainStream(std::vector<std::uint64_t>{0, 1});
+  open(image);
+  expectSameBits(variable(0, {}, 2), {5.0F / 16, -9});
 }
 
 }  // namespace

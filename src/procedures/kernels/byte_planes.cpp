@@ -16,8 +16,8 @@
 #define MORVEX_KERNELS_BYTE_PLANES_ONCE
 namespace Kelbor::MathModule::Kernels {
 
-/// What happens to a value after its bytes have been put together.
-enum class PlaneStage { Plain, Zigzag, ZigzagSum };
+/// What is done to a value after its bytes are composed.
+enum class PlaneStage { kPlain, kZigzag, kZigzagSum };
 
 template <class U>
 using PlaneFunction = U (*)(const std::uint8_t* planes, U* values, std::size_t count, U carry);
@@ -40,7 +40,7 @@ namespace Kelbor::MathModule::Kernels::HWY_NAMESPACE {
 
 #if HWY_TARGET != HWY_SCALAR
 
-/// Interleaves W planes, `stride` bytes apart, to W vectors of W-byte values in block-wise order.
+/// Interleaves W planes, `stride` bytes apart, into W vectors of W-byte values in block-wise order.
 template <std::size_t W, class D8, class V8>
 HWY_INLINE void interleavePlanes(D8 d8, const std::uint8_t* planes, std::size_t stride,
                                  V8 (&out)[W]) {
@@ -62,7 +62,7 @@ HWY_INLINE void interleavePlanes(D8 d8, const std::uint8_t* planes, std::size_t 
   }
 }
 
-/// Handles all whole vectors and returns how many values that were.
+/// Processes all whole vectors and returns the number of their values.
 template <class U, PlaneStage stage>
 HWY_INLINE std::size_t composeVectors(const std::uint8_t* planes, U* values, std::size_t count,
                                       U& carry) {
@@ -80,14 +80,14 @@ HWY_INLINE std::size_t composeVectors(const std::uint8_t* planes, U* values, std
     V v[kWidth];
     for (std::size_t j = 0; j < kWidth; ++j) {
       v[j] = hn::BitCast(d, bytes[j]);
-      if constexpr (stage != PlaneStage::Plain) {
+      if constexpr (stage != PlaneStage::kPlain) {
         v[j] = hn::Xor(hn::ShiftRight<1>(v[j]), hn::Sub(hn::Zero(d), hn::And(v[j], one)));
       }
     }
-    if constexpr (stage == PlaneStage::ZigzagSum) scanGroup(d, v, running);
+    if constexpr (stage == PlaneStage::kZigzagSum) scanGroup(d, v, running);
     storeGroup(d, v, values + i);
   }
-  if constexpr (stage == PlaneStage::ZigzagSum) carry = hn::GetLane(running);
+  if constexpr (stage == PlaneStage::kZigzagSum) carry = hn::GetLane(running);
   return i;
 }
 
@@ -104,8 +104,8 @@ U compose(const std::uint8_t* planes, U* values, std::size_t count, U carry) {
     for (std::size_t p = 0; p < sizeof(U); ++p) {
       value = static_cast<U>(value | static_cast<U>(U{planes[p * count + i]} << (8 * p)));
     }
-    if constexpr (stage != PlaneStage::Plain) value = undoZigzag(value);
-    if constexpr (stage == PlaneStage::ZigzagSum) {
+    if constexpr (stage != PlaneStage::kPlain) value = undoZigzag(value);
+    if constexpr (stage == PlaneStage::kZigzagSum) {
       value = static_cast<U>(value + carry);
       carry = value;
     }
@@ -115,9 +115,9 @@ U compose(const std::uint8_t* planes, U* values, std::size_t count, U carry) {
 }
 
 template <class U>
-constexpr PlaneFunctions<U> kFunctions = {&compose<U, PlaneStage::Plain>,
-                                          &compose<U, PlaneStage::Zigzag>,
-                                          &compose<U, PlaneStage::ZigzagSum>};
+constexpr PlaneFunctions<U> kFunctions = {&compose<U, PlaneStage::kPlain>,
+                                          &compose<U, PlaneStage::kZigzag>,
+                                          &compose<U, PlaneStage::kZigzagSum>};
 
 const PlaneTable& planeTable() {
   static constexpr PlaneTable kTable{kFunctions<std::uint16_t>, kFunctions<std::uint32_t>,

@@ -6,22 +6,21 @@
 
 namespace Kelbor::MathModule::Kernels {
 
-// Values are stored as byte planes: of n values of W bytes, byte p (0 the least significant) of
-// value i stands at offset p * n + i. All functions below exist for std::uint16_t, std::uint32_t
-// and std::uint64_t, need planes.size() == values.size() * sizeof(U), and must not be given
-// overlapping memory.
+// Byte planes: of n values of W bytes, byte p (0 the least significant) of value i is at offset p *
+// n + i. All functions exist for std::uint16_t, std::uint32_t and std::uint64_t, need planes.size()
+// == values.size() * sizeof(U), and require disjoint memory.
 
-/// Puts the values together.
+/// Composes the values.
 template <class U>
 void composePlanes(std::span<const std::byte> planes, std::span<U> values) noexcept;
 
-/// Puts the values together and undoes the zigzag mapping of each.
+/// Composes the values and undoes their zigzag mapping.
 template <class U>
 void composePlanesZigzag(std::span<const std::byte> planes, std::span<U> values) noexcept;
 
-/// Puts the values together, undoes the zigzag mapping and sums up, in one pass over memory:
+/// Composes the values, undoes their zigzag mapping and sums them, in one pass over memory:
 /// values[i] = carry + d[0] + ... + d[i], wrapping in U. Returns the last sum (the carry if there
-/// are no values), which is the next piece's carry.
+/// are no values), which is the carry of the next piece.
 template <class U>
 [[nodiscard]] U composePlanesZigzagSum(std::span<const std::byte> planes, std::span<U> values,
                                        U carry) noexcept;

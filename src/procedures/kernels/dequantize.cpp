@@ -18,8 +18,8 @@
 #define MORVEX_KERNELS_DEQUANTIZE_ONCE
 namespace Kelbor::MathModule::Kernels {
 
-// Input and output may be one memory with two types of element, so single values are moved as
-// bytes: typed accesses could be reordered as if they never met.
+// Input and output may share memory although their types differ, so single values are copied as
+// bytes: the compiler may reorder typed accesses as if they never aliased.
 
 template <class In>
 inline double loadAsDouble(const In* in) noexcept {
@@ -44,8 +44,8 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
 
-// Exact like the conversion of a single value: 32 bits always fit a double, and 64 bits are rounded
-// to nearest by the only inexact step.
+// Exact, like the scalar conversion: 32-bit integers fit a double, and 64-bit integers are rounded
+// to nearest by the only inexact operation.
 template <class D, class In>
 HWY_INLINE hn::VFromD<D> loadLanesAsDouble(D d, const In* in) {
   const auto values = hn::LoadU(hn::Rebind<In, D>(), in);
@@ -111,8 +111,8 @@ HWY_EXPORT(multiplyInt64ToFloat);
 constexpr int kDoubleBias = 1023;
 constexpr int kMantissaBits = 52;
 
-/// 2 to the power -exponent. Powers that are normal numbers are put together from their bits; the
-/// clamp for the others lies beyond the range of double on both sides.
+/// 2 to the power -exponent. Normal powers are composed from their bits. The others go through
+/// ldexp, with the exponent clamped beyond the range of double on both sides.
 double inversePowerOfTwo(std::int32_t exponent) noexcept {
   const std::int64_t power = -std::int64_t{exponent};
   if (power > -kDoubleBias && power <= kDoubleBias) {

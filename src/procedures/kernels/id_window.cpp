@@ -10,7 +10,7 @@ bool idWindowIsValid(std::span<const T> references, std::uint64_t newIdCount) no
   std::uint64_t zeros = 0;
   for (std::size_t i = 0; i < references.size(); ++i) {
     const T reference = references[i];
-    // Negative references become the largest numbers.
+    // Negative references convert to the largest numbers and fail as well.
     inside &= static_cast<std::uint64_t>(reference) <= std::uint64_t{i};
     zeros += reference == 0 ? 1 : 0;
   }
@@ -20,9 +20,9 @@ bool idWindowIsValid(std::span<const T> references, std::uint64_t newIdCount) no
 template <class T>
 void reconstructIds(std::span<const T> references, std::span<const T> newIds,
                     std::span<T> out) noexcept {
-  // New and repeated ids alternate without a pattern, and compilers turn a choice into a branch
-  // that is mispredicted often enough to take twice the time. So the choice is made on the
-  // addresses: (w | -w) has its top bit set for all w but 0.
+  // Branch-free: new and repeated ids alternate without a pattern, and mispredicted branches would
+  // double the time. Compilers turn a ternary into a branch here, so the choice is made on the
+  // addresses: (w | -w) has its top bit set for every w but 0.
   const T* nextNew = newIds.data();
   T* target = out.data();
   for (const T reference : references) {

@@ -1,5 +1,5 @@
-// Included once per instruction set by the sources of this folder that scan; the guard toggles
-// with Highway's repeated inclusion.
+// Included once per instruction set by the kernels that scan; the guard follows Highway's repeated
+// inclusion.
 #if defined(MORVEX_KERNELS_LANE_SCAN_INL) == defined(HWY_TARGET_TOGGLE)
 #ifdef MORVEX_KERNELS_LANE_SCAN_INL
 #undef MORVEX_KERNELS_LANE_SCAN_INL
@@ -19,9 +19,9 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
 
-// Vectors have one or two blocks of 16 bytes, and shuffles are cheap only inside a block. So a
-// group of K vectors is held "block-wise": its values in order are the first blocks of v[0] to
-// v[K-1], then the second blocks of v[0] to v[K-1]. Both block columns are then scanned at once.
+// Vectors have one or two blocks of 16 bytes, and shuffles are cheap only within a block. So a
+// group of K vectors is kept "block-wise": its values, in order, are the first blocks of v[0] to
+// v[K-1], then the second blocks of v[0] to v[K-1]. Both columns of blocks are scanned at once.
 
 constexpr std::size_t kBlockBytes = 16;
 
@@ -31,7 +31,7 @@ using LaneTag = hn::CappedTag<U, 2 * kBlockBytes / sizeof(U)>;
 template <class D>
 constexpr bool kTwoBlocks = hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 2 * kBlockBytes;
 
-/// Loads K * lanes consecutive values into a block-wise group.
+/// Loads K * lanes consecutive values as a block-wise group.
 template <class D, std::size_t K, class V>
 HWY_INLINE void loadGroup(D d, const hn::TFromD<D>* from, V (&v)[K]) {
   constexpr std::size_t kLanes = hn::MaxLanes(D());
@@ -61,7 +61,7 @@ HWY_INLINE void storeGroup(D d, const V (&v)[K], hn::TFromD<D>* to) {
   }
 }
 
-/// Running sum inside each block.
+/// Running sum within each block.
 template <class D, class V>
 HWY_INLINE V scanBlocks(D d, V v) {
   constexpr std::size_t kPerBlock = kBlockBytes / sizeof(hn::TFromD<D>);
@@ -72,7 +72,7 @@ HWY_INLINE V scanBlocks(D d, V v) {
   return v;
 }
 
-/// The last lane of each block in all lanes of that block.
+/// Broadcasts the last lane of each block to all lanes of the block.
 template <class D, class V>
 HWY_INLINE V lastOfBlocks(D d, V v) {
   constexpr std::size_t kSize = sizeof(hn::TFromD<D>);
@@ -84,8 +84,8 @@ HWY_INLINE V lastOfBlocks(D d, V v) {
   return hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(d8, v), hn::LoadDup128(d8, indices)));
 }
 
-/// Running sum over a block-wise group, begun at `carry` (the same number in all lanes), which
-/// becomes the last sum. Only one addition per group depends on the group before.
+/// Running sum over a block-wise group, starting at `carry` (the same number in all lanes), which
+/// is set to the last sum. Only one addition per group depends on the previous group.
 template <class D, std::size_t K, class V>
 HWY_INLINE void scanGroup(D d, V (&v)[K], V& carry) {
   v[0] = scanBlocks(d, v[0]);

@@ -17,7 +17,7 @@ std::vector<SimdTarget> simdTargets() {
   for (const std::int64_t bit : hwy::SupportedAndGeneratedTargets()) {
     targets.push_back({bit, hwy::TargetName(bit)});
   }
-  // The plain path counts as supported by Highway only when nothing better is.
+  // Highway reports the plain path as supported only if there is nothing better.
   if (targets.empty() || targets.back().bit != HWY_STATIC_TARGET) {
     targets.push_back({HWY_STATIC_TARGET, hwy::TargetName(HWY_STATIC_TARGET)});
   }

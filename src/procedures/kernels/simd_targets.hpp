@@ -5,21 +5,21 @@
 
 namespace Kelbor::MathModule::Kernels {
 
-/// One instruction set that the kernels are compiled for. `bit` identifies it to useSimdTarget.
+/// An instruction set that the kernels are compiled for. `bit` identifies it to useSimdTarget().
 struct SimdTarget {
   std::int64_t bit;
   const char* name;
 };
 
-/// Instruction sets that the kernels have code for and this machine can run, best first. The plain
-/// path that every machine runs is the last.
+/// The compiled instruction sets that this machine supports, best first. The last one is the plain
+/// path, which every machine supports.
 [[nodiscard]] std::vector<SimdTarget> simdTargets();
 
-/// Pins all kernels of the process to one of simdTargets(). Results are the same bits on each, so
-/// this serves tests and measurements only. Not to be called while a kernel runs.
+/// Pins all kernels of the process to one of simdTargets(), for tests and measurements: results are
+/// bit-identical on all. Not to be called while a kernel runs.
 void useSimdTarget(const SimdTarget& target);
 
-/// Back to the best one.
+/// Selects the best one again.
 void useBestSimdTarget();
 
 }  // namespace Kelbor::MathModule::Kernels

@@ -25,7 +25,7 @@ struct VectorSumFunctions {
   void (*mean)(const T* in, const T* first, const T* second, T* out, std::size_t count);
 };
 
-/// Adds what stands `distance` values before each value, from value `distance` on.
+/// Adds to each value, from value `distance` on, the one `distance` positions before it.
 template <class U>
 using DistantSumFunction = void (*)(const U* in, U* out, std::size_t count, std::size_t distance);
 
@@ -65,7 +65,7 @@ template <class D, class V>
 HWY_INLINE V meanOfLanes(D, V a, V b) {
   using T = hn::TFromD<D>;
   if constexpr (sizeof(T) == 1) {
-    // a + b = 2 * (a & b) + (a ^ b), halved without the ninth bit.
+    // The mean without a ninth bit: a + b = 2 * (a & b) + (a ^ b).
     return hn::Add(hn::And(a, b), hn::ShiftRight<1>(hn::Xor(a, b)));
   } else {
     return hn::ShiftRight<1>(hn::Add(a, b));
@@ -106,7 +106,7 @@ void addDistant(const U* in, U* out, std::size_t count, std::size_t distance) {
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<U> d;
   const std::size_t lanes = hn::Lanes(d);
-  // From this distance on, all that a vector reads back has been written by earlier ones.
+  // From this distance on, a vector only reads back what earlier vectors have written.
   if (distance >= lanes) {
     for (; count - i >= lanes; i += lanes) {
       hn::StoreU(hn::Add(hn::LoadU(d, in + i), hn::LoadU(d, out + i - distance)), d, out + i);
@@ -182,8 +182,8 @@ bool checkTree(std::span<const std::int32_t> edges, std::span<const std::uint64_
   if (edgeCount > std::uint64_t{std::numeric_limits<std::int32_t>::max()}) return false;
   bool inside = true;
   for (const std::uint64_t start : treeStarts) inside &= start < edgeCount;
-  // The edge ranges of the trees lead from edge 0 to the last one without a gap, whatever the
-  // starts, so that every edge is walked. Negative nodes are large unsigned ones.
+  // The edge ranges of the trees cover edge 0 to the last without a gap, whatever the starts, so
+  // every edge is checked. Negative nodes are large unsigned ones.
   for (const std::int32_t node : edges.first(2 * static_cast<std::size_t>(edgeCount))) {
     inside &= node >= 0 && static_cast<std::uint64_t>(node) < numberOfNodes;
   }

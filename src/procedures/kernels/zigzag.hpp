@@ -5,8 +5,8 @@
 
 namespace Kelbor::MathModule::Kernels {
 
-/// Undoes the mapping that keeps small differences small and unsigned: 0, 1, 2, 3, 4 stand for
-/// 0, -1, 1, -2, 2, here as two's complement bits of the same width.
+/// Undoes the mapping of small signed differences to small unsigned numbers: 0, 1, 2, 3, 4 decode
+/// to 0, -1, 1, -2, 2, as two's complement bits of the same width.
 template <std::unsigned_integral U>
 [[nodiscard]] constexpr U undoZigzag(U value) noexcept {
   const U odd = static_cast<U>(value & 1u);
