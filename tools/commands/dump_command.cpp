@@ -1,0 +1,59 @@
+// `morvex dump`: shows a result file as stored, for people who work on the format. It uses the inner
+// layers, not the library.
+
+#include <memory>
+
+#include "commands/command.hpp"
+#include "commands/dump.hpp"
+#include "common/output.hpp"
+#include "common/quiet_log.hpp"
+#include "core/data_manager.hpp"
+
+namespace morvex::tools {
+namespace {
+
+struct DumpOptions {
+  std::string file;
+  std::string group = "/";
+  bool recipes = false;
+  bool records = false;
+  bool tree = false;
+  int limit = 12;
+};
+
+ExitCode dumpFile(const DumpOptions& options, const Common& common) {
+  const QuietLog quiet;
+  Kelbor::DataManager manager;
+  Kelbor::MathModule::SdfFile file(&manager, options.file, /*writable=*/false, "",
+                                   /*compress=*/false);
+  try {
+    file.ensureOpen();
+  } catch (...) {
+    (void)openFile(options.file, common.open);  // has the reason
+    throw Failure(kCannotOpen, options.file + ": " + innerFailureText());
+  }
+  const bool hasGroup = options.group != "/";
+  const bool all = !options.recipes && !options.records && !options.tree && !hasGroup;
+  Dump dump(file);
+  if (all || options.records) dump.records(static_cast<std::size_t>(options.limit));
+  if (all || options.recipes) dump.recipes();
+  if (all || options.tree || hasGroup) dump.tree(options.group);
+  return dump.failures() == 0 ? kSuccess : kDataError;
+}
+
+}  // namespace
+
+Command addDump(CLI::App& program, const Common& common) {
+  CLI::App* app =
+      program.add_subcommand("dump", "A file as it is stored: records, recipes, groups, datasets");
+  const auto options = std::make_shared<DumpOptions>();
+  addFile(*app, options->file);
+  app->add_option("GROUP", options->group, "show this group alone, for example /geometry/0");
+  app->add_flag("--recipes", options->recipes, "show the recipes");
+  app->add_flag("--records", options->records, "show the metadata records");
+  app->add_flag("--tree", options->tree, "show groups and datasets");
+  addCount(*app, "--limit", options->limit, 1, "values of each field that are shown, at most");
+  return {app, [options, &common] { return dumpFile(*options, common); }};
+}
+
+}  // namespace morvex::tools

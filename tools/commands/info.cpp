@@ -1,0 +1,251 @@
+#include "commands/info.hpp"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+
+#include "commands/command.hpp"
+#include "common/element_kinds.hpp"
+#include "common/output.hpp"
+#include "common/text_table.hpp"
+
+namespace morvex::tools {
+namespace {
+
+std::string elementsText(const std::uint64_t (&counts)[MORVEX_ELEMENT_TYPES]) {
+  std::string text;
+  for (int type = 0; type < MORVEX_ELEMENT_TYPES; ++type) {
+    if (counts[type] == 0) continue;
+    if (!text.empty()) text += ", ";
+    text += elementName(type) + " " + std::to_string(counts[type]);
+  }
+  return text.empty() ? "-" : text;
+}
+
+std::string partShape(const morvex_part& part) {
+  if (part.is_block == 0) return "unstructured";
+  std::string text = "block ";
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    text += (axis == 0 ? "" : "x") + std::to_string(part.extents[axis]);
+  }
+  return text;
+}
+
+std::string geometryText(const morvex_geometry& geometry) {
+  std::string text = changeName(geometry);
+  if (geometry.change > MORVEX_STATIC) {
+    text += ", " + std::to_string(geometry.steps) + " steps";
+    if (geometry.timeset >= 0) text += " of time set " + std::to_string(geometry.timeset);
+  }
+  return text;
+}
+
+std::string boxText(const std::optional<std::array<float, 6>>& box) {
+  if (!box) return "not given";
+  std::string text;
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    text += std::string(axis == 0 ? "" : "   ") + "xyz"[axis] + " " + numberText((*box)[axis]) +
+            " to " + numberText((*box)[axis + 3]);
+  }
+  return text;
+}
+
+std::string timesetText(const morvex_variable& variable) {
+  return variable.timeset < 0 ? "-" : std::to_string(variable.timeset);
+}
+
+std::string timeSetTables(const Contents& contents) {
+  TextTable table({">set", ">steps", ">first time", ">last time"});
+  for (std::size_t set = 0; set < contents.timesets.size(); ++set) {
+    const auto& times = contents.timesets[set];
+    table.row({std::to_string(set), std::to_string(times.size()),
+               times.empty() ? "-" : numberText(times.front()),
+               times.empty() ? "-" : numberText(times.back())});
+  }
+  return table.empty() ? "\nTime sets: none, one step\n" : "\nTime sets\n" + table.text();
+}
+
+std::string partTables(const Info& info, std::size_t width) {
+  TextTable parts({">part", ">id", "name", "shape", ">nodes", "elements"});
+  TextTable faces({">part", "border faces"});
+  std::array<std::uint64_t, MORVEX_ELEMENT_TYPES> totals{};
+  std::uint64_t nodes = 0;
+  for (const auto& [number, part] : info.parts) {
+    nodes += part.nodes;
+    for (std::size_t type = 0; type < totals.size(); ++type) {
+      totals[type] += part.elements[type];
+    }
+    parts.row({std::to_string(number), std::to_string(part.id), shownText(part.name),
+               partShape(part), std::to_string(part.nodes), elementsText(part.elements)});
+    if (std::ranges::any_of(part.border_faces, [](auto count) { return count != 0; })) {
+      faces.row({std::to_string(number), elementsText(part.border_faces)});
+    }
+  }
+  TextTable sums({">type", "element", ">count"});
+  for (std::size_t type = 0; type < totals.size(); ++type) {
+    if (totals[type] == 0) continue;
+    sums.row(
+        {std::to_string(type), elementName(static_cast<int>(type)), std::to_string(totals[type])});
+  }
+  std::string text = "\nParts";
+  if (info.contents.summary.model.change == MORVEX_CONNECTIVITY_CHANGES) {
+    text += " at step " + std::to_string(info.step);
+  }
+  text += ": " + std::to_string(info.parts.size()) + " with " + std::to_string(nodes) + " nodes\n";
+  if (!parts.empty()) text += parts.text(width);
+  if (!sums.empty()) text += "\nElements of all parts\n" + sums.text();
+  if (!faces.empty()) text += "\nBorder faces\n" + faces.text(width);
+  return text;
+}
+
+std::string particleText(const Info& info) {
+  if (info.particles.empty()) return "";
+  const auto [least, most] = std::ranges::minmax(info.particles);
+  std::string text = "\nMeasured particles: " + std::to_string(least);
+  if (most != least) text += " to " + std::to_string(most);
+  return text + "\n";
+}
+
+std::string variableTables(const Info& info, std::size_t width) {
+  TextTable arrays({">#", "name", "type", ">components", "location", "complex", "of", ">time set",
+                    ">steps", "description"});
+  TextTable constants({">#", "name", ">time set", ">steps", ">first value", ">last value"});
+  for (const auto& [number, variable, values] : info.variables) {
+    if (variable.is_constant != 0) {
+      constants.row({std::to_string(number), shownText(variable.name), timesetText(variable),
+                     std::to_string(variable.steps),
+                     values.empty() ? "-" : numberText(values.front()),
+                     values.empty() ? "-" : numberText(values.back())});
+      continue;
+    }
+    std::string complexText = "no";
+    if (variable.is_complex != 0) {
+      complexText = "frequency " + numberText(variable.frequency);
+      if (variable.imaginary_name[0] != '\0') {
+        complexText += ", " + shownText(variable.imaginary_name);
+      }
+    }
+    arrays.row({std::to_string(number), shownText(variable.name), typeName(variable),
+                std::to_string(variable.components), locationName(variable), complexText,
+                variable.on_particles != 0 ? "particles" : "model", timesetText(variable),
+                std::to_string(variable.steps), shownText(variable.description)});
+  }
+  std::string text = "\nVariables";
+  text += arrays.empty() ? ": none\n" : "\n" + arrays.text(width);
+  if (!constants.empty()) text += "\nConstants\n" + constants.text(width);
+  return text;
+}
+
+struct InfoOptions {
+  std::vector<std::string> files;
+  Selection selection;
+  bool asJson = false;
+};
+
+ExitCode showFile(const std::string& path, const InfoOptions& options, const Common& common) {
+  const File file = openFile(path, common.open);
+  const Info info = readInfo(path, file, options.selection);
+  put(options.asJson ? infoJson(info) : infoText(info, terminalWidth()));
+  for (const std::string& problem : info.contents.problems) {
+    complain("morvex", path + ": " + problem);
+  }
+  return info.contents.problems.empty() ? kSuccess : kDataError;
+}
+
+}  // namespace
+
+std::string typeName(const morvex_variable& variable) {
+  static constexpr std::array<const char*, 5> kNames{"", "scalar", "vector", "symmetric tensor",
+                                                     "tensor"};
+  const bool isKnown = variable.type > 0 && variable.type < 5;
+  return isKnown ? kNames[static_cast<std::size_t>(variable.type)]
+                 : "type " + std::to_string(variable.type);
+}
+
+std::string locationName(const morvex_variable& variable) {
+  if (variable.location == MORVEX_PER_NODE) return "node";
+  if (variable.location == MORVEX_PER_ELEMENT) return "element";
+  return "location " + std::to_string(variable.location);
+}
+
+std::string changeName(const morvex_geometry& geometry) {
+  switch (geometry.change) {
+    case MORVEX_ABSENT:
+      return "none";
+    case MORVEX_STATIC:
+      return "static";
+    case MORVEX_COORDINATES_CHANGE:
+      return "coordinates change";
+    default:
+      return "connectivity changes";
+  }
+}
+
+Info readInfo(const std::string& path, const File& file, const Selection& selection) {
+  Info info;
+  info.path = path;
+  info.contents = readContents(file);
+  Contents& contents = info.contents;
+  const Choice choice(selection, file, contents);
+  const auto attempt = [&](const std::string& question, const auto& ask) {
+    try {
+      ask();
+    } catch (const Error& failure) {
+      contents.problems.push_back(question + ": " + failure.what());
+    }
+  };
+  info.step = choice.modelStep();
+  attempt("parts", [&] {
+    int number = 0;
+    for (const morvex_part& part : readParts(file, info.step)) {
+      if (choice.hasPart(number, part.name)) info.parts.push_back({number, part});
+      ++number;
+    }
+  });
+  attempt("box", [&] { info.box = file.box(info.step); });
+  attempt("particles", [&] {
+    const morvex_geometry& particles = contents.summary.particles;
+    const int last = stateAt(particles, static_cast<int>(particles.steps) - 1);
+    for (int state = 0; particles.steps != 0 && state <= last; ++state) {
+      info.particles.push_back(file.particleCount(state));
+    }
+  });
+  for (int i = 0; i < static_cast<int>(contents.variables.size()); ++i) {
+    if (!choice.hasVariable(i)) continue;
+    const morvex_variable& variable = contents.variables[static_cast<std::size_t>(i)];
+    auto& shown = info.variables.emplace_back(i, variable, std::vector<float>());
+    if (variable.is_constant == 0) continue;
+    attempt(std::string("constant ") + variable.name, [&] {
+      for (int step = 0; step < static_cast<int>(variable.steps); ++step) {
+        shown.constants.push_back(file.constant(i, step));
+      }
+    });
+  }
+  return info;
+}
+
+std::string infoText(const Info& info, std::size_t width) {
+  std::string text = "File      " + shownText(info.path) + "\n";
+  text += std::string("Library   ") + morvex_version() + "\n";
+  text += "Model     " + geometryText(info.contents.summary.model) + "\n";
+  text += "Particles " + geometryText(info.contents.summary.particles) + "\n";
+  text += "Box       " + boxText(info.box) + "\n";
+  return text + timeSetTables(info.contents) + partTables(info, width) + particleText(info) +
+         variableTables(info, width);
+}
+
+Command addInfo(CLI::App& program, const Common& common) {
+  CLI::App* app =
+      program.add_subcommand("info", "Time sets, parts and variables, by metadata alone");
+  const auto options = std::make_shared<InfoOptions>();
+  addFiles(*app, options->files);
+  addSelection(*app, options->selection);
+  addJson(*app, options->asJson);
+  return {app, [options, &common] {
+            return forEachFile(options->files, [&](const std::string& path) {
+              return showFile(path, *options, common);
+            });
+          }};
+}
+
+}  // namespace morvex::tools

@@ -1,0 +1,70 @@
+// The program `morvex`: what is in result files, and whether all of it can be read.
+
+#include <array>
+
+#include "commands/command.hpp"
+#include "common/batch_reader.hpp"
+#include "common/output.hpp"
+#include "common/program.hpp"
+
+namespace morvex::tools {
+namespace {
+
+constexpr std::array kCommands{addInfo, addVerify, addSample, addDump};
+
+/// The parser has no long options with a single dash: it gets -lf under its other name.
+std::vector<std::string> parserArguments(int argc, char** argv) {
+  std::vector<std::string> arguments;
+  for (int k = argc - 1; k > 0; --k) {  // it expects them in reverse order
+    std::string argument = argv[k];
+    if (argument == "-lf") argument = "--log-file";
+    if (argument.starts_with("-lf=")) argument.replace(0, 3, "--log-file");
+    arguments.push_back(std::move(argument));
+  }
+  return arguments;
+}
+
+ExitCode run(int argc, char** argv) {
+  Common common;
+  CLI::App app("Shows what is in compressed finite-element result files, and checks them.",
+               "morvex");
+  app.set_version_flag("--version", std::string("morvex ") + morvex_version());
+  app.require_subcommand(1);
+  app.add_option("--log-file", common.open.logFile,
+                 "also -lf: the library's messages go to this file; else they are dropped")
+      ->type_name("LOGFILENAME");
+  addCount(app, "--threads", common.open.threads, 1, "threads to decode with");
+  app.add_flag("-q,--quiet", common.isQuiet, "no progress, no summaries: findings and data alone");
+  app.footer(
+      "Data goes to standard output, messages to standard error.\n"
+      "Exit codes: 0 success; 1 findings or differences; 2 usage; 3 a file can't be opened;\n"
+      "4 output can't be written, memory ran out; 5 data that was asked for can't be read.");
+  std::vector<Command> commands;
+  for (const auto add : kCommands) {
+    commands.push_back(add(app, common));
+    commands.back().app->fallthrough();
+  }
+  try {
+    app.parse(parserArguments(argc, argv));
+  } catch (const CLI::CallForHelp&) {
+    put(app.help());
+    return kSuccess;
+  } catch (const CLI::CallForVersion& version) {
+    put(version.what() + std::string("\n"));
+    return kSuccess;
+  } catch (const CLI::ParseError& failure) {
+    throw Failure(kUsageError, usageText(app, failure));
+  }
+  catchInterrupts();
+  for (const Command& command : commands) {
+    if (command.app->parsed()) return command.run();
+  }
+  return kUsageError;  // the parser requires a command
+}
+
+}  // namespace
+}  // namespace morvex::tools
+
+int main(int argc, char** argv) {
+  return morvex::tools::runProgram("morvex", [&] { return morvex::tools::run(argc, argv); });
+}

@@ -1,0 +1,193 @@
+#include "commands/verify.hpp"
+
+#include <algorithm>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <random>
+
+#include "commands/command.hpp"
+#include "common/hash.hpp"
+#include "common/output.hpp"
+#include "common/text_table.hpp"
+
+namespace morvex::tools {
+namespace {
+
+template <class T>
+void arrange(std::vector<T>& items, ReadOrder order, std::mt19937_64& random) {
+  if (order == ReadOrder::backward) std::ranges::reverse(items);
+  if (order == ReadOrder::random) std::ranges::shuffle(items, random);
+}
+
+class Verification {
+ public:
+  Verification(const File& file, const Contents& contents, const Choice& choice)
+      : file_(file), contents_(contents), list_(file, contents, choice) {}
+
+  Tally run(ReadOrder order, std::uint64_t seed, bool isQuiet) {
+    for (const std::string& problem : contents_.problems) tally_.faults["metadata"] = {problem};
+    tally_.failed += contents_.problems.size();
+    std::vector<Section> sections = list_.sections();
+    std::mt19937_64 random(seed);
+    arrange(sections, order, random);
+    Scan(file_, list_, isQuiet)
+        .run(
+            sections, [&](const ArrayResult& result) { receive(result); },
+            [&](const Section& section, const Error& failure) {
+              ++tally_.failed;  // its arrays are unknown and count as one
+              tally_.faults[list_.nameOf(section)].reason = failure.what();
+            },
+            [&](std::vector<ArrayId>& arrays) { arrange(arrays, order, random); });
+    return std::move(tally_);
+  }
+
+ private:
+  void receive(const ArrayResult& result) {
+    const std::string path = pathOf(file_, result.id);
+    if (result.failure) return fail(path, *result.failure, result.id.kind);
+    KindTally& kind = tally_.kinds.at(static_cast<std::size_t>(result.id.kind));
+    ++kind.arrays;
+    kind.bytes += result.bytes.size();
+    kind.digest += hashOf(result.bytes, hashOf(path));
+  }
+
+  void fail(const std::string& path, const Error& failure, ArrayKind kind) {
+    const bool isRoot = failure.path().empty() || failure.path() == path;
+    if (isRoot && kind == ArrayKind::variables && failure.code() == MORVEX_NO_SUCH_DATA) {
+      ++tally_.absent;  // a variable has values where its values are
+      return;
+    }
+    ++tally_.failed;
+    Fault& fault = tally_.faults[isRoot ? path : failure.path()];
+    std::string reason = failure.what();
+    reason = reason.substr(0, reason.rfind("; "));  // not what depends on it
+    const std::string place = failure.path() + ": ";
+    if (reason.starts_with(place)) reason.erase(0, place.size());
+    fault.reason = reason;
+    if (!isRoot) ++fault.dependents;
+  }
+
+  const File& file_;
+  const Contents& contents_;
+  ArrayList list_;
+  Tally tally_;
+};
+
+/// By ReadOrder.
+constexpr std::array<std::string_view, 3> kOrders{"forward", "backward", "random"};
+
+struct VerifyOptions {
+  std::vector<std::string> files;
+  Selection selection;
+  ReadOrder order = ReadOrder::forward;
+  std::uint64_t seed = 1;
+  bool asJson = false;
+};
+
+std::string faultText(const std::string& path, const Fault& fault) {
+  std::string text = "FAILED  " + shownText(path) + ": " + shownText(fault.reason);
+  if (fault.dependents > 0) {
+    text += "; " + std::to_string(fault.dependents) +
+            (fault.dependents == 1 ? " array depends on it" : " arrays depend on it");
+  }
+  return text + "\n";
+}
+
+std::string tallyTable(const Tally& tally) {
+  TextTable table({"kind", ">arrays", ">bytes", "digest"});
+  const auto row = [&](const char* name, const KindTally& kind) {
+    table.row(
+        {name, std::to_string(kind.arrays), std::to_string(kind.bytes), digestText(kind.digest)});
+  };
+  for (std::size_t k = 0; k < kArrayKinds; ++k) {
+    if (tally.kinds[k].arrays != 0) row(kindName(static_cast<ArrayKind>(k)), tally.kinds[k]);
+  }
+  row("all", tally.sum());
+  return table.text();
+}
+
+std::string verdict(const Tally& tally) {
+  const std::string absent = tally.absent == 0 ? ""
+                                               : " " + std::to_string(tally.absent) +
+                                                     " arrays of variables are not in the file.";
+  if (tally.failed == 0) return "All arrays can be read." + absent + "\n";
+  return std::to_string(tally.failed) + " of " + std::to_string(tally.sum().arrays + tally.failed) +
+         " arrays can't be read." + absent + "\n";
+}
+
+std::string tallyJson(const std::string& path, const Tally& tally) {
+  using Json = nlohmann::ordered_json;
+  constexpr int kSchema = 1;
+  Json object{{"schema", kSchema},      {"file", path},           {"kinds", Json::object()},
+              {"failed", tally.failed}, {"absent", tally.absent}, {"faults", Json::array()}};
+  for (std::size_t k = 0; k < kArrayKinds; ++k) {
+    const KindTally& kind = tally.kinds[k];
+    if (kind.arrays == 0) continue;
+    object["kinds"][kindName(static_cast<ArrayKind>(k))] = {
+        {"arrays", kind.arrays}, {"bytes", kind.bytes}, {"digest", digestText(kind.digest)}};
+  }
+  for (const auto& [place, fault] : tally.faults) {
+    object["faults"].push_back(
+        {{"path", place}, {"reason", fault.reason}, {"dependents", fault.dependents}});
+  }
+  return object.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+ExitCode verifyFile(const std::string& path, const VerifyOptions& options, const Common& common) {
+  const File file = openFile(path, common.open);
+  const Contents contents = readContents(file);
+  const Choice choice(options.selection, file, contents);
+  const Tally tally = tallyOf(file, contents, choice, options.order, options.seed, common.isQuiet);
+  if (options.asJson) {
+    put(tallyJson(path, tally));
+  } else {
+    if (options.files.size() > 1 && !common.isQuiet) put(shownText(path) + "\n");
+    for (const auto& [place, fault] : tally.faults) put(faultText(place, fault));
+    if (!common.isQuiet) put(tallyTable(tally) + verdict(tally));
+  }
+  return tally.failed == 0 ? kSuccess : kFindings;
+}
+
+}  // namespace
+
+KindTally Tally::sum() const {
+  KindTally sum;
+  for (const KindTally& kind : kinds) {
+    sum.arrays += kind.arrays;
+    sum.bytes += kind.bytes;
+    sum.digest += kind.digest;
+  }
+  return sum;
+}
+
+Tally tallyOf(const File& file, const Contents& contents, const Choice& choice, ReadOrder order,
+              std::uint64_t seed, bool isQuiet) {
+  return Verification(file, contents, choice).run(order, seed, isQuiet);
+}
+
+Command addVerify(CLI::App& program, const Common& common) {
+  CLI::App* app = program.add_subcommand("verify", "Decodes everything; prints counts and digests");
+  const auto options = std::make_shared<VerifyOptions>();
+  addFiles(*app, options->files);
+  addSelection(*app, options->selection);
+  addJson(*app, options->asJson);
+  app->add_option("--order", options->order, "forward, backward or random")
+      ->transform(CLI::Validator(
+          [](std::string& text) {
+            const auto known = std::ranges::find(kOrders, text);
+            if (known == kOrders.end())
+              return "'" + text + "' is none of forward, backward, random";
+            text = std::to_string(known - kOrders.begin());
+            return std::string();
+          },
+          ""))
+      ->type_name("ORDER");
+  app->add_option("--seed", options->seed, "of the random order")->type_name("N");
+  return {app, [options, &common] {
+            return forEachFile(options->files, [&](const std::string& path) {
+              return verifyFile(path, *options, common);
+            });
+          }};
+}
+
+}  // namespace morvex::tools

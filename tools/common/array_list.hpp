@@ -1,0 +1,76 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "common/selection.hpp"
+
+namespace morvex::tools {
+
+/// Kinds of arrays, by which the programs count and sum up.
+enum class ArrayKind {
+  coordinates,
+  blockCoordinates,
+  connectivity,
+  polygons,   ///< tables of n-sided elements
+  polyhedra,  ///< tables of n-faced elements
+  borderFaces,
+  particles,
+  variables,
+  constants,
+};
+inline constexpr std::size_t kArrayKinds = 9;
+[[nodiscard]] const char* kindName(ArrayKind kind);
+
+/// One dataset, or the value of a constant at a step, whose request names variable and step alone.
+struct ArrayId {
+  ArrayKind kind = ArrayKind::coordinates;
+  morvex_request request = MORVEX_REQUEST_INIT;
+};
+
+/// Path of the array in the file. Error.
+[[nodiscard]] std::string pathOf(const File& file, const ArrayId& array);
+
+/// A step of the model, of the particles or of a variable.
+struct Section {
+  enum class Of { model, particles, variable };
+  Of of = Of::model;
+  int variable = -1;
+  int step = 0;
+};
+
+/// Lists the arrays of a choice, section by section: no list is longer than the arrays of one step.
+class ArrayList {
+ public:
+  /// All are borrowed.
+  ArrayList(const File& file, const Contents& contents, const Choice& choice)
+      : file_(file), contents_(contents), choice_(choice) {}
+
+  /// The sections, in the order that the library is made for: the model, the particles, then
+  /// variable by variable.
+  [[nodiscard]] std::vector<Section> sections() const;
+
+  /// The arrays of a section that have values, in the order of parts, types and components. Error
+  /// if sizes are unknown.
+  [[nodiscard]] std::vector<ArrayId> arraysOf(const Section& section);
+
+  /// A name for messages, the group of the section.
+  [[nodiscard]] std::string nameOf(const Section& section) const;
+
+  /// The parts of the model at a step; those of the last step are kept. Error.
+  const std::vector<morvex_part>& parts(int step);
+
+ private:
+  [[nodiscard]] std::vector<ArrayId> variableArrays(const Section& section);
+
+  const File& file_;
+  const Contents& contents_;
+  const Choice& choice_;
+  std::optional<int> partsState_;
+  std::vector<morvex_part> parts_;
+};
+
+}  // namespace morvex::tools

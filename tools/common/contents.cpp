@@ -1,0 +1,70 @@
+#include "common/contents.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "common/exit_codes.hpp"
+
+namespace morvex::tools {
+namespace {
+
+/// Appends a line to the log, which stays open as long as the program runs: threads of the library may
+/// write to it at any time.
+void logMessage(void* log, morvex_level level, const char* text) {
+  const std::string line =
+      std::string(level == MORVEX_ERROR ? "ERROR: " : "WARNING: ") + text + "\n";
+  std::fwrite(line.data(), 1, line.size(), static_cast<std::FILE*>(log));
+}
+
+std::FILE* openLog(const std::string& path) {
+  static std::FILE* const log = std::fopen(path.c_str(), "we");
+  if (!log) throw Failure(kOutputFailed, path + ": " + std::strerror(errno));
+  std::setvbuf(log, nullptr, _IOLBF, BUFSIZ);
+  return log;
+}
+
+}  // namespace
+
+File openFile(const std::string& path, const OpenOptions& options) {
+  morvex_open_options chosen = MORVEX_OPEN_OPTIONS_INIT;
+  chosen.threads = options.threads;
+  if (!options.logFile.empty()) {
+    chosen.message = logMessage;
+    chosen.user = openLog(options.logFile);
+  }
+  try {
+    return File(path, chosen);
+  } catch (const Error& failure) {
+    throw Failure(failure.code() == MORVEX_OUT_OF_MEMORY ? kOutputFailed : kCannotOpen,
+                  path + ": " + failure.what());
+  }
+}
+
+Contents readContents(const File& file) {
+  Contents contents;
+  contents.summary = file.summary();
+  for (int set = 0; set < static_cast<int>(contents.summary.timesets); ++set) {
+    contents.timesets.push_back(file.times(set));
+  }
+  for (int i = 0; i < static_cast<int>(contents.summary.variables); ++i) {
+    try {
+      contents.variables.push_back(file.variable(i));
+    } catch (const Error& failure) {
+      contents.variables.push_back(MORVEX_VARIABLE_INIT);
+      contents.variables.back().name = "";
+      contents.variables.back().description = "";
+      contents.problems.push_back("variable " + std::to_string(i) + ": " + failure.what());
+    }
+  }
+  return contents;
+}
+
+std::vector<morvex_part> readParts(const File& file, int step) {
+  std::vector<morvex_part> parts;
+  const int count = file.partCount(step);
+  for (int i = 0; i < count; ++i) parts.push_back(file.part(i, step));
+  return parts;
+}
+
+}  // namespace morvex::tools

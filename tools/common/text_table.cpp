@@ -1,0 +1,133 @@
+#include "common/text_table.hpp"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <numeric>
+#include <string_view>
+
+namespace morvex::tools {
+namespace {
+
+/// Columns that a text occupies: UTF-8 continuation bytes occupy none.
+std::size_t widthOf(const std::string& text) {
+  return static_cast<std::size_t>(std::ranges::count_if(
+      text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
+}
+
+/// The text, or as much of its beginning as fits with three dots.
+std::string shortened(const std::string& text, std::size_t width) {
+  if (widthOf(text) <= width) return text;
+  constexpr std::string_view kDots = "...";
+  std::string cut;
+  std::size_t columns = 0;
+  for (const char c : text) {
+    columns += (static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0;
+    if (columns + kDots.size() > width) break;
+    cut += c;
+  }
+  return cut.append(kDots);
+}
+
+template <class T>
+std::string shortestText(T value) {
+  std::array<char, 32> digits{};
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+  return std::string(digits.data(), end);
+}
+
+}  // namespace
+
+TextTable::TextTable(std::vector<std::string> headings) : headings_(std::move(headings)) {
+  for (std::string& heading : headings_) {
+    toTheRight_.push_back(heading.starts_with('>'));
+    if (toTheRight_.back()) heading.erase(0, 1);
+  }
+}
+
+void TextTable::row(std::vector<std::string> cells) {
+  cells.resize(headings_.size());
+  rows_.push_back(std::move(cells));
+}
+
+std::vector<std::size_t> TextTable::widths(std::size_t width) const {
+  std::vector<std::size_t> widths;
+  for (const std::string& heading : headings_) widths.push_back(widthOf(heading));
+  for (const auto& cells : rows_) {
+    for (std::size_t k = 0; k < cells.size(); ++k)
+      widths[k] = std::max(widths[k], widthOf(cells[k]));
+  }
+  if (width == 0) return widths;
+  // The widest column of text gives way, one place at a time.
+  constexpr std::size_t kNarrowest = 8;
+  const auto total = [&] {
+    return std::accumulate(widths.begin(), widths.end(), 2 * widths.size());
+  };
+  while (total() > width) {
+    std::size_t widest = widths.size();
+    for (std::size_t k = 0; k < widths.size(); ++k) {
+      const bool mayShrink = !toTheRight_[k] && widths[k] > kNarrowest;
+      if (mayShrink && (widest == widths.size() || widths[k] > widths[widest])) widest = k;
+    }
+    if (widest == widths.size()) break;
+    --widths[widest];
+  }
+  return widths;
+}
+
+std::string TextTable::text(std::size_t width) const {
+  const std::vector<std::size_t> columns = widths(width);
+  std::string text;
+  const auto addLine = [&](const std::vector<std::string>& cells) {
+    std::string line = "  ";
+    for (std::size_t k = 0; k < cells.size(); ++k) {
+      const std::string cell = shortened(cells[k], columns[k]);
+      const std::string gap(columns[k] - widthOf(cell), ' ');
+      line += toTheRight_[k] ? gap + cell : cell + gap;
+      line += "  ";
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    text += line + "\n";
+  };
+  addLine(headings_);
+  for (const auto& cells : rows_) addLine(cells);
+  return text;
+}
+
+std::string shownText(std::string text) {
+  for (char& c : text) {
+    const auto code = static_cast<unsigned char>(c);
+    if (code < 0x20U || code == 0x7FU) c = '?';
+  }
+  return text;
+}
+
+std::string numberText(float value) {
+  return shortestText(value);
+}
+
+std::string numberText(double value) {
+  return shortestText(value);
+}
+
+std::string sizeText(std::uint64_t bytes) {
+  static constexpr std::array<const char*, 5> kUnits{"B", "KiB", "MiB", "GiB", "TiB"};
+  auto size = static_cast<double>(bytes);
+  std::size_t unit = 0;
+  while (size >= 1024.0 && unit + 1 < kUnits.size()) {
+    size /= 1024.0;
+    ++unit;
+  }
+  std::array<char, 48> text{};
+  std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", size, kUnits[unit]);
+  return text.data();
+}
+
+std::string digestText(std::uint64_t digest) {
+  std::array<char, 17> text{};
+  std::snprintf(text.data(), text.size(), "%016llx", static_cast<unsigned long long>(digest));
+  return text.data();
+}
+
+}  // namespace morvex::tools
