@@ -16,6 +16,7 @@ from support import sample
 from vtkmodules.util.numpy_support import vtk_to_numpy
 from vtkmodules.vtkCommonDataModel import vtkCompositeDataSet
 
+import morvex
 from morvex import ElementType, grids
 
 WEDGE = np.array([[0, 0, 0], [1, 0, 0], [0, 1, 0], [0, 0, 1], [1, 0, 1], [0, 1, 1]], float)
@@ -123,6 +124,14 @@ class PlainVtk(unittest.TestCase):
             case["stress"].read(1, 1))
         self.assertAlmostEqual(whole.GetFieldData().GetArray("crush_force").GetValue(0),
                                case["crush_force"].read(1))
+
+    def test_a_step_that_is_not_there_and_a_closed_case(self):
+        case = morvex.open(sample())
+        with self.assertRaisesRegex(IndexError, "step 5"):
+            morvex.to_vtk(case, 5)
+        case.close()
+        with self.assertRaisesRegex(morvex.ClosedError, "is closed"):
+            morvex.to_vtk(case)
 
 
 if __name__ == "__main__":
