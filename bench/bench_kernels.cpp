@@ -340,8 +340,7 @@ void smoothWholeDecode(benchmark::State& state) {
     StreamInput input(smooth.stream);
     SumComposer composer(out);
     PlaneJob job{&input, swap, smooth.geometry, &composer};
-    PlaneJob* const only = &job;
-    decodePlaneChunks({&only, 1});
+    decodePlaneChunks(job);
     const InflateResult result = job.result;
     if (!result.ok || result.decodedBytes != smooth.planes.size()) {
       state.SkipWithError("decoding failed");

@@ -60,25 +60,46 @@ struct ChunkRun {
   PlaneJob job;
 };
 
+/// Ways to divide a stream into chunks: one more than lanes.
+constexpr std::size_t kWays = kMostLanes + 1;
+
 struct Answers {
-  std::array<ChunkAnswer, 3> chunks;
+  std::array<ChunkAnswer, kWays> chunks;
   InflateResult windows;
   Bytes windowBytes;
   PlainResult plain;
   Bytes plainBytes;
 };
 
-/// Three jobs at once: one stream, divided into chunks in three ways.
+/// Jobs of a span, in its order.
+class JobList final : public PlaneJobs {
+ public:
+  explicit JobList(std::span<PlaneJob* const> jobs) : jobs_(jobs) {}
+  PlaneJob* next() noexcept override {
+    if (jobs_.empty()) return nullptr;
+    PlaneJob* const job = jobs_.front();
+    jobs_ = jobs_.subspan(1);
+    return job;
+  }
+  void end(PlaneJob& /*job*/) noexcept override {}
+
+ private:
+  std::span<PlaneJob* const> jobs_;
+};
+
+/// Four jobs in three lanes: one stream, divided into chunks in four ways.
 Answers answersOf(std::span<const std::byte> stream, std::size_t count, std::uint32_t chunkSize,
                   std::uint32_t window) {
   Answers answers;
   ChunkRun first(stream, PlaneChunkGeometry::of(chunkSize, 4, count));
   ChunkRun second(stream, PlaneChunkGeometry::of(4 * chunkSize + 5, 1, count * 4));
   ChunkRun third(stream, PlaneChunkGeometry::of(65536, 2, count + 1));
-  const std::array<PlaneJob*, 3> jobs = {&first.job, &second.job, &third.job};
-  decodePlaneChunks(jobs);
+  ChunkRun fourth(stream, PlaneChunkGeometry::of(chunkSize + 7, 4, count));
+  const std::array<PlaneJob*, kWays> jobs = {&first.job, &second.job, &third.job, &fourth.job};
+  JobList list(jobs);
+  decodePlaneChunks(list, kMostLanes);
   std::size_t i = 0;
-  for (ChunkRun* run : {&first, &second, &third}) {
+  for (ChunkRun* run : {&first, &second, &third, &fourth}) {
     answers.chunks[i++] = {run->job.result, std::move(run->sink.taken)};
   }
   answers.windowBytes.resize(count * 4);

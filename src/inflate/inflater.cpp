@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "inflate/block_header.hpp"
 #include "inflate/inflate_road.hpp"
@@ -191,27 +192,52 @@ Inflater::~Inflater() {
   if (lanes_) IdleLanes::pool.giveBack(lanes_);
 }
 
-void Inflater::run(std::span<StreamWalk* const> walks) noexcept {
-  Lane* const lanes = lanes_->lane.data();
+void Inflater::run(StreamQueue& queue, std::size_t lanes) noexcept {
+  Lane* const lane = lanes_->lane.data();
   std::array<StreamWalk*, kMostLanes> live{};
-  std::size_t count = walks.size();
-  for (std::size_t i = 0; i < count; ++i) {
-    live[i] = walks[i];
-    live[i]->begin(lanes[i]);
-  }
+  std::size_t count = 0;
+  bool isEmpty = false;
   for (;;) {
     for (std::size_t i = 0; i < count;) {
-      if (live[i]->advance(lanes[i])) {
+      if (live[i]->advance(lane[i])) {
         ++i;
-      } else if (i != --count) {
-        lanes[i] = lanes[count];
+        continue;
+      }
+      queue.end(*live[i]);
+      if (i != --count) {
+        lane[i] = lane[count];
         live[i] = live[count];
       }
     }
+    while (!isEmpty && count < lanes) {
+      StreamWalk* const walk = queue.next();
+      isEmpty = !walk;
+      if (!walk) break;
+      walk->begin(lane[count]);
+      if (walk->advance(lane[count])) {
+        live[count++] = walk;
+      } else {
+        queue.end(*walk);
+      }
+    }
     if (count == 0) return;
-    loops_->run[count - 1](lanes);
+    loops_->run[count - 1](lane);
   }
 }
+
+namespace {
+
+class LoneStream final : public StreamQueue {
+ public:
+  explicit LoneStream(StreamWalk& walk) noexcept : walk_(&walk) {}
+  StreamWalk* next() noexcept override { return std::exchange(walk_, nullptr); }
+  void end(StreamWalk& /*walk*/) noexcept override {}
+
+ private:
+  StreamWalk* walk_;
+};
+
+}  // namespace
 
 std::optional<std::uint64_t> inflateWhole(StreamInput& input,
                                           std::span<std::byte> target) noexcept {
@@ -219,8 +245,8 @@ std::optional<std::uint64_t> inflateWhole(StreamInput& input,
   if (!inflater.isReady()) return std::nullopt;
   WholeOutput output(inflater.loops(), target);
   StreamWalk walk(inflater.loops(), input, output);
-  StreamWalk* const only = &walk;
-  inflater.run({&only, 1});
+  LoneStream queue(walk);
+  inflater.run(queue, 1);
   if (walk.isDone()) return output.size();
   input.rewind();
   return std::nullopt;

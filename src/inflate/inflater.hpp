@@ -52,6 +52,20 @@ class StreamWalk {
   std::array<std::byte, kTailBytes + kTailRoom> tail_;
 };
 
+/// The streams of a run.
+class StreamQueue {
+ public:
+  StreamQueue() = default;
+  StreamQueue(const StreamQueue&) = delete;
+  StreamQueue& operator=(const StreamQueue&) = delete;
+  virtual ~StreamQueue() = default;
+
+  /// The next stream, borrowed until it ends; null if none is left, and then ever after.
+  [[nodiscard]] virtual StreamWalk* next() noexcept = 0;
+  /// A stream is done or refused.
+  virtual void end(StreamWalk& walk) noexcept = 0;
+};
+
 /// The lanes of one thread. Pooled, since their tables take some 20 KiB.
 class Inflater {
  public:
@@ -64,8 +78,9 @@ class Inflater {
   [[nodiscard]] bool isReady() const noexcept { return lanes_ != nullptr; }
   [[nodiscard]] const SymbolLoops& loops() const noexcept { return *loops_; }
 
-  /// Runs up to kMostLanes streams to their ends in one loop.
-  void run(std::span<StreamWalk* const> walks) noexcept;
+  /// Runs streams to their ends in one loop, up to `lanes` of them at a time. A lane whose stream
+  /// has ended takes the next one, so that all lanes are busy until few streams are left.
+  void run(StreamQueue& queue, std::size_t lanes) noexcept;
 
  private:
   struct Lanes;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 #include <optional>
+#include <utility>
 
 #include "inflate/inflater.hpp"
 #include "inflate/limits.hpp"
@@ -106,27 +107,6 @@ class PlaneOutput final : public LaneOutput {
   std::uint64_t offerStart_ = 0;
 };
 
-/// Decodes up to kMostLanes jobs with the symbol loops; sets the results of those that succeed.
-void decodeTogether(std::span<PlaneJob* const> jobs) noexcept {
-  Inflater inflater;
-  if (!inflater.isReady()) return;
-  std::array<std::optional<PlaneOutput>, kMostLanes> outputs;
-  std::array<std::optional<StreamWalk>, kMostLanes> walks;
-  std::array<StreamWalk*, kMostLanes> toRun{};
-  std::size_t count = 0;
-  for (std::size_t i = 0; i < jobs.size(); ++i) {
-    if (jobs[i]->geometry.totalBytes == 0) continue;
-    outputs[i].emplace(inflater.loops(), *jobs[i]);
-    toRun[count++] = &walks[i].emplace(inflater.loops(), *jobs[i]->input, *outputs[i]);
-  }
-  inflater.run(std::span(toRun).first(count));
-  for (std::size_t i = 0; i < jobs.size(); ++i) {
-    if (!walks[i] || !walks[i]->isDone()) continue;
-    jobs[i]->result = {
-        .streamReady = true, .ok = true, .decodedBytes = jobs[i]->geometry.totalBytes};
-  }
-}
-
 /// Decodes with one zlib call per chunk, which defines the result.
 InflateResult decodeWithZlib(const PlaneJob& job) noexcept {
   InflateResult result;
@@ -153,6 +133,55 @@ InflateResult decodeWithZlib(const PlaneJob& job) noexcept {
   return result;
 }
 
+/// Feeds the lanes with jobs. What the symbol loops refuse is decoded by zlib when it ends.
+class JobStreams final : public StreamQueue {
+ public:
+  JobStreams(const SymbolLoops& loops, PlaneJobs& jobs) noexcept : loops_(loops), jobs_(jobs) {}
+
+  StreamWalk* next() noexcept override {
+    PlaneJob* const job = jobs_.next();
+    if (!job) return nullptr;
+    Slot& slot = *std::ranges::find(slots_, nullptr, &Slot::job);
+    slot.job = job;
+    slot.output.emplace(loops_, *job);
+    return &slot.walk.emplace(loops_, *job->input, *slot.output);
+  }
+
+  void end(StreamWalk& walk) noexcept override {
+    Slot& slot = *std::ranges::find_if(
+        slots_, [&](const Slot& each) { return each.job && &*each.walk == &walk; });
+    PlaneJob& job = *std::exchange(slot.job, nullptr);
+    if (walk.isDone()) {
+      job.result = {.streamReady = true, .ok = true, .decodedBytes = job.geometry.totalBytes};
+    } else {
+      job.input->rewind();
+      job.result = decodeWithZlib(job);
+    }
+    jobs_.end(job);
+  }
+
+ private:
+  struct Slot {
+    PlaneJob* job = nullptr;
+    std::optional<PlaneOutput> output;
+    std::optional<StreamWalk> walk;
+  };
+
+  const SymbolLoops& loops_;
+  PlaneJobs& jobs_;
+  std::array<Slot, kMostLanes> slots_;
+};
+
+class LoneJob final : public PlaneJobs {
+ public:
+  explicit LoneJob(PlaneJob& job) noexcept : job_(&job) {}
+  PlaneJob* next() noexcept override { return std::exchange(job_, nullptr); }
+  void end(PlaneJob& /*job*/) noexcept override {}
+
+ private:
+  PlaneJob* job_;
+};
+
 }  // namespace
 
 PlaneChunkGeometry PlaneChunkGeometry::of(std::uint32_t chunkSizeInBytes, std::size_t width,
@@ -170,15 +199,22 @@ PlaneChunkGeometry PlaneChunkGeometry::of(std::uint32_t chunkSizeInBytes, std::s
   return g;
 }
 
-void decodePlaneChunks(std::span<PlaneJob* const> jobs) noexcept {
-  for (std::size_t at = 0; at < jobs.size(); at += kMostLanes) {
-    decodeTogether(jobs.subspan(at, std::min(kMostLanes, jobs.size() - at)));
+void decodePlaneChunks(PlaneJobs& jobs, std::size_t lanes) noexcept {
+  Inflater inflater;
+  if (inflater.isReady()) {
+    JobStreams streams(inflater.loops(), jobs);
+    inflater.run(streams, std::min(lanes, kMostLanes));
+    return;
   }
-  for (PlaneJob* job : jobs) {
-    if (job->result.ok) continue;
-    job->input->rewind();
+  while (PlaneJob* const job = jobs.next()) {
     job->result = decodeWithZlib(*job);
+    jobs.end(*job);
   }
+}
+
+void decodePlaneChunks(PlaneJob& job) noexcept {
+  LoneJob only(job);
+  decodePlaneChunks(only, 1);
 }
 
 }  // namespace Kelbor::Inflate

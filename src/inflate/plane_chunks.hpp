@@ -53,13 +53,30 @@ struct PlaneJob {
   InflateResult result = {};
 };
 
+/// The jobs of one thread.
+class PlaneJobs {
+ public:
+  PlaneJobs() = default;
+  PlaneJobs(const PlaneJobs&) = delete;
+  PlaneJobs& operator=(const PlaneJobs&) = delete;
+  virtual ~PlaneJobs() = default;
+
+  /// The next job, borrowed until it ends; null if none is left, and then ever after.
+  [[nodiscard]] virtual PlaneJob* next() noexcept = 0;
+  /// The job has its result. Jobs end in any order.
+  virtual void end(PlaneJob& job) noexcept = 0;
+};
+
 /// Inflates the plane chunks of each job through its swap memory and passes them to its sink. One
-/// loop on the calling thread decodes up to three streams at a time. A chunk that ends early is
-/// passed on whole, completed with the swap's previous content or zeros. Success may end with
-/// result.decodedBytes below geometry.totalBytes; values from there on are unspecified.
+/// loop on the calling thread decodes up to `lanes` streams at a time, at most kMostLanes; a lane
+/// takes the next job when its own has ended. A chunk that ends early is passed on whole, completed
+/// with the swap's previous content or zeros. Success may end with result.decodedBytes below
+/// geometry.totalBytes; values from there on are unspecified.
 ///
 /// Never reads beyond an input nor writes beyond a swap, whatever the bytes. A stream that needs a
 /// dictionary fails; a damaged or cut one ends in finite time. Results are zlib's on every road.
-void decodePlaneChunks(std::span<PlaneJob* const> jobs) noexcept;
+void decodePlaneChunks(PlaneJobs& jobs, std::size_t lanes) noexcept;
+/// The same for one stream.
+void decodePlaneChunks(PlaneJob& job) noexcept;
 
 }  // namespace Kelbor::Inflate

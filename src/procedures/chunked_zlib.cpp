@@ -23,11 +23,6 @@ using ChunkedZlibDecompressionWrapperFactory = ChunkedZlibFactory<ChunkedZlibDec
 using ChunkedZlibTreeDecompressionWrapperFactory =
     ChunkedZlibFactory<ChunkedZlibTreeDecompressionWrapper>;
 
-StreamOutcome outcomeOf(const Inflate::PlaneJob& job) {
-  if (!job.result.streamReady) raiseStreamNotReady();
-  return {job.result.ok, job.result.decodedBytes};
-}
-
 }  // namespace
 
 /// Borrowed by an open job.
@@ -71,9 +66,8 @@ StreamOutcome ChunkedZlibProcedure::decode(Inflate::StreamInput& stream,
   const auto geometry = geometryOf(target.memory.size());
   SwapBuffer swap(getContext(), geometry.workBytes);
   Inflate::PlaneJob job{&stream, swap.bytes(), geometry, &target.sink};
-  Inflate::PlaneJob* const only = &job;
-  Inflate::decodePlaneChunks({&only, 1});
-  return outcomeOf(job);
+  Inflate::decodePlaneChunks(job);
+  return outcomeOf(job.result);
 }
 
 Inflate::PlaneJob& ChunkedZlibProcedure::openJob(std::span<std::byte> memory) {
@@ -81,10 +75,9 @@ Inflate::PlaneJob& ChunkedZlibProcedure::openJob(std::span<std::byte> memory) {
   return openJob_->job;
 }
 
-std::optional<PlaneStreamProcedure::Decoded> ChunkedZlibProcedure::takeDecoded() {
-  const std::unique_ptr<OpenJob> open = std::move(openJob_);
-  if (!open) return std::nullopt;
-  return Decoded{open->memory, outcomeOf(open->job)};
+void ChunkedZlibProcedure::closeJob() noexcept {
+  decoded_ = Decoded{openJob_->memory, openJob_->job.result};
+  openJob_.reset();
 }
 
 std::unique_ptr<DataProcedure> ChunkedZlibDecompressionWrapper::clone() const {

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <memory>
+#include <optional>
+#include <utility>
+
 #include "procedures/joint_decoder.hpp"
 #include "procedures/plane_stream.hpp"
 #include "recipes/procedure_factory.hpp"
@@ -13,6 +17,7 @@ class ChunkedZlibProcedure : public PlaneStreamProcedure, public JointDecoder {
   ~ChunkedZlibProcedure() override;
 
   [[nodiscard]] Inflate::PlaneJob& openJob(std::span<std::byte> memory) override;
+  void closeJob() noexcept override;
 
  protected:
   /// `chunkSizeInBytes`: inflated bytes of a plane chunk. Exception ": chunkSizeInBytes>=2^31".
@@ -24,7 +29,7 @@ class ChunkedZlibProcedure : public PlaneStreamProcedure, public JointDecoder {
  private:
   struct OpenJob;
 
-  std::optional<Decoded> takeDecoded() override;
+  std::optional<Decoded> takeDecoded() override { return std::exchange(decoded_, std::nullopt); }
   StreamOutcome decode(Inflate::StreamInput& stream, const PlaneTarget& target) override;
   [[nodiscard]] std::uint64_t lookAhead() const override;
 
@@ -32,6 +37,7 @@ class ChunkedZlibProcedure : public PlaneStreamProcedure, public JointDecoder {
 
   std::uint32_t chunkSizeInBytes_;
   std::unique_ptr<OpenJob> openJob_;
+  std::optional<Decoded> decoded_;  ///< by a job that was closed
 };
 
 /// For stored differences of neighbours, which it sums up.

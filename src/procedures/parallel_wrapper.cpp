@@ -96,16 +96,6 @@ class SliceProvider final : public DataProvider, public PiecewiseSource {
   std::uint64_t position_;
 };
 
-/// The number of groups of neighbouring chunks to run. As few as joint decoding allows, up to
-/// kMostLanes chunks each, but a multiple of the team, so that all threads get the same number.
-/// Without joint decoding, one chunk each.
-std::size_t groupsOf(std::size_t chunks, int threads, const DataProcedure& inner) {
-  if (!dynamic_cast<const JointDecoder*>(&inner)) return chunks;
-  const std::size_t team = std::max<std::size_t>(static_cast<std::size_t>(std::max(threads, 1)), 1);
-  const std::size_t least = (chunks + Inflate::kMostLanes - 1) / Inflate::kMostLanes;
-  return std::min(chunks, (least + team - 1) / team * team);
-}
-
 const DataProcedure& requireInner(const DataProcedure* inner) {
   if (!inner) raise<std::invalid_argument>(kNoClone);
   return *inner;
@@ -178,6 +168,102 @@ class OmpDecompressionWrapper::ChunkedInput {
   std::unique_ptr<ScopedConstDataAny> content_;
   std::vector<std::byte> front_;
   boost::container::small_vector<std::unique_ptr<DataProvider>, 1> chunks_;
+};
+
+/// Takes chunks on one thread until none is left. Those of a JointDecoder run in the lanes of one
+/// loop; others, and a lone chunk, decode when their output is read. Outputs are read in the order
+/// of the chunks. A chunk that fails drops out; the others continue, so the log names every failure.
+template <class Out>
+class OmpDecompressionWrapper::Worker final : public Inflate::PlaneJobs {
+ public:
+  /// All arguments are borrowed. `nextChunk`: the first chunk that no thread has taken.
+  Worker(const OmpDecompressionWrapper& wrapper, Inputs& inputs, std::span<const Slice> slices,
+         std::atomic<std::size_t>& nextChunk)
+      : wrapper_(wrapper), inputs_(inputs), slices_(slices), nextChunk_(nextChunk) {}
+
+  /// False if a chunk failed.
+  [[nodiscard]] bool run(std::size_t lanes) {
+    if (slices_.size() > 1 && dynamic_cast<const JointDecoder*>(wrapper_.inner_.get())) {
+      Inflate::decodePlaneChunks(*this, lanes);
+    } else {
+      while (const std::optional<std::size_t> chunk = takeChunk()) {
+        guarded([&] { return add(*chunk); });
+        readOutputs();
+      }
+    }
+    return succeeded_;
+  }
+
+  Inflate::PlaneJob* next() noexcept override {
+    while (const std::optional<std::size_t> chunk = takeChunk()) {
+      if (guarded([&] { return add(*chunk) && open(running_.back()); })) return running_.back().job;
+      if (!running_.empty() && running_.back().chunk == *chunk) running_.pop_back();
+    }
+    return nullptr;
+  }
+
+  void end(Inflate::PlaneJob& job) noexcept override {
+    const auto ended = std::ranges::find(running_, &job, &Running::job);
+    ended->decoder->closeJob();
+    ended->job = nullptr;
+    readOutputs();
+  }
+
+ private:
+  struct Running {
+    std::size_t chunk;
+    std::unique_ptr<DataProcedure> clone;
+    JointDecoder* decoder = nullptr;
+    Inflate::PlaneJob* job = nullptr;  ///< null if nothing is to be done before the output is read
+  };
+
+  [[nodiscard]] std::optional<std::size_t> takeChunk() noexcept {
+    const std::size_t chunk = nextChunk_++;
+    if (chunk >= slices_.size()) return std::nullopt;
+    return chunk;
+  }
+
+  [[nodiscard]] bool add(std::size_t chunk) {
+    std::unique_ptr<DataProcedure> clone = wrapper_.cloneFor(inputs_, chunk, slices_[chunk]);
+    if (!clone) return false;
+    running_.push_back({chunk, std::move(clone)});
+    return true;
+  }
+
+  [[nodiscard]] bool open(Running& running) {
+    const Slice& slice = slices_[running.chunk];
+    running.decoder = dynamic_cast<JointDecoder*>(running.clone.get());
+    running.job = &running.decoder->openJob({slice.target, slice.sizeInBytes});
+    return true;
+  }
+
+  void readOutputs() noexcept {
+    while (!running_.empty() && !running_.front().job) {
+      guarded([&] {
+        return takeOutput<Out>(*running_.front().clone, slices_[running_.front().chunk]);
+      });
+      running_.erase(running_.begin());
+    }
+  }
+
+  /// An exception must not leave the team. It has been logged where it was raised.
+  template <class Step>
+  bool guarded(Step&& step) noexcept {
+    bool isDone = false;
+    try {
+      isDone = step();
+    } catch (...) {
+    }
+    if (!isDone) succeeded_ = false;
+    return isDone;
+  }
+
+  const OmpDecompressionWrapper& wrapper_;
+  Inputs& inputs_;
+  std::span<const Slice> slices_;
+  std::atomic<std::size_t>& nextChunk_;
+  boost::container::small_vector<Running, 1> running_;  ///< in the order of chunks
+  bool succeeded_ = true;
 };
 
 OmpDecompressionWrapper::OmpDecompressionWrapper(std::unique_ptr<DataProcedure> inner,
@@ -311,16 +397,17 @@ bool OmpDecompressionWrapper::runChunks(Inputs& inputs, DataProvider& output) {
   const auto budget = static_cast<std::uint64_t>(getContext()->threadBudget());
   const int threads = static_cast<int>(std::min(budget, worthwhile));
 
-  const std::size_t groups = groupsOf(slices.size(), threads, *inner_);
+  const std::size_t chunks = slices.size();
+  const std::size_t workers = std::min<std::size_t>(chunks, std::max(threads, 1));
+  // Each thread gets the same number of chunks to begin with, even if its lanes could take more.
+  const std::size_t lanes = workers == 0 ? 0 : (chunks + workers - 1) / workers;
+  std::atomic<std::size_t> nextChunk{0};
   std::atomic<bool> succeeded{true};
-  const auto work = [&](std::size_t group) {
-    const std::size_t first = slices.size() * group / groups;
-    const std::size_t end = slices.size() * (group + 1) / groups;
-    if (!runGroup<Out>(inputs, first, {slices.data() + first, end - first})) {
-      succeeded = false;
-    }
+  const auto work = [&](std::size_t) {
+    Worker<Out> worker(*this, inputs, {slices.data(), chunks}, nextChunk);
+    if (!worker.run(lanes)) succeeded = false;
   };
-  runTeam(groups, threads, std::ref(work));
+  runTeam(workers, threads, std::ref(work));
   return succeeded;
 }
 
@@ -342,43 +429,6 @@ std::unique_ptr<DataProcedure> OmpDecompressionWrapper::cloneFor(Inputs& inputs,
   }
   clone->setOutputBuffer(0, slice.target, slice.sizeInBytes);
   return clone;
-}
-
-template <class Out>
-bool OmpDecompressionWrapper::runGroup(Inputs& inputs, std::size_t first,
-                                       std::span<const Slice> slices) const {
-  bool succeeded = true;
-  // An exception must not leave the team. It has been logged where it was raised.
-  const auto guarded = [&](auto&& step) {
-    bool done = false;
-    try {
-      done = step();
-    } catch (...) {
-    }
-    if (!done) succeeded = false;
-    return done;
-  };
-  // Three phases: prepare a clone per chunk and open its job, decode all jobs in one loop, then
-  // read the outputs. A lone chunk opens no job and decodes when its output is read. A chunk that
-  // fails drops out; the others continue, so the log names every failure.
-  boost::container::small_vector<std::unique_ptr<DataProcedure>, Inflate::kMostLanes> clones;
-  boost::container::small_vector<Inflate::PlaneJob*, Inflate::kMostLanes> jobs;
-  for (std::size_t i = 0; i < slices.size(); ++i) {
-    std::unique_ptr<DataProcedure> clone;
-    const bool isReady = guarded([&] {
-      clone = cloneFor(inputs, first + i, slices[i]);
-      auto* joint = slices.size() > 1 ? dynamic_cast<JointDecoder*>(clone.get()) : nullptr;
-      if (joint) jobs.push_back(&joint->openJob({slices[i].target, slices[i].sizeInBytes}));
-      return clone != nullptr;
-    });
-    clones.push_back(isReady ? std::move(clone) : nullptr);
-  }
-  Inflate::decodePlaneChunks({jobs.data(), jobs.size()});
-  for (std::size_t i = 0; i < slices.size(); ++i) {
-    if (clones[i]) guarded([&] { return takeOutput<Out>(*clones[i], slices[i]); });
-    clones[i].reset();
-  }
-  return succeeded;
 }
 
 std::unique_ptr<morvex::ProcedureFactory> createParallelWrapperFactory(

@@ -38,6 +38,8 @@ class OmpDecompressionWrapper final : public DataProcedure {
  private:
   class ChunkedInput;
   using Inputs = boost::container::small_vector<ChunkedInput, 1>;
+  template <class Out>
+  class Worker;
 
   /// A chunk's slice of the output.
   struct Slice {
@@ -49,9 +51,6 @@ class OmpDecompressionWrapper final : public DataProcedure {
   [[nodiscard]] ChunkedInput readChunks(std::size_t slot, std::uint64_t outputValues);
   template <class Out>
   [[nodiscard]] bool runChunks(Inputs& inputs, DataProvider& output);
-  template <class Out>
-  [[nodiscard]] bool runGroup(Inputs& inputs, std::size_t first,
-                              std::span<const Slice> slices) const;
   [[nodiscard]] std::unique_ptr<DataProcedure> cloneFor(Inputs& inputs, std::size_t chunk,
                                                         const Slice& slice) const;
 

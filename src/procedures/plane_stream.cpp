@@ -88,7 +88,7 @@ StreamOutcome PlaneStreamProcedure::decodeInto(DataProvider& input, DataProvider
     using T = typename decltype(element)::type;
     if (const auto decoded = takeDecoded()) {
       const ScopedData<T> values(&output);
-      outcome = decoded->outcome;
+      outcome = outcomeOf(decoded->result);
       if (reinterpret_cast<const std::byte*>(values.data()) == decoded->memory) return;
     }
     StreamAccess stream(input, lookAhead());
@@ -151,8 +151,9 @@ std::span<std::byte> SwapBuffer::bytes() noexcept {
   return {block_.getContainer()->getData(), static_cast<std::size_t>(block_.getContainer()->size)};
 }
 
-void raiseStreamNotReady() {
-  raise<Exception>(": Failed to initialize stream!");
+StreamOutcome outcomeOf(const Inflate::InflateResult& result) {
+  if (!result.streamReady) raise<Exception>(": Failed to initialize stream!");
+  return {result.ok, result.decodedBytes};
 }
 
 }  // namespace Kelbor::MathModule

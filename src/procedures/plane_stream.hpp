@@ -89,7 +89,7 @@ class PlaneStreamProcedure : public DataProcedure {
   /// What a job has decoded ahead of this run, if any. Used once.
   struct Decoded {
     const std::byte* memory;
-    StreamOutcome outcome;
+    Inflate::InflateResult result;
   };
   virtual std::optional<Decoded> takeDecoded() { return std::nullopt; }
   /// Decodes a whole stream.
@@ -105,7 +105,7 @@ class PlaneStreamProcedure : public DataProcedure {
   PlaneMode mode_;
 };
 
-/// Exception ": Failed to initialize stream!".
-[[noreturn]] void raiseStreamNotReady();
+/// Exception ": Failed to initialize stream!" if zlib could not open the stream.
+[[nodiscard]] StreamOutcome outcomeOf(const Inflate::InflateResult& result);
 
 }  // namespace Kelbor::MathModule

@@ -31,12 +31,12 @@ StreamOutcome WindowZlibDecompression::decode(Inflate::StreamInput& input,
   SwapBuffer swap(getContext(), target.memory.size());
   const Inflate::InflateResult result =
       Inflate::inflateWindowedPlanes(stream, swap.bytes(), windowSizeInBytes_);
-  if (!result.streamReady) raiseStreamNotReady();
-  if (result.ok) {
+  const StreamOutcome outcome = outcomeOf(result);
+  if (outcome.ok) {
     const std::uint64_t whole = result.decodedBytes / target.width * target.width;
     target.sink.take(0, swap.bytes().first(static_cast<std::size_t>(whole)));
   }
-  return {result.ok, result.decodedBytes};
+  return outcome;
 }
 
 }  // namespace Kelbor::MathModule

@@ -384,8 +384,7 @@ TEST_F(InflateRoads, NothingBehindInputAndOutputIsTouched) {
       StreamInput guarded(input.bytes);
       ByteSink sink;
       PlaneJob job{&guarded, swap.bytes, geometry, &sink};
-      PlaneJob* const only = &job;
-      decodePlaneChunks({&only, 1});
+      decodePlaneChunks(job);
       EXPECT_TRUE(job.result.streamReady);
     }
   }

@@ -83,8 +83,7 @@ inline ChunkAnswer decodeChunks(StreamInput& input, const PlaneChunkGeometry& ge
   Bytes swap(static_cast<std::size_t>(geometry.workBytes), std::byte{0xd1});
   ByteSink sink;
   PlaneJob job{&input, swap, geometry, &sink};
-  PlaneJob* const only = &job;
-  decodePlaneChunks({&only, 1});
+  decodePlaneChunks(job);
   return {job.result, std::move(sink.taken)};
 }
 
