@@ -398,7 +398,7 @@ bool OmpDecompressionWrapper::runChunks(Inputs& inputs, DataProvider& output) {
   const int threads = static_cast<int>(std::min(budget, worthwhile));
 
   const std::size_t chunks = slices.size();
-  const std::size_t workers = std::min<std::size_t>(chunks, std::max(threads, 1));
+  const std::size_t workers = std::min(chunks, static_cast<std::size_t>(std::max(threads, 1)));
   // Each thread gets the same number of chunks to begin with, even if its lanes could take more.
   const std::size_t lanes = workers == 0 ? 0 : (chunks + workers - 1) / workers;
   std::atomic<std::size_t> nextChunk{0};
