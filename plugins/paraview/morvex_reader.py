@@ -32,6 +32,8 @@ except ImportError:  # a source tree, or an archive of both
     import morvex
 from morvex.grids import PARTICLES, Grids, part_labels
 
+_SHOWN_FAILURES = 5  # of an update
+
 
 @smproxy.reader(name="MorvexReader", label="Morvex Reader", extensions="mvx sdf",
                 file_description="Compressed result file")
@@ -114,14 +116,20 @@ class MorvexReader(VTKPythonAlgorithmBase):
         piece = information.Get(pipeline.UPDATE_PIECE_NUMBER()) or 0
         pieces = information.Get(pipeline.UPDATE_NUMBER_OF_PIECES()) or 1
         output = vtkMultiBlockDataSet.GetData(information)
+        failures = []
         try:
             step = grids.case.steps[index]
             read = grids.at(step, self._share(step, piece, pieces), self._switched_on(self._arrays),
-                            lambda done, total, _bytes: self._report(done / max(total, 1)))
+                            lambda done, total, _bytes: self._report(done / max(total, 1)),
+                            failures)
         except morvex.Cancelled:
             return 0
         except morvex.Error as failure:
             return self._fail(failure)
+        for failure in failures[:_SHOWN_FAILURES]:
+            self._fail(failure)  # the rest still shows
+        if len(failures) > _SHOWN_FAILURES:
+            self._fail(f"{len(failures) - _SHOWN_FAILURES} more arrays can't be read")
         output.ShallowCopy(read)
         return 1
 

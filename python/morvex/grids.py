@@ -58,13 +58,16 @@ class Grids:
         self._names: Optional[tuple[Parts, vtkMultiBlockDataSet]] = None
 
     def at(self, step: AnyStep = 0, parts: Selection = None, variables: Selection = None,
-           progress: Optional[Progress] = None) -> vtkMultiBlockDataSet:
+           progress: Optional[Progress] = None,
+           failures: Optional[list[Error]] = None) -> vtkMultiBlockDataSet:
         """A step of the case.
 
         :param step: a `Step`, or a number of `Case.steps`
         :param parts: numbers or names, and "particles"; None for all. Others cost nothing.
         :param variables: numbers or names; None for all. Others cost nothing.
         :param progress: see `Case.read`; not called in reads of less than 64 MiB
+        :param failures: takes the errors of damaged arrays, which are then left out; so is a part
+            without its points or cells. Without it the first one is raised.
         """
         case = self.case
         when = case.step_of(step)
@@ -83,15 +86,24 @@ class Grids:
 
         whole = vtkMultiBlockDataSet()
         whole.CopyStructure(self._named_blocks(when))
+        failed: list[Error] = []
         for part, keys in zip(chosen, blocks):
-            whole.SetBlock(part.index, _grid(part, self._kept, *keys))
+            whole.SetBlock(part.index, _grid(part, self._kept, failed, *keys))
         if particles:
-            whole.SetBlock(len(of_step), _vertices(self._kept, *particles))
+            whole.SetBlock(len(of_step), _vertices(self._kept, failed, *particles))
         for field in fields:
             if field.is_constant:
-                value = _copied(np.array([field.read(when)], np.float32))
+                try:
+                    value = _copied(np.array([field.read(when)], np.float32))
+                except Error as failure:
+                    failed.append(failure)
+                    continue
                 value.SetName(_printable(field.name))
                 whole.GetFieldData().AddArray(value)
+        if failed and failures is None:
+            raise failed[0]
+        if failures is not None:
+            failures += failed
         whole.GetInformation().Set(vtkDataObject.DATA_TIME_STEP(), when.time)
         return whole
 
@@ -164,7 +176,8 @@ class _Plan:
                         for key in self._values(field, own, None)]
 
     def read(self, progress: Optional[Progress]) -> dict[tuple, Any]:
-        """Reads and makes what is new; all objects by key, None where the file has no values."""
+        """Reads and makes what is new; all objects by key, None where the file has no values, and
+        an Error in place of what could not be read."""
         arrays = [_new_array(request.dtype, request.shape) for request in self._requests]
         is_long = sum(request.nbytes for request in self._requests) >= _WORTH_SHOWING
         results = self._case.read(self._requests, [
@@ -174,9 +187,10 @@ class _Plan:
         at = 0
         for key, count, make in self._makers:
             failed = next((r for r in results[at:at + count] if isinstance(r, Error)), None)
-            if failed and not (isinstance(failed, NotDefined) and key[0] == "field"):
-                raise failed
-            self._objects[key] = None if failed else make(*arrays[at:at + count])
+            if isinstance(failed, NotDefined) and key[0] == "field":
+                self._objects[key] = None
+            else:
+                self._objects[key] = failed or make(*arrays[at:at + count])
             at += count
         return self._objects
 
@@ -308,38 +322,52 @@ def _distinct_nodes(nodes: np.ndarray, sizes: np.ndarray) -> tuple[np.ndarray, n
     return keys % width, np.bincount(keys // width, minlength=len(sizes))
 
 
-def _grid(part: Part, objects: dict[tuple, Any], points: tuple, cells: tuple,
-          fields: list[tuple]) -> vtkPointSet:
+def _grid(part: Part, objects: dict[tuple, Any], failed: list[Error], points: tuple, cells: tuple,
+          fields: list[tuple]) -> Optional[vtkPointSet]:
+    """The grid of a part; None, and a failure more, without its points or cells."""
     info = part.info()
     grid: vtkPointSet
+    missing = [objects[key] for key in (points, cells) if isinstance(objects.get(key), Error)]
+    if info.extents and math.prod(info.extents) != info.nodes:
+        missing.append(Error(f"the block {info.name!r} has {info.nodes} nodes, but the extents "
+                             f"{info.extents}", Code.DAMAGED, part=part.index))
+    if missing:
+        failed += missing
+        return None
     if info.extents:
-        if math.prod(info.extents) != info.nodes:
-            raise Error(f"the block {info.name!r} has {info.nodes} nodes, but the extents "
-                        f"{info.extents}", Code.DAMAGED, part=part.index)
         grid = vtkStructuredGrid()
         grid.SetDimensions(info.extents)
     else:
         grid = vtkUnstructuredGrid()
         grid.ShallowCopy(objects[cells])
     grid.SetPoints(objects[points])
-    points_data, cell_data = grid.GetPointData(), grid.GetCellData()
-    for key in fields:
-        if objects[key] is not None:
-            (points_data if key[1] else cell_data).AddArray(objects[key])
+    _add_arrays(grid.GetPointData(), objects, failed, [key for key in fields if key[1]])
+    _add_arrays(grid.GetCellData(), objects, failed, [key for key in fields if not key[1]])
     return grid
 
 
-def _vertices(objects: dict[tuple, Any], points: tuple, fields: list[tuple]) -> vtkPolyData:
+def _vertices(objects: dict[tuple, Any], failed: list[Error], points: tuple,
+              fields: list[tuple]) -> Optional[vtkPolyData]:
+    if isinstance(objects[points], Error):
+        failed.append(objects[points])
+        return None
     data = vtkPolyData()
     data.SetPoints(objects[points])
     count = objects[points].GetNumberOfPoints()
     vertices = vtkCellArray()
     vertices.SetData(_copied(np.arange(count + 1)), _copied(np.arange(count)))
     data.SetVerts(vertices)
-    for key in fields:
-        if objects[key] is not None:
-            data.GetPointData().AddArray(objects[key])
+    _add_arrays(data.GetPointData(), objects, failed, fields)
     return data
+
+
+def _add_arrays(data: vtkDataSetAttributes, objects: dict[tuple, Any], failed: list[Error],
+                fields: list[tuple]) -> None:
+    for key in fields:
+        if isinstance(objects[key], Error):
+            failed.append(objects[key])
+        elif objects[key] is not None:
+            data.AddArray(objects[key])
 
 
 def _printable(text: str) -> str:

@@ -2,6 +2,7 @@
 """Cells as VTK's objects, and the reader in plain VTK. Needs VTK, not ParaView."""
 
 import pathlib
+import re
 import sys
 import unittest
 
@@ -132,6 +133,39 @@ class PlainVtk(unittest.TestCase):
         case.close()
         with self.assertRaisesRegex(morvex.ClosedError, "is closed"):
             morvex.to_vtk(case)
+
+    def test_what_is_damaged_is_left_out_and_told_at_each_step(self):
+        with morvex.open(sample()) as case:
+            whole = morvex.to_vtk(case, 1)
+        data = bytearray(pathlib.Path(sample()).read_bytes())
+        first, last = len(data) * 35 // 100, len(data) * 45 // 100  # in the values
+        data[first:last] = b"\xFF" * (last - first)
+        copy = pathlib.Path(sample()).with_suffix(".damaged")
+        copy.write_bytes(data)
+        with morvex.open(copy) as case:
+            failures, again = [], []
+            shown = grids.Grids(case)
+            output = shown.at(1, failures=failures)
+            shown.at(1, failures=again)
+            self.assertTrue(failures)
+            self.assertEqual([str(f) for f in failures], [str(f) for f in again])
+            with self.assertRaisesRegex(morvex.Error, re.escape(str(failures[0]))):
+                morvex.to_vtk(case, 1)
+        lost = 0
+        for i in range(whole.GetNumberOfBlocks()):
+            block, intact = output.GetBlock(i), whole.GetBlock(i)
+            if block is None:
+                lost += 1
+                continue
+            for found, expected in ((block.GetPointData(), intact.GetPointData()),
+                                    (block.GetCellData(), intact.GetCellData())):
+                lost += expected.GetNumberOfArrays() - found.GetNumberOfArrays()
+                for k in range(found.GetNumberOfArrays()):
+                    values = found.GetAbstractArray(k)
+                    np.testing.assert_array_equal(
+                        vtk_to_numpy(values),
+                        vtk_to_numpy(expected.GetAbstractArray(values.GetName())))
+        self.assertEqual(lost, len(failures))
 
 
 if __name__ == "__main__":
