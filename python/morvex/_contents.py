@@ -27,7 +27,7 @@ class Step(NamedTuple):
 
 
 AnyStep = Union[int, Step]
-_MOST_SIZES = 1 << 16  # kept by a variable
+_MOST_KNOWN = 1 << 16  # kept by a variable
 _Named = TypeVar("_Named", "Part", "Variable")
 
 
@@ -143,8 +143,8 @@ class Part:
         elif kind in (Kind.CONNECTIVITY, Kind.BORDER_FACES):
             per_item = max(library().morvex_nodes_per_element(piece.element_type), 1)
         shape = (values // per_item, per_item) if per_item > 1 else (values,)
-        label = f"{Kind(kind).name.lower()} of part {self.index}, step {piece.step}"
-        return Request(self.case, label, [piece._replace(values=values)], shape)
+        what = f"{Kind(kind).name.lower()} of part {self.index}"
+        return Request(self.case, what, [piece._replace(values=values)], shape)
 
     def coordinates(self, step: Optional[AnyStep] = None,
                     out: Optional[np.ndarray] = None) -> np.ndarray:
@@ -205,7 +205,7 @@ class Particles:
         piece = Piece(int(kind), self.step_of(step))
         values = self.case._size(piece)
         shape = (values // 3, 3) if kind == Kind.PARTICLE_COORDINATES else (values,)
-        return Request(self.case, f"{Kind(kind).name.lower()}, step {piece.step}",
+        return Request(self.case, Kind(kind).name.lower(),
                        [piece._replace(values=values)], shape)
 
     def coordinates(self, step: AnyStep = 0, out: Optional[np.ndarray] = None) -> np.ndarray:
@@ -268,7 +268,7 @@ class Variable:
         self.frequency = struct.frequency
         self.timeset = struct.timeset if struct.timeset >= 0 else None
         self.steps = range(struct.steps)
-        self._sizes: dict[tuple, Union[NotDefined, list[tuple[int, int]]]] = {}
+        self._known: dict[tuple, Union[NotDefined, Request]] = {}
 
     @property
     def times(self) -> np.ndarray:
@@ -390,44 +390,42 @@ class Variable:
                      int(imaginary))
 
     def _request(self, piece: Piece, element_type: Optional[int]) -> Request:
+        # What has one size at all steps is asked for once.
+        at = piece.step if self.on_particles else self._parts(piece.step).step
+        key = (piece.part, piece.component, piece.imaginary, at, element_type)
+        known = self._known.get(key)
+        if known is None:
+            if len(self._known) >= _MOST_KNOWN:
+                self._known = {}
+            try:
+                known = self._new_request(piece, element_type)
+            except NotDefined as failure:
+                known = failure
+            self._known[key] = known
+        if isinstance(known, NotDefined):
+            raise known.with_traceback(None)
+        return known.at(piece.step)
+
+    def _new_request(self, piece: Piece, element_type: Optional[int]) -> Request:
         pieces = self._pieces(piece, element_type)
         components = self.components if piece.component == ALL_COMPONENTS else 1
         values = sum(of_type.values for of_type in pieces) // components
-        label = f"{self.name!r} on part {piece.part}, step {piece.step}"
-        return Request(self.case, label, pieces,
+        return Request(self.case, f"{self.name!r} on part {piece.part}", pieces,
                        (values, components) if components > 1 else (values,))
 
     def _pieces(self, piece: Piece, element_type: Optional[int]) -> list[Piece]:
-        """The stored arrays that make up the values on a part; `NotDefined` if there are none."""
-        parts = self._parts(piece.step)
-        # What has one size at all steps is asked for once.
-        key = (piece._replace(step=piece.step if self.on_particles else parts.step), element_type)
-        sizes = self._sizes.get(key)
-        if sizes is None:
-            sizes = self._sizes_of(piece, parts, element_type)
-            if len(self._sizes) >= _MOST_SIZES:
-                self._sizes = {}
-            self._sizes[key] = sizes
-        if isinstance(sizes, NotDefined):
-            raise sizes.with_traceback(None)
-        return [piece._replace(element_type=number, values=values) for number, values in sizes]
-
-    def _sizes_of(self, piece: Piece, parts: Parts,
-                  element_type: Optional[int]) -> Union[NotDefined, list[tuple[int, int]]]:
-        """Element types and numbers of values on a part; type 0 for values per node."""
+        """The stored arrays that make up the values on a part, one for each element type, or one
+        of type 0 for values per node; `NotDefined` if there are none."""
         types: Sequence[int] = [0]
         if element_type is not None:
             types = [int32(element_type)]
         elif self.location == "element" and not self.on_particles:
-            part = parts[piece.part]
+            part = self._parts(piece.step)[piece.part]
             if not part.is_block:
                 # Without elements the library still knows whether the variable is defined.
                 types = [int(t) for t in part.elements if t.has_cells] or [0]
-        try:
-            return [(number, self.case._size(piece._replace(element_type=number)))
-                    for number in types]
-        except NotDefined as failure:
-            return failure
+        pieces = [piece._replace(element_type=number) for number in types]
+        return [of_type._replace(values=self.case._size(of_type)) for of_type in pieces]
 
     def _parts(self, own_step: int) -> Parts:
         """Parts of the model where the values of a step are."""

@@ -43,17 +43,31 @@ class Request:
     Parts, particles and variables make requests; nothing is decoded for that.
     """
 
-    __slots__ = ("case", "label", "shape", "dtype", "nbytes", "sizes", "structs")
+    __slots__ = ("case", "what", "step", "shape", "dtype", "nbytes", "sizes", "structs")
 
-    def __init__(self, case: Any, label: str, pieces: Sequence[Piece],
+    def __init__(self, case: Any, what: str, pieces: Sequence[Piece],
                  shape: tuple[int, ...]) -> None:
         self.case = case
-        self.label = label
+        self.what = what
+        self.step = pieces[0].step  #: of all pieces, whatever is in the structs
         self.shape = shape
         self.dtype = _DTYPES[pieces[0].kind]
         self.sizes = [piece.values * self.dtype.itemsize for piece in pieces]  #: in bytes
         self.nbytes = sum(self.sizes)
         self.structs = b"".join(bytes(struct_of(piece)) for piece in pieces)
+
+    def at(self, step: int) -> Request:
+        """The same at another step, where it must have the same size."""
+        other = object.__new__(Request)
+        other.case, other.what, other.step = self.case, self.what, step
+        other.shape, other.dtype, other.nbytes = self.shape, self.dtype, self.nbytes
+        other.sizes, other.structs = self.sizes, self.structs
+        return other
+
+    @property
+    def label(self) -> str:
+        """What is read, for messages."""
+        return f"{self.what}, step {self.step}"
 
     def __repr__(self) -> str:
         return f"<morvex.Request {self.label}: {self.shape} {self.dtype}>"
@@ -98,6 +112,8 @@ class _Batch:
                 addresses.append(address)
                 address += size
         self.structs = np.frombuffer(bytearray().join(r.structs for r in requests), _STRUCT)
+        self.structs["step"] = np.repeat([request.step for request in requests],
+                                         [len(request.sizes) for request in requests])
         self.structs["target"] = addresses
 
     def run(self, progress: Optional[Progress] = None) -> None:
