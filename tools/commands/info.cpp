@@ -213,7 +213,8 @@ Info readInfo(const std::string& path, const File& file, const Selection& select
   for (int i = 0; i < static_cast<int>(contents.variables.size()); ++i) {
     if (!choice.hasVariable(i)) continue;
     const morvex_variable& variable = contents.variables[static_cast<std::size_t>(i)];
-    auto& shown = info.variables.emplace_back(i, variable, std::vector<float>());
+    info.variables.push_back({i, variable, {}});
+    auto& shown = info.variables.back();
     if (variable.is_constant == 0) continue;
     attempt(std::string("constant ") + variable.name, [&] {
       for (int step = 0; step < static_cast<int>(variable.steps); ++step) {
