@@ -1,13 +1,10 @@
-// What the handles of libmorvex cost and gain: a second opening, batches beside single calls, and two
-// threads beside one, in the time that a program waits.
+// What the handles of libmorvex cost and gain: a second opening, batches beside single calls, two
+// threads beside one, and two files at the same time, in the time that a program waits.
 
-#include <sys/resource.h>
-
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <functional>
+#include <array>
+#include <filesystem>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -15,6 +12,7 @@
 #include "measure.hpp"
 #include "model_files.hpp"
 #include "morvex/morvex.hpp"
+#include "peers.hpp"
 
 namespace {
 
@@ -87,6 +85,49 @@ void compare(const std::string& title, const std::string& path, int rounds) {
                     count);
 }
 
+/// Two files, each read by a thread of its own, beside HDF5, whose lock is the process's.
+void compareTwoFiles(const std::string& path, const Bench::ScratchDirectory& scratch, int rounds) {
+  const std::string copy = scratch.path("copy.sdf");
+  std::filesystem::copy_file(path, copy);
+  std::array<Arrays, 2> arrays{Arrays(File(path)), Arrays(File(copy))};
+  const std::array<std::string, 2> paths{path, copy};
+  const auto read = [&](std::size_t i) { readAll(paths[i], arrays[i], 1); };
+  for (const std::size_t i : {0U, 1U}) read(i);
+  std::vector<std::vector<std::unique_ptr<Bench::Peer>>> peers(2);
+  for (const std::size_t i : {0U, 1U}) {
+    const std::string directory = scratch.path(std::to_string(i));
+    std::filesystem::create_directory(directory);
+    peers[i] = Bench::makePeers(arrays[i].values(), {}, directory);
+  }
+  std::array<std::vector<std::vector<float>>, 2> targets{arrays[0].values(), arrays[1].values()};
+  const auto inTurn = [](const auto& work) {
+    return [work](int) {
+      work(std::size_t{0});
+      work(std::size_t{1});
+    };
+  };
+  const auto together = [](const auto& work) {
+    return [work](int) {
+      std::thread other(work, std::size_t{1});
+      work(std::size_t{0});
+      other.join();
+    };
+  };
+  std::vector<Row> rows;
+  rows.push_back({"one after the other", inTurn(read)});
+  rows.push_back({"at the same time", together(read)});
+  for (std::size_t p = 0; p < peers[0].size(); ++p) {
+    if (!peers[0][p]->name().starts_with("HDF5")) continue;
+    const auto readPeer = [&, p](std::size_t i) { peers[i][p]->readAll(targets[i]); };
+    rows.push_back({"HDF5, one after the other", inTurn(readPeer)});
+    rows.push_back({"HDF5, at the same time", together(readPeer)});
+  }
+  Bench::measure(rows, rounds, Bench::Clock::kWall);
+  std::size_t count = 0;
+  for (const auto& values : targets[0]) count += values.size();
+  Bench::printTable("two files, two threads", rows, 2 * count);
+}
+
 void compareOpening(const std::string& path, int rounds) {
   std::vector<Row> rows;
   rows.push_back({"first opening", [&](int) { const File file(path); }});
@@ -108,6 +149,7 @@ int main(int argc, char** argv) {
     Bench::writeManyArrays(many, {.parts = isQuick ? 50U : 1000U, .variables = 2, .steps = 5});
     compare("parts of 2,000 values", many, rounds);
     compareOpening(many, rounds);
+    compareTwoFiles(many, scratch, rounds);
     for (int i = isQuick ? 2 : 1; i < argc; ++i) compare(argv[i], argv[i], rounds);
   } catch (const std::exception& failure) {
     std::cout << "failed: " << failure.what() << "\n";

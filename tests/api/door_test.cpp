@@ -61,7 +61,8 @@ TEST_F(Door, RefusesArgumentsThatMakeNoSense) {
   wrong.kind = 77;
   EXPECT_EQ(codeOf([&] { (void)file_.size(wrong); }), MORVEX_BAD_ARGUMENT);
   for (const auto& [step, part] : {std::pair{0, 2}, {0, -1}, {5, 0}, {-1, 0}}) {
-    EXPECT_EQ(codeOf([&] { (void)file_.coordinates(part, step); }), MORVEX_OUT_OF_RANGE);
+    EXPECT_EQ(codeOf([&, p = part, s = step] { (void)file_.coordinates(p, s); }),
+              MORVEX_OUT_OF_RANGE);
     EXPECT_EQ(morvex_last_error()->part, part);
     EXPECT_EQ(morvex_last_error()->step, step);
   }
