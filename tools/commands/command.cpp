@@ -50,6 +50,13 @@ void addSelection(CLI::App& app, Selection& selection) {
       ->type_name("VARIABLE")
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  app.add_option(
+         "--array", selection.arrays,
+         "a path as shown by list, a pattern, or a kind such as coordinates or connectivity;"
+         " may be repeated")
+      ->type_name("ARRAY")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   addSteps(app, selection);
 }
 

@@ -1,11 +1,6 @@
-#include <exception>
-
 #include "commands/dump.hpp"
 #include "common/output.hpp"
 #include "common/text_table.hpp"
-#include "metadata/exception.hpp"
-#include "metadata/record_access.hpp"
-#include "metadata/record_cursor.hpp"
 
 namespace morvex::tools {
 namespace {
@@ -15,9 +10,6 @@ using Kelbor::MathModule::DatasetInfo;
 /// Real files have four levels. Tables of damaged ones may form a circle.
 constexpr int kDeepestGroup = 32;
 constexpr std::uint64_t kMostEntries = 50'000'000;
-
-/// Recipe index and index of the parameters.
-constexpr std::uint64_t kHeaderSize = 8;
 
 const char* storageName(DatasetInfo::Storage storage) {
   switch (storage) {
@@ -38,20 +30,6 @@ bool isRecipeCoded(const std::string& group, const std::string& name) {
 
 }  // namespace
 
-std::string innerFailureText() {
-  try {
-    throw;
-  } catch (const Kelbor::Exception& failure) {
-    return failure.message();
-  } catch (const std::exception& failure) {
-    return failure.what();
-  } catch (const Exception& failure) {
-    return failure.getMessage();
-  } catch (...) {
-    return "unknown failure";
-  }
-}
-
 void Dump::line(const std::string& text) {
   put(text + "\n");
 }
@@ -65,28 +43,18 @@ void Dump::fail(const std::string& what) {
   line("  FAILED " + shownText(what));
 }
 
-const std::vector<ZipRecipe>& Dump::recipeList() {
-  if (!recipes_) {
-    recipes_.emplace();  // stays empty if the record can't be read, and is not tried again
-    const RecordBytes record(file_, "/kelbor", "recipes");
-    if (record) recipes_ = readRecipes(record.bytes());
-  }
-  return *recipes_;
-}
-
 std::string Dump::recipeText(const std::string& group, const std::string& name) {
-  const RecordBytes header(file_, group, name, kHeaderSize);
-  if (!header || header.bytes().size() < kHeaderSize) return "  no recipe";
-  RecordCursor cursor(header.bytes());
-  const auto recipe = cursor.read<std::int32_t>();
-  const auto parameters = cursor.read<std::int32_t>();
+  const auto header = stored_.header(group, name);
+  if (!header) return "  no recipe";
+  const std::vector<ZipRecipe>& recipes = stored_.recipes();
+  const std::int32_t recipe = header->recipeIndex;
   std::string text = "  recipe " + std::to_string(recipe);
-  if (recipe >= 0 && static_cast<std::size_t>(recipe) < recipeList().size()) {
-    text += " \"" + shownText(recipeList()[static_cast<std::size_t>(recipe)].label) + "\"";
+  if (recipe >= 0 && static_cast<std::size_t>(recipe) < recipes.size()) {
+    text += " \"" + shownText(recipes[static_cast<std::size_t>(recipe)].label) + "\"";
   } else {
     text += ", which is not in the list";
   }
-  if (parameters != 0) text += ", parameters " + std::to_string(parameters);
+  if (header->conParamIndex != 0) text += ", parameters " + std::to_string(header->conParamIndex);
   return text;
 }
 
@@ -125,7 +93,7 @@ void Dump::walk(const std::string& path, int depth, Subtree& total) {
 
 void Dump::tree(const std::string& group) {
   heading("Groups and datasets");
-  attempt("/kelbor/recipes", [&] { (void)recipeList(); });
+  attempt("/kelbor/recipes", [&] { (void)stored_.recipes(); });
   Subtree total;
   walk(group, 0, total);
   line(std::to_string(total.datasets) + " datasets, " + std::to_string(total.logicalBytes) +

@@ -15,8 +15,8 @@ namespace {
 
 template <class T>
 void arrange(std::vector<T>& items, ReadOrder order, std::mt19937_64& random) {
-  if (order == ReadOrder::backward) std::ranges::reverse(items);
-  if (order == ReadOrder::random) std::ranges::shuffle(items, random);
+  if (order == ReadOrder::kBackward) std::ranges::reverse(items);
+  if (order == ReadOrder::kRandom) std::ranges::shuffle(items, random);
 }
 
 class Verification {
@@ -53,7 +53,7 @@ class Verification {
 
   void fail(const std::string& path, const Error& failure, ArrayKind kind) {
     const bool isRoot = failure.path().empty() || failure.path() == path;
-    if (isRoot && kind == ArrayKind::variables && failure.code() == MORVEX_NO_SUCH_DATA) {
+    if (isRoot && kind == ArrayKind::kVariables && failure.code() == MORVEX_NO_SUCH_DATA) {
       ++tally_.absent;  // a variable has values where its values are
       return;
     }
@@ -79,7 +79,7 @@ constexpr std::array<std::string_view, 3> kOrders{"forward", "backward", "random
 struct VerifyOptions {
   std::vector<std::string> files;
   Selection selection;
-  ReadOrder order = ReadOrder::forward;
+  ReadOrder order = ReadOrder::kForward;
   std::uint64_t seed = 1;
   bool asJson = false;
 };

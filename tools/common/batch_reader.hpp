@@ -63,7 +63,7 @@ class BatchReader {
 /// Ends a command after Ctrl-C.
 struct Interrupted {};
 
-/// Catches Ctrl-C from now on: `isInterrupted` tells, and a second one ends the program at once.
+/// Catches Ctrl-C from now on: the first sets `isInterrupted`, a second one ends the program at once.
 void catchInterrupts();
 [[nodiscard]] bool isInterrupted() noexcept;
 

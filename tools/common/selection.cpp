@@ -96,9 +96,12 @@ std::vector<int> stepsOf(std::string_view text, int count) {
   return {steps.begin(), steps.end()};
 }
 
+bool fitsName(const std::string& text, std::string_view name) {
+  return text == name || ::fnmatch(text.c_str(), std::string(name).c_str(), 0) == 0;
+}
+
 bool fits(const std::string& text, std::string_view name, int number) {
-  if (text == name || numberOf(text) == number) return true;
-  return ::fnmatch(text.c_str(), std::string(name).c_str(), 0) == 0;
+  return numberOf(text) == number || fitsName(text, name);
 }
 
 std::vector<std::string> similarNames(std::string_view text,

@@ -76,22 +76,38 @@ std::vector<std::size_t> TextTable::widths(std::size_t width) const {
   return widths;
 }
 
+std::string TextTable::line(const std::vector<std::string>& cells,
+                            const std::vector<std::size_t>& columns) const {
+  std::string line = "  ";
+  for (std::size_t k = 0; k < cells.size(); ++k) {
+    const std::string cell = shortened(cells[k], columns[k]);
+    const std::string gap(columns[k] - widthOf(cell), ' ');
+    line += toTheRight_[k] ? gap + cell : cell + gap;
+    line += "  ";
+  }
+  line.erase(line.find_last_not_of(' ') + 1);
+  return line + "\n";
+}
+
+std::string TextTable::take() {
+  std::vector<std::size_t> columns = widths(0);
+  std::string text;
+  if (taken_.empty()) {
+    text = line(headings_, columns);
+  } else {
+    std::ranges::transform(columns, taken_, columns.begin(),
+                           [](std::size_t a, std::size_t b) { return std::max(a, b); });
+  }
+  for (const auto& cells : rows_) text += line(cells, columns);
+  rows_.clear();
+  taken_ = std::move(columns);
+  return text;
+}
+
 std::string TextTable::text(std::size_t width) const {
   const std::vector<std::size_t> columns = widths(width);
-  std::string text;
-  const auto addLine = [&](const std::vector<std::string>& cells) {
-    std::string line = "  ";
-    for (std::size_t k = 0; k < cells.size(); ++k) {
-      const std::string cell = shortened(cells[k], columns[k]);
-      const std::string gap(columns[k] - widthOf(cell), ' ');
-      line += toTheRight_[k] ? gap + cell : cell + gap;
-      line += "  ";
-    }
-    line.erase(line.find_last_not_of(' ') + 1);
-    text += line + "\n";
-  };
-  addLine(headings_);
-  for (const auto& cells : rows_) addLine(cells);
+  std::string text = line(headings_, columns);
+  for (const auto& cells : rows_) text += line(cells, columns);
   return text;
 }
 
@@ -121,6 +137,14 @@ std::string sizeText(std::uint64_t bytes) {
   }
   std::array<char, 48> text{};
   std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", size, kUnits[unit]);
+  return text.data();
+}
+
+std::string ratioText(std::uint64_t decoded, std::uint64_t stored) {
+  if (stored == 0) return "-";
+  std::array<char, 48> text{};
+  std::snprintf(text.data(), text.size(), "%.2f",
+                static_cast<double>(decoded) / static_cast<double>(stored));
   return text.data();
 }
 
