@@ -41,6 +41,7 @@ void addCount(CLI::App& app, const std::string& name, int& value, int least,
 // The commands; each function adds one to the program. `common` is borrowed.
 [[nodiscard]] Command addInfo(CLI::App& program, const Common& common);
 [[nodiscard]] Command addList(CLI::App& program, const Common& common);
+[[nodiscard]] Command addStat(CLI::App& program, const Common& common);
 [[nodiscard]] Command addVerify(CLI::App& program, const Common& common);
 [[nodiscard]] Command addSample(CLI::App& program, const Common& common);
 [[nodiscard]] Command addDump(CLI::App& program, const Common& common);

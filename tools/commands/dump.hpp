@@ -30,7 +30,6 @@ class Dump {
     std::uint64_t datasets = 0;
     std::uint64_t logicalBytes = 0;
     std::uint64_t storedBytes = 0;
-    std::uint64_t listed = 0;  ///< entries; bounds a tree that never ends
   };
 
   void line(const std::string& text);
@@ -40,7 +39,6 @@ class Dump {
   void attempt(const std::string& what, const Work& work);
   void fail(const std::string& what);
 
-  void walk(const std::string& path, int depth, Subtree& total);
   void dataset(const std::string& group, const std::string& name, Subtree& total);
   [[nodiscard]] std::string recipeText(const std::string& group, const std::string& name);
 

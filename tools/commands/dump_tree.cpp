@@ -1,3 +1,4 @@
+#include "commands/container_walk.hpp"
 #include "commands/dump.hpp"
 #include "common/output.hpp"
 #include "common/text_table.hpp"
@@ -6,10 +7,6 @@ namespace morvex::tools {
 namespace {
 
 using Kelbor::MathModule::DatasetInfo;
-
-/// Real files have four levels. Tables of damaged ones may form a circle.
-constexpr int kDeepestGroup = 32;
-constexpr std::uint64_t kMostEntries = 50'000'000;
 
 const char* storageName(DatasetInfo::Storage storage) {
   switch (storage) {
@@ -73,29 +70,19 @@ void Dump::dataset(const std::string& group, const std::string& name, Subtree& t
   line(text);
 }
 
-void Dump::walk(const std::string& path, int depth, Subtree& total) {
-  if (depth > kDeepestGroup) return fail(path + ": groups are nested too deeply");
-  std::vector<std::string> groups;
-  std::vector<std::string> datasets;
-  attempt(path, [&] { file_.listEntries(path, groups, datasets); });
-  line(shownText(path) + "  (" + std::to_string(groups.size()) + " groups, " +
-       std::to_string(datasets.size()) + " datasets)");
-  const std::string prefix = path == "/" ? "" : path;
-  total.listed += groups.size() + datasets.size();
-  if (total.listed > kMostEntries) return fail(path + ": too many entries, the rest is left out");
-  for (const std::string& name : datasets) {
-    attempt(prefix + "/" + name, [&] { dataset(prefix.empty() ? "/" : prefix, name, total); });
-  }
-  for (const std::string& name : groups) {
-    if (total.listed <= kMostEntries) walk(prefix + "/" + name, depth + 1, total);
-  }
-}
-
 void Dump::tree(const std::string& group) {
   heading("Groups and datasets");
   attempt("/kelbor/recipes", [&] { (void)stored_.recipes(); });
   Subtree total;
-  walk(group, 0, total);
+  ContainerWalk(
+      file_,
+      [&](const std::string& path, std::size_t groups, std::size_t datasets) {
+        line(shownText(path) + "  (" + std::to_string(groups) + " groups, " +
+             std::to_string(datasets) + " datasets)");
+      },
+      [&](const std::string& path, const std::string& name) { dataset(path, name, total); },
+      [&](const std::string& what) { fail(what); })
+      .run(group);
   line(std::to_string(total.datasets) + " datasets, " + std::to_string(total.logicalBytes) +
        " bytes, of which " + std::to_string(total.storedBytes) + " are stored outside the tables");
 }

@@ -76,6 +76,14 @@ StoredFile::StoredFile(const std::string& path, const OpenOptions& options)
   }
 }
 
+std::uint64_t StoredFile::tableOffset() {
+  namespace Sdf = Kelbor::MathModule;
+  std::array<std::byte, Sdf::kHeaderSize> bytes{};
+  if (!file_.readStoredBytes(0, bytes)) throw Failure(kDataError, "the file's header is missing");
+  Kelbor::ContainerCursor cursor(bytes);
+  return Sdf::readFileHeader(cursor).tableOffset;
+}
+
 const std::vector<ZipRecipe>& StoredFile::recipes() {
   if (!recipes_) {
     recipes_.emplace();  // stays empty if the record can't be read, and is not tried again

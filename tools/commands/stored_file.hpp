@@ -55,6 +55,8 @@ class StoredFile {
   StoredFile(const std::string& path, const OpenOptions& options);
 
   [[nodiscard]] Kelbor::MathModule::SdfFile& file() noexcept { return file_; }
+  /// Where the tables of the groups begin; bytes before are the header and payloads. Throws.
+  [[nodiscard]] std::uint64_t tableOffset();
   /// The file's recipes. Throws once if the record can't be read; the list is empty from then on.
   [[nodiscard]] const std::vector<ZipRecipe>& recipes();
   /// Of a dataset that a recipe rebuilds; nothing if it is missing or has no header. Throws what a
