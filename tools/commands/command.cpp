@@ -50,6 +50,10 @@ void addSelection(CLI::App& app, Selection& selection) {
       ->type_name("VARIABLE")
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  addSteps(app, selection);
+}
+
+void addArrays(CLI::App& app, Selection& selection) {
   app.add_option(
          "--array", selection.arrays,
          "a path as shown by list, a pattern, or a kind such as coordinates or connectivity;"
@@ -57,7 +61,6 @@ void addSelection(CLI::App& app, Selection& selection) {
       ->type_name("ARRAY")
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-  addSteps(app, selection);
 }
 
 void addJson(CLI::App& app, bool& asJson) {

@@ -27,6 +27,8 @@ struct Command {
 void addFile(CLI::App& app, std::string& file);
 void addFiles(CLI::App& app, std::vector<std::string>& files);
 void addSelection(CLI::App& app, Selection& selection);
+/// For commands that read or list arrays.
+void addArrays(CLI::App& app, Selection& selection);
 void addSteps(CLI::App& app, Selection& selection);
 void addJson(CLI::App& app, bool& asJson);
 /// A count from `least` on.

@@ -169,6 +169,7 @@ Command addList(CLI::App& program, const Common& common) {
   const auto options = std::make_shared<ListOptions>();
   addFiles(*app, options->files);
   addSelection(*app, options->selection);
+  addArrays(*app, options->selection);
   app->add_flag("-l,--long", options->withRanges,
                 "also the smallest and largest value, for which all arrays are decoded");
   addJson(*app, options->asJson);

@@ -272,6 +272,7 @@ Command addStat(CLI::App& program, const Common& common) {
   const auto options = std::make_shared<StatOptions>();
   addFiles(*app, options->files);
   addSelection(*app, options->selection);
+  addArrays(*app, options->selection);
   addJson(*app, options->asJson);
   return {app, [options, &common] {
             return forEachFile(options->files, [&](const std::string& path) {

@@ -38,25 +38,26 @@ class Verification {
               tally_.faults[list_.nameOf(section)].reason = failure.what();
             },
             [&](std::vector<ArrayId>& arrays) { arrange(arrays, order, random); });
+    list_.requireNamed();
     return std::move(tally_);
   }
 
  private:
   void receive(const ArrayResult& result) {
     const std::string path = pathOf(file_, result.id);
-    if (result.failure) return fail(path, *result.failure, result.id.kind);
+    if (isAbsent(file_, result)) {
+      ++tally_.absent;
+      return;
+    }
+    if (result.failure) return fail(path, *result.failure);
     KindTally& kind = tally_.kinds.at(static_cast<std::size_t>(result.id.kind));
     ++kind.arrays;
     kind.bytes += result.bytes.size();
     kind.digest += hashOf(result.bytes, hashOf(path));
   }
 
-  void fail(const std::string& path, const Error& failure, ArrayKind kind) {
+  void fail(const std::string& path, const Error& failure) {
     const bool isRoot = failure.path().empty() || failure.path() == path;
-    if (isRoot && kind == ArrayKind::kVariables && failure.code() == MORVEX_NO_SUCH_DATA) {
-      ++tally_.absent;  // a variable has values where its values are
-      return;
-    }
     ++tally_.failed;
     Fault& fault = tally_.faults[isRoot ? path : failure.path()];
     std::string reason = failure.what();
@@ -170,6 +171,7 @@ Command addVerify(CLI::App& program, const Common& common) {
   const auto options = std::make_shared<VerifyOptions>();
   addFiles(*app, options->files);
   addSelection(*app, options->selection);
+  addArrays(*app, options->selection);
   addJson(*app, options->asJson);
   app->add_option("--order", options->order, "forward, backward or random")
       ->transform(CLI::Validator(

@@ -19,6 +19,13 @@ std::size_t roundedUp(std::size_t bytes) {
 
 }  // namespace
 
+bool isAbsent(const File& file, const ArrayResult& result) {
+  if (!result.failure || result.id.kind != ArrayKind::kVariables) return false;
+  if (result.failure->code() != MORVEX_NO_SUCH_DATA) return false;
+  // A dataset that it depends on must be there.
+  return result.failure->path().empty() || result.failure->path() == pathOf(file, result.id);
+}
+
 void catchInterrupts() {
   struct sigaction action {};
   action.sa_handler = [](int) { interrupted = 1; };

@@ -18,6 +18,9 @@ struct ArrayResult {
   const Error* failure;              ///< null after a success
 };
 
+/// Whether a variable has no values there, which is no fault: it has values where its values are.
+[[nodiscard]] bool isAbsent(const File& file, const ArrayResult& result);
+
 /// Reads any number of arrays in batches of bounded memory, each by all threads of the file.
 class BatchReader {
  public:

@@ -213,10 +213,17 @@ std::vector<int> Choice::steps(int timeset, std::uint64_t count) const {
 }
 
 int Choice::modelStep() const {
-  if (selection_.steps.empty() && !selection_.time) return 0;
+  const morvex_geometry& model = contents_.summary.model;
+  if (namesSteps() && steps(model.timeset, model.steps).size() > 1) {
+    throw Failure(kUsageError, "one step of the model can be shown at a time");
+  }
+  return firstModelStep();
+}
+
+int Choice::firstModelStep() const {
+  if (!namesSteps()) return 0;
   const morvex_geometry& model = contents_.summary.model;
   const std::vector<int> chosen = steps(model.timeset, model.steps);
-  if (chosen.size() > 1) throw Failure(kUsageError, "one step of the model can be shown at a time");
   return chosen.empty() ? 0 : chosen.front();
 }
 

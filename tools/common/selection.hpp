@@ -43,6 +43,9 @@ class Choice {
 
   /// Whether the user named parts; then what belongs to no part is not asked for.
   [[nodiscard]] bool namesParts() const noexcept { return !selection_.parts.empty(); }
+  [[nodiscard]] bool namesSteps() const noexcept {
+    return !selection_.steps.empty() || selection_.time;
+  }
   [[nodiscard]] bool namesVariables() const noexcept { return !selection_.variables.empty(); }
   /// Empty for all.
   [[nodiscard]] const std::vector<std::string>& arrays() const noexcept {
@@ -55,6 +58,7 @@ class Choice {
   [[nodiscard]] std::vector<int> steps(int timeset, std::uint64_t count) const;
   /// The one step of the model that is asked for, else the first. Failure kUsageError for several.
   [[nodiscard]] int modelStep() const;
+  [[nodiscard]] int firstModelStep() const;
 
  private:
   void checkParts(const File& file) const;
