@@ -6,9 +6,9 @@
 #include <random>
 
 #include "commands/command.hpp"
-#include "common/hash.hpp"
 #include "common/output.hpp"
 #include "common/text_table.hpp"
+#include "common/values.hpp"
 
 namespace morvex::tools {
 namespace {
@@ -53,7 +53,7 @@ class Verification {
     KindTally& kind = tally_.kinds.at(static_cast<std::size_t>(result.id.kind));
     ++kind.arrays;
     kind.bytes += result.bytes.size();
-    kind.digest += hashOf(result.bytes, hashOf(path));
+    kind.digest += digestOf(result.id, result.bytes, path);
   }
 
   void fail(const std::string& path, const Error& failure) {

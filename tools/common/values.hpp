@@ -5,6 +5,7 @@
 #include <concepts>
 #include <limits>
 #include <span>
+#include <string_view>
 
 #include "common/batch_reader.hpp"
 
@@ -32,6 +33,11 @@ decltype(auto) visitValues(const ArrayId& array, std::span<const std::byte> byte
     return use(std::span(reinterpret_cast<const T*>(bytes.data()), bytes.size() / sizeof(T)));
   });
 }
+
+/// A digest of an array and its path. NaN of all kinds are equal, and 0 equals -0: how a number is
+/// stored may change them.
+[[nodiscard]] std::uint64_t digestOf(const ArrayId& array, std::span<const std::byte> bytes,
+                                     std::string_view path);
 
 /// Smallest and largest of some values; those that are no numbers are only counted.
 struct ValueRange {
