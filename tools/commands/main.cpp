@@ -10,8 +10,8 @@
 namespace morvex::tools {
 namespace {
 
-constexpr std::array kCommands{addInfo,   addList,   addStat, addCat,
-                               addDigest, addVerify, addDump, addSample};
+constexpr std::array kCommands{addInfo, addList,   addStat, addCat,   addDigest,
+                               addDiff, addVerify, addDump, addSample};
 
 /// The parser has no long options with a single dash: it gets -lf under its other name.
 std::vector<std::string> parserArguments(int argc, char** argv) {
