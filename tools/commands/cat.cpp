@@ -280,6 +280,9 @@ Command addCat(CLI::App& program, const Common& common) {
   app->add_option("-o,--output", options->output, "file to write instead of standard output")
       ->type_name("FILE");
   app->add_flag("--force", options->mayReplace, "replace a file that is there");
+  app->footer(
+      "Examples:\n  morvex cat crash.mvx coordinates --part tube --step -1\n  morvex cat crash.mvx "
+      "/variable/stress/2/0/10_0_data --npy -o stress.npy");
   return {app, [options, &common] { return catFile(*options, common); }};
 }
 

@@ -47,6 +47,7 @@ void addCount(CLI::App& app, const std::string& name, int& value, int least,
 [[nodiscard]] Command addCat(CLI::App& program, const Common& common);
 [[nodiscard]] Command addDigest(CLI::App& program, const Common& common);
 [[nodiscard]] Command addDiff(CLI::App& program, const Common& common);
+[[nodiscard]] Command addExplain(CLI::App& program, const Common& common);
 [[nodiscard]] Command addVerify(CLI::App& program, const Common& common);
 [[nodiscard]] Command addSample(CLI::App& program, const Common& common);
 [[nodiscard]] Command addDump(CLI::App& program, const Common& common);

@@ -76,13 +76,13 @@ std::string comparisonText(const Comparison& comparison, std::size_t width) {
   std::string text = lines("Structure (A and B)", comparison.structure);
   text += lines("Only in A", shown(comparison.onlyA));
   text += lines("Only in B", shown(comparison.onlyB));
-  TextTable table({"what", ">step", "part", ">differ", ">largest", ">at", ">A", ">B"});
+  TextTable table({"what", ">step", "part", ">differ", ">largest", ">index", ">A", ">B"});
   for (const Difference& row : comparison.differences) {
     const std::string part =
         row.part < 0 ? "-" : std::to_string(row.part) + " " + shownText(row.partName);
     table.row({shownText(row.what), std::to_string(row.step), part, std::to_string(row.differing),
-               largestText(row.largest), row.place, numberText(static_cast<float>(row.a)),
-               numberText(static_cast<float>(row.b))});
+               largestText(row.largest), row.place.substr(row.place.find(' ') + 1),
+               numberText(static_cast<float>(row.a)), numberText(static_cast<float>(row.b))});
   }
   if (!table.empty()) text += "Values\n" + table.text(width) + "\n";
   return text + verdict(comparison);
@@ -166,6 +166,7 @@ Command addDiff(CLI::App& program, const Common& common) {
   addSelection(*app, options->selection);
   addArrays(*app, options->selection);
   addJson(*app, options->asJson);
+  app->footer("Examples:\n  morvex diff before.mvx after.mvx --tolerance 1e-6");
   return {app, [options, &common] { return diffFiles(*options, common); }};
 }
 

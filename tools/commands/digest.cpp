@@ -88,6 +88,7 @@ Command addDigest(CLI::App& program, const Common& common) {
   addArrays(*app, options->selection);
   app->add_flag("--by-array", options->byArray, "a digest of each array instead of their sum");
   addJson(*app, options->asJson);
+  app->footer("Examples:\n  morvex digest before.mvx after.mvx");
   return {app, [options, &common] {
             return forEachFile(options->files, [&](const std::string& path) {
               return digestFile(path, *options, common);

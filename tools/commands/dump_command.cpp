@@ -44,6 +44,7 @@ Command addDump(CLI::App& program, const Common& common) {
   app->add_flag("--records", options->records, "show the metadata records");
   app->add_flag("--tree", options->tree, "show groups and datasets");
   addCount(*app, "--limit", options->limit, 1, "values of each field that are shown, at most");
+  app->footer("Examples:\n  morvex dump crash.mvx /geometry/0\n  morvex dump crash.mvx --recipes");
   return {app, [options, &common] { return dumpFile(*options, common); }};
 }
 

@@ -249,6 +249,7 @@ Command addInfo(CLI::App& program, const Common& common) {
                 "also the smallest and largest values of the variables, which are decoded for it; "
                 "by step with --step or --time");
   addJson(*app, options->asJson);
+  app->footer("Examples:\n  morvex info crash.mvx\n  morvex info --ranges --step -1 crash.mvx");
   return {app, [options, &common] {
             return forEachFile(options->files, [&](const std::string& path) {
               return showFile(path, *options, common);

@@ -173,6 +173,9 @@ Command addList(CLI::App& program, const Common& common) {
   app->add_flag("-l,--long", options->withRanges,
                 "also the smallest and largest value, for which all arrays are decoded");
   addJson(*app, options->asJson);
+  app->footer(
+      "Examples:\n  morvex list -l crash.mvx --variable stress --step -1\n  morvex list crash.mvx "
+      "--array '/geometry/*'");
   return {app, [options, &common] {
             return forEachFile(options->files, [&](const std::string& path) {
               return listFile(path, *options, common);

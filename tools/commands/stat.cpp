@@ -274,6 +274,7 @@ Command addStat(CLI::App& program, const Common& common) {
   addSelection(*app, options->selection);
   addArrays(*app, options->selection);
   addJson(*app, options->asJson);
+  app->footer("Examples:\n  morvex stat crash.mvx");
   return {app, [options, &common] {
             return forEachFile(options->files, [&](const std::string& path) {
               return statFile(path, *options, common);

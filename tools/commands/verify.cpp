@@ -185,6 +185,7 @@ Command addVerify(CLI::App& program, const Common& common) {
           ""))
       ->type_name("ORDER");
   app->add_option("--seed", options->seed, "of the random order")->type_name("N");
+  app->footer("Examples:\n  morvex verify -q crash.mvx");
   return {app, [options, &common] {
             return forEachFile(options->files, [&](const std::string& path) {
               return verifyFile(path, *options, common);

@@ -47,7 +47,7 @@ std::string usageText(const CLI::App& app, const CLI::ParseError& failure) {
   }
   const std::vector<std::string> extras = app.remaining(/*recurse=*/true);
   if (command == &app && !names.empty()) {
-    if (extras.empty()) return "a command is missing; --help lists them";
+    if (extras.empty()) return failure.what();
     return "there is no command '" + extras.front() + "'" + suggestion(extras.front(), names);
   }
   if (extras.empty()) return failure.what();
