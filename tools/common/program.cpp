@@ -48,6 +48,7 @@ std::string usageText(const CLI::App& app, const CLI::ParseError& failure) {
   const std::vector<std::string> extras = app.remaining(/*recurse=*/true);
   if (command == &app && !names.empty()) {
     if (extras.empty()) return failure.what();
+    if (extras.front().starts_with('-')) return "a command must come before '" + extras.front() + "'";
     return "there is no command '" + extras.front() + "'" + suggestion(extras.front(), names);
   }
   if (extras.empty()) return failure.what();
