@@ -446,6 +446,9 @@ class Failures(TestCase):
                                 stderr=subprocess.PIPE, text=True, check=False, env=ENVIRONMENT)
         self.assertEqual((closed.returncode, closed.stderr.count("\n")), (OUTPUT_FAILED, 1))
         self.expect(OUTPUT_FAILED, "morvex", "info", SAMPLE, "-lf", "/nowhere/messages.log")
+        damaged = damaged_at("/geometry/0/3/1/coordinates_1")
+        lost = self.expect(OUTPUT_FAILED, "morvex", "verify", damaged, "-lf", "/dev/full")
+        self.assertEqual(lost.stderr, "morvex: /dev/full: not all messages could be written\n")
 
 
 class Choice(TestCase):

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <numeric>
 #include <string_view>
@@ -32,9 +33,14 @@ std::string shortened(const std::string& text, std::size_t width) {
 
 template <class T>
 std::string shortestText(T value) {
-  std::array<char, 32> digits{};
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-  return std::string(digits.data(), end);
+  std::array<char, 48> digits{};
+  // By length alone 0.0003 would be 3e-04 in a column with 0.0015.
+  const T size = std::abs(value);
+  const bool isPlain = value == 0 || (size >= T(1e-4) && size < T(1e9));
+  const auto end = isPlain ? std::to_chars(digits.data(), digits.data() + digits.size(), value,
+                                           std::chars_format::fixed)
+                           : std::to_chars(digits.data(), digits.data() + digits.size(), value);
+  return std::string(digits.data(), end.ptr);
 }
 
 }  // namespace
