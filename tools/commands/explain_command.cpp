@@ -70,11 +70,21 @@ class Outline {
     return shownText(explanation_.datasets[static_cast<std::size_t>(input.dataset)].path);
   }
 
+  /// Inner runs are indented. Copies of one procedure, each for a chunk, are one line.
   void runs(const std::vector<ProcedureRun>& runs, int depth) {
-    for (const ProcedureRun& run : runs) {
-      line(depth, "ran " + run.name + ": " + millisecondsText(run.seconds) + ", " +
-                      std::to_string(run.bytesIn) + " bytes in, " + std::to_string(run.bytesOut) +
-                      " out");
+    for (std::size_t i = 0; i < runs.size();) {
+      ProcedureRun sum = runs[i];
+      std::size_t count = 1;
+      while (++i < runs.size() && runs[i].name == sum.name && runs[i].depth == sum.depth) {
+        sum.seconds += runs[i].seconds;
+        sum.bytesIn += runs[i].bytesIn;
+        sum.bytesOut += runs[i].bytesOut;
+        ++count;
+      }
+      line(depth + sum.depth,
+           "ran " + sum.name + (count == 1 ? "" : ", " + std::to_string(count) + " times") + ": " +
+               millisecondsText(sum.seconds) + ", " + std::to_string(sum.bytesIn) + " bytes in, " +
+               std::to_string(sum.bytesOut) + " out");
     }
   }
 
