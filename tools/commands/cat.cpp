@@ -58,6 +58,7 @@ struct Column {
 Column columnOf(const File& file, const ArrayId& array) {
   Column column{.id = array, .path = pathOf(file, array)};
   const std::uint64_t count = sizeOf(file, array).count;
+  // Of polygons and polyhedra the nodes vary: their lists stay one column.
   const bool hasNodes =
       array.request.kind == MORVEX_CONNECTIVITY || array.request.kind == MORVEX_BORDER_FACES;
   const int nodes = hasNodes ? morvex_nodes_per_element(array.request.element_type) : 1;
@@ -78,6 +79,7 @@ std::string_view typeOf(const Column& column) {
   });
 }
 
+/// Whether a column is another component of the same thing: all but component and imaginary part agree.
 bool belongsTo(const Table& table, const Column& column) {
   const morvex_request& first = table.front().id.request;
   const morvex_request& other = column.id.request;
@@ -87,6 +89,7 @@ bool belongsTo(const Table& table, const Column& column) {
   return sameThing && table.front().id.kind == column.id.kind && table.front().rows == column.rows;
 }
 
+/// Numbers in a row.
 std::uint64_t widthOf(const Table& table) {
   std::uint64_t width = 0;
   for (const Column& column : table) width += column.width;
@@ -112,6 +115,7 @@ void forEachCell(const Table& table, std::uint64_t row, const Use& use) {
   }
 }
 
+/// Rows as text, in pieces: the text of a large array takes several times its memory.
 void writeRows(const Table& table, char separator, Sink& sink) {
   constexpr std::size_t kPiece = 1U << 16U;
   std::string text;
@@ -131,6 +135,7 @@ void writeRows(const Table& table, char separator, Sink& sink) {
   sink.write(text);
 }
 
+/// A heading in quotes where it has to be: names of variables may have commas.
 std::string csvName(std::string name) {
   if (name.find_first_of(",\"\n\r") == std::string::npos) return name;
   for (std::size_t at = 0; (at = name.find('"', at)) != std::string::npos; at += 2) {
@@ -151,6 +156,7 @@ void writeCsv(const Table& table, Sink& sink) {
   writeRows(table, ',', sink);
 }
 
+/// Rows of all columns one after the other: NumPy's arrays have C order.
 void writeNpy(const Table& table, Sink& sink) {
   const std::size_t size = withValueType(table.front().id, []<class T>(T) { return sizeof(T); });
   sink.write(npyHeader(typeOf(table.front()), table.front().rows, widthOf(table)));
@@ -227,6 +233,8 @@ ExitCode catFile(const CatOptions& options, const Common& common) {
   if (!isText) tables = {joined(std::move(tables), options.asNpy)};
 
   Sink sink(options);
+  // The reader delivers in the order of the tables, so that a table is written when its last column is
+  // there, and only the columns of one table are in memory beside the batch.
   ExitCode code = kSuccess;
   std::size_t table = 0;
   std::size_t column = 0;
@@ -262,6 +270,7 @@ ExitCode catFile(const CatOptions& options, const Common& common) {
   }
   for (const ArrayId& array : arrays) reader.add(array);
   reader.flush();
+  // A text without the tables that failed is useful; an empty CSV or NumPy file is not.
   if (isText || code == kSuccess) sink.commit();
   return code;
 }

@@ -9,6 +9,7 @@
 namespace morvex::tools {
 namespace {
 
+/// Describes each difference in a line, with the value of A first.
 class Structure {
  public:
   Structure(const Side& a, const Side& b, const Tolerance& tolerance)
@@ -21,6 +22,7 @@ class Structure {
     const morvex_geometry& model = a_.contents.summary.model;
     const std::uint64_t states = std::min(model.steps, b_.contents.summary.model.steps);
     for (const int step : a_.choice.steps(model.timeset, states)) {
+      // Where only coordinates change, the first step has the parts of all.
       if (stateAt(model, step) == step) parts(step);
     }
     variables();
@@ -95,6 +97,7 @@ class Structure {
       if (!a_.choice.hasVariable(i)) continue;
       const morvex_variable& a = a_.contents.variables[static_cast<std::size_t>(i)];
       const std::string name = a.name;
+      // By name: numbers depend on the order in which variables were written.
       const auto twin = std::ranges::find_if(
           all, [&](const morvex_variable& variable) { return name == variable.name; });
       if (twin == all.end()) {
@@ -109,6 +112,7 @@ class Structure {
       require(what + ", on particles", a.on_particles, twin->on_particles);
       require(what + ", steps", a.steps, twin->steps);
     }
+    // What was not asked for is no difference.
     if (a_.choice.namesVariables()) return;
     for (const morvex_variable& variable : all) {
       const bool isInA = std::ranges::any_of(a_.contents.variables, [&](const morvex_variable& a) {

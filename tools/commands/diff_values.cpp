@@ -23,6 +23,7 @@ struct Outcome {
 
   void add(std::size_t at, double first, double second, double difference) {
     ++differing;
+    // The first of equally large differences stays.
     if (difference <= largest) return;
     *this = {differing, difference, at, first, second};
   }
@@ -31,6 +32,7 @@ struct Outcome {
 template <class T>
 Outcome compareValues(std::span<const T> a, std::span<const T> b, const Tolerance& tolerance) {
   Outcome outcome;
+  // Most arrays of similar files have the same bits, among them NaN, which compares unequal.
   if (std::memcmp(a.data(), b.data(), a.size_bytes()) == 0) return outcome;
   for (std::size_t i = 0; i < a.size(); ++i) {
     const auto first = static_cast<double>(a[i]);
@@ -39,6 +41,7 @@ Outcome compareValues(std::span<const T> a, std::span<const T> b, const Toleranc
     double difference = std::abs(first - second);
     if constexpr (std::floating_point<T>) {
       if (std::isnan(first) && std::isnan(second)) continue;
+      // A number and none, or two infinities of different sign, are beyond every tolerance.
       if (std::isnan(difference)) difference = std::numeric_limits<double>::infinity();
       const double magnitude = std::max(std::abs(first), std::abs(second));
       const double allowed = std::max(tolerance.absolute, tolerance.relative * magnitude);
@@ -49,6 +52,7 @@ Outcome compareValues(std::span<const T> a, std::span<const T> b, const Toleranc
   return outcome;
 }
 
+/// Arrays of the same path.
 struct Pair {
   ArrayId a;
   ArrayId b;
@@ -94,6 +98,7 @@ class ValueComparison {
       if (isInterrupted()) throw Interrupted{};
     }
     flush();
+    // A row is made for every step and part, to count its values.
     std::erase_if(into.differences, [](const Difference& row) { return row.differing == 0; });
     for (const auto& [name, section] : rest) addOnly(b_, listB_, section, a_, into.onlyB);
     listA_.requireNamed();
@@ -143,6 +148,7 @@ class ValueComparison {
     if (!arraysOf(side, list, section).empty()) only.push_back(list.nameOf(section));
   }
 
+  /// Pairs the arrays of a step that both files have; the others are in one file only.
   void pairUp(const Section& sectionA, const Section& sectionB) {
     const auto arraysA = arraysOf(a_, listA_, sectionA);
     auto arraysB = arraysOf(b_, listB_, sectionB);
@@ -176,6 +182,7 @@ class ValueComparison {
     }
   }
 
+  /// Reads the waiting pairs: first all of A, which are kept, then all of B, each compared as it comes.
   void flush() {
     kept_.clear();
     next_ = 0;
@@ -202,7 +209,7 @@ class ValueComparison {
     const auto& first = kept_[next_++];
     bytes_ += result.bytes.size();
     if (result.failure) return fail(b_, result.failure->what());
-    if (!first) return;
+    if (!first) return;  // failed in A, which was reported
     ++into_->arrays;
     Difference& row = rowOf(pair.a);
     row.values += sizeOf(a_.file, pair.a).count;

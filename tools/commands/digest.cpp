@@ -46,7 +46,7 @@ ExitCode digestFile(const std::string& path, const DigestOptions& options, const
             }
             const std::string place = pathOf(file, result.id);
             const std::uint64_t digest = digestOf(result.id, result.bytes, place);
-            sum += digest;
+            sum += digest;  // in any order: paths are part of the digests
             ++arrays;
             bytes += result.bytes.size();
             if (!options.byArray) return;

@@ -24,7 +24,7 @@ std::string precisionWords(const PrecisionSetting& precision) {
   }
   switch (precision.type) {
     case QuantizationType::UniformQuantization:
-    case QuantizationType::RelativeQuantization:
+    case QuantizationType::RelativeQuantization:  // the look-up turned it into a step
       return "integers times a step of " + parameters;
     case QuantizationType::AdaptiveShiftQuantization:
     case QuantizationType::AdaptiveExponentQuantization:
@@ -34,6 +34,7 @@ std::string precisionWords(const PrecisionSetting& precision) {
   }
 }
 
+/// What a procedure of a class does.
 std::string wordsOf(std::int32_t tag) {
   switch (tag) {
     case ClassTags::kChunkedZlib:
@@ -59,6 +60,8 @@ std::string wordsOf(std::int32_t tag) {
   }
 }
 
+/// Walks a dataset's references in depth, each dataset before those that refer to it. The reader computes
+/// them in the same order, by which its runs are matched with the datasets.
 class Explainer {
  public:
   Explainer(StoredFile& stored, EnsgSimulation& simulation)
@@ -110,6 +113,7 @@ class Explainer {
     return dataset;
   }
 
+  /// Class, wrapper and parameters of a procedure in words.
   void describeClass(const ProcedureTags& tags, const std::string& path, ChainStep& step) {
     const std::int32_t tag = tags.nested.back();
     const char* known = Kelbor::MathModule::classTagName(tag);
@@ -153,6 +157,7 @@ class Explainer {
 
   /// The chain's input of a number: the payload and lists beside it.
   std::string storedWords(const std::string& group, const std::string& name, std::uint32_t number) {
+    // Floats have two lists of outliers, integers one of new ids.
     const bool isIds =
         !name.ends_with("_data") && !name.ends_with("_imag") && !name.starts_with("coordinates_");
     if (number == 0) {

@@ -94,6 +94,7 @@ class Outline {
   std::string text_;
 };
 
+/// A string of Graphviz's language.
 std::string quoted(const std::string& text) {
   std::string escaped = "\"";
   for (const char c : shownText(text)) {
@@ -104,6 +105,7 @@ std::string quoted(const std::string& text) {
 }
 
 /// The graph in Graphviz's language: boxes are results, ellipses procedures.
+/// `prefix` keeps the nodes of several arrays apart.
 std::string dotText(const Explanation& explanation, const std::string& prefix) {
   std::string text;
   for (std::size_t d = 0; d < explanation.datasets.size(); ++d) {
@@ -139,6 +141,7 @@ ExitCode explainFile(const ExplainOptions& options, const Common& common) {
   const Contents contents = readContents(file);
   const Choice choice(options.selection, file, contents);
   StoredFile stored(options.file, common.open);
+  // A reader of its own: libmorvex shows no procedures.
   Kelbor::DataManager manager;
   EnsgSimulation simulation(&manager, options.file, /*keepUnloaded=*/false);
   ArrayList list(file, contents, choice);
@@ -175,6 +178,7 @@ ExitCode explainFile(const ExplainOptions& options, const Common& common) {
     put("  " + std::to_string(size.count) + " values, " + std::to_string(size.bytes()) +
         " bytes decoded" + (form ? ", " + form->name() : "") + "\n");
     if (analysis) {
+      // The last dataset is the array itself, which no cache keeps.
       const std::size_t others = explanation.datasets.size() - 1;
       const std::size_t again = analysis->runAgain == 0 ? 0 : analysis->runAgain - 1;
       put("  read in " + millisecondsText(analysis->firstSeconds) + ", again in " +

@@ -20,6 +20,7 @@ double secondsSince(Clock::time_point start) {
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
+/// The size of a result from its shape: its content may be gone. 0 for what is no array.
 std::uint64_t bytesOf(const Kelbor::Provider* provider) {
   const auto* data = dynamic_cast<const DataProvider*>(provider);
   return data ? data->getDataDimension().getByteSize() : 0;
@@ -34,6 +35,7 @@ class RunRecorder final : public Kelbor::RunObserver {
     if (open_.empty()) datasets_.emplace_back();
     std::vector<ProcedureRun>& runs = datasets_.back();
     const Kelbor::DataProcedure* const self = &procedure;
+    // The class without its namespaces, as recipes name it.
     const std::string name = boost::core::demangle(typeid(*self).name());
     open_.push_back({runs.size(), Clock::now(), 0.0});
     runs.push_back(
@@ -46,6 +48,7 @@ class RunRecorder final : public Kelbor::RunObserver {
     const double seconds = secondsSince(ended.start);
     if (!open_.empty()) open_.back().inner += seconds;
     ProcedureRun& run = datasets_.back()[ended.place];
+    // Procedures pull: the time of a run has those of all that it needed.
     run.seconds = seconds - ended.inner;
     for (std::size_t i = 0; i < procedure.getNumberOfInputs(); ++i) {
       if (procedure.hasInputProvider(i)) run.bytesIn += bytesOf(procedure.getInputProvider(i));

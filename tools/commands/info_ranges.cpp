@@ -46,7 +46,9 @@ std::string componentText(const morvex_variable& variable, const Info::RangeKey&
 std::string rangeTable(const Info& info, std::size_t width) {
   TextTable table({">#", "name", "component", ">step", ">min", ">max", ">values", ">not numbers"});
   for (const Info::Variable& variable : info.variables) {
-    for (const auto& [key, range] : variable.ranges) {
+    for (const auto& entry : variable.ranges) {
+      const Info::RangeKey& key = entry.first;
+      const ValueRange& range = entry.second;
       const auto bound = [&](double value) {
         return range.isEmpty() ? "-" : numberText(static_cast<float>(value));
       };

@@ -52,10 +52,11 @@ class Listing {
   }
 
   void add(const Row& row) {
-    if (options_.asJson) {
+    if (options_.asJson) {  // written piece by piece as well
       put((count_++ == 0 ? "\n " : ",\n ") + json(row));
       return;
     }
+    // Enough rows for columns that stay in line, and few enough to show the first ones at once.
     constexpr std::uint64_t kRowsAtOnce = 1000;
     std::vector<std::string> cells{kindName(row.kind), std::to_string(row.size.count),
                                    row.stored ? std::to_string(*row.stored) : "-",
@@ -116,6 +117,7 @@ ExitCode listFile(const std::string& path, const ListOptions& options, const Com
   };
   for (const std::string& problem : contents.problems) fail(problem);
 
+  // With the result of a read, if ranges are wanted.
   const auto addRow = [&](const ArrayId& array, const ArrayResult* result) {
     Row row{.path = pathOf(file, array),
             .kind = array.kind,

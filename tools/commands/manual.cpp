@@ -36,6 +36,7 @@ std::string upper(std::string text) {
   return text;
 }
 
+/// Options without a group are for the build alone.
 bool isShown(const CLI::Option& option) {
   return !option.get_group().empty();
 }
@@ -62,6 +63,7 @@ std::string optionsOf(const CLI::App& app) {
   return text;
 }
 
+/// How a command, or the program if `command` is null, is called.
 std::string synopsisOf(const CLI::App& program, const CLI::App* command) {
   std::string text = "\\fB" + roff(program.get_name()) + "\\fR";
   if (!command) return text + " [\\fIOPTIONS\\fR] \\fICOMMAND\\fR ...";
@@ -83,6 +85,7 @@ std::string examplesOf(const CLI::App& command) {
   return ".SH EXAMPLES\n.nf\n" + roff(footer.substr(end + 1)) + "\n.fi\n";
 }
 
+/// The title lines. No date: builds of one source give the same bytes.
 std::string head(const std::string& name) {
   return ".TH " + roff(upper(name)) + " 1 \"\" \"morvex " + morvex_version() + "\" \"Morvex\"\n" +
          ".SH NAME\n" + roff(name) + " \\- ";
@@ -112,6 +115,7 @@ std::string commandPage(const CLI::App& program, const CLI::App& command) {
   return text + ".SH SEE ALSO\n\\fB" + roff(program.get_name()) + "\\fR(1)\n";
 }
 
+/// The options of an app, each after a blank.
 std::string wordsOf(const CLI::App& app) {
   std::string words;
   for (const CLI::Option* option : app.get_options()) {

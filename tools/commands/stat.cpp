@@ -65,6 +65,7 @@ struct Statistics {
   std::vector<std::string> problems;
 };
 
+/// Adds up the arrays of a choice from the tables of the container; nothing is decoded.
 class Survey {
  public:
   Survey(const std::string& path, const File& file, const Contents& contents, const Choice& choice,
@@ -101,7 +102,7 @@ class Survey {
     std::string form = "unknown";
     try {
       const auto bytes = stored_.bytesOf(path);
-      if (!bytes) return;
+      if (!bytes) return;  // the variable has no values there
       amount.stored = *bytes;
       amount.decoded = sizeOf(file_, array).bytes();
       if (const auto known = stored_.formOf(path)) form = known->name();
@@ -119,6 +120,7 @@ class Survey {
     return contents_.variables[static_cast<std::size_t>(array.request.variable)].name;
   }
 
+  /// Number and name of the part. Names are those of the first step, as parts keep theirs.
   [[nodiscard]] std::string partOf(const ArrayId& array) {
     const bool isVariable = array.kind == ArrayKind::kVariables;
     const auto variable = static_cast<std::size_t>(array.request.variable);
@@ -149,8 +151,10 @@ class Survey {
     const std::uint64_t offset = stored_.tableOffset();
     const std::uint64_t datasets = ofArrays + statistics_.records;
     statistics_.others = ofArrays - std::min(ofArrays, statistics_.arrays.stored);
+    // The tables reach to the end of the file; the trailer is theirs, and the header is counted with them.
     statistics_.tables = statistics_.fileSize - offset + Sdf::kHeaderSize;
     const std::uint64_t payloads = offset - std::min<std::uint64_t>(offset, Sdf::kHeaderSize);
+    // Damaged tables may place datasets anywhere.
     if (datasets > payloads) fail("datasets claim more bytes than the file has");
     statistics_.unused = payloads - std::min(payloads, datasets);
   }
@@ -170,6 +174,7 @@ std::string shareText(std::uint64_t bytes, std::uint64_t all) {
   return text.data();
 }
 
+/// The statistics as text. Shares are of the file's size in every table.
 class Tables {
  public:
   Tables(const Statistics& statistics, std::size_t width)

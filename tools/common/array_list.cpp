@@ -50,7 +50,8 @@ class ModelArrays {
   }
 
   morvex_request& push(ArrayKind kind, morvex_kind asked, int type = 0) {
-    morvex_request& made = arrays_.emplace_back(kind, request(asked, step_, part_)).request;
+    arrays_.push_back({kind, request(asked, step_, part_)});
+    morvex_request& made = arrays_.back().request;
     made.element_type = type;
     return made;
   }

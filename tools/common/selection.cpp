@@ -118,8 +118,8 @@ std::vector<std::string> similarNames(std::string_view text,
     }
   }
   std::ranges::sort(similar);
-  const auto repeated = std::ranges::unique(similar);
-  similar.erase(repeated.begin(), repeated.end());
+  // clang 14 can't compile the range that this library's std::ranges::unique returns.
+  similar.erase(std::unique(similar.begin(), similar.end()), similar.end());
   std::vector<std::string> best;
   for (auto& [far, name] : similar) {
     if (best.size() < kMost) best.push_back(std::move(name));

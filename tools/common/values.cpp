@@ -19,6 +19,7 @@ std::uint64_t digestOf(const ArrayId& array, std::span<const std::byte> bytes,
   const std::uint64_t key = hashOf(path);
   return visitValues(array, bytes, [&]<class T>(std::span<const T> values) {
     if constexpr (std::floating_point<T>) {
+      // Rare: most arrays are hashed where they are.
       bool hasAny = false;
       for (const T value : values) hasAny |= isAmbiguous(value);
       if (hasAny) {
