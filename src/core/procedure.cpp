@@ -13,6 +13,8 @@ namespace {
 
 constexpr const char* kArbitraryCopy = "Copying arbitrary providers is not supported!";
 
+thread_local constinit RunObserver* threadObserver = nullptr;
+
 template <class E>
 [[noreturn]] void raiseAt(const char* message, std::size_t position) {
   raise<E>(message + std::to_string(position));
@@ -30,6 +32,26 @@ std::unique_ptr<Provider> emptyTwin(const Provider& output) {
 }
 
 }  // namespace
+
+ScopedRunObserver::ScopedRunObserver(RunObserver* observer) noexcept
+    : before_(std::exchange(threadObserver, observer)) {}
+
+ScopedRunObserver::~ScopedRunObserver() {
+  threadObserver = before_;
+}
+
+bool runProcedure(DataProcedure& procedure, std::int32_t outputIndex) {
+  RunObserver* const observer = threadObserver;
+  if (!observer) return procedure.process(outputIndex);
+  struct End {
+    RunObserver& observer;
+    const DataProcedure& procedure;
+    ~End() { observer.runEnds(procedure); }
+  };
+  observer->runBegins(procedure);
+  const End end{*observer, procedure};
+  return procedure.process(outputIndex);
+}
 
 DataProcedure::DataProcedure(DataManager* context, std::size_t numberOfSources,
                              std::size_t numberOfProviders)

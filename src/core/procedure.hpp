@@ -16,6 +16,35 @@ namespace Kelbor {
 inline constexpr std::string_view kTotalNumberUncompressedElements =
     "totalNumberUncompressedElements";
 
+class DataProcedure;
+
+/// Sees the runs of procedures on its thread, inner ones within outer ones. For tools that explain or
+/// measure a chain.
+class RunObserver {
+ public:
+  virtual void runBegins(const DataProcedure& procedure) = 0;
+  /// Also after a run that failed or threw.
+  virtual void runEnds(const DataProcedure& procedure) noexcept = 0;
+
+ protected:
+  ~RunObserver() = default;
+};
+
+/// Directs the runs of this thread to `observer`, which is borrowed, during its lifetime.
+class ScopedRunObserver {
+ public:
+  explicit ScopedRunObserver(RunObserver* observer) noexcept;
+  ~ScopedRunObserver();
+  ScopedRunObserver(const ScopedRunObserver&) = delete;
+  ScopedRunObserver& operator=(const ScopedRunObserver&) = delete;
+
+ private:
+  RunObserver* before_;
+};
+
+/// Runs process(), seen by the thread's observer if there is one.
+bool runProcedure(DataProcedure& procedure, std::int32_t outputIndex);
+
 /// A node of the graph that computes: its input slots borrow other nodes' providers, its output
 /// slots own providers. Nothing runs by itself; reading an output runs its producer. Once built and
 /// connected, a procedure may run any number of times: the state of a run is in its providers.

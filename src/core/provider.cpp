@@ -10,7 +10,7 @@
 namespace Kelbor {
 
 bool Provider::prepare() {
-  return producer_ ? producer_->process(producerSlot_) : prepareContent();
+  return producer_ ? runProcedure(*producer_, producerSlot_) : prepareContent();
 }
 
 void Provider::ensureContent() {

@@ -40,7 +40,7 @@ bool TargetDataProvider::prepare() {
   }
   wrapMemory(targetMemory_, targetSize_);
   const WritableWhileProducing writable(*this);
-  return getProducer()->process(getProducerSlot());
+  return runProcedure(*getProducer(), getProducerSlot());
 }
 
 }  // namespace Kelbor

@@ -40,6 +40,32 @@ TEST_F(Procedures, SlotsAreConnectedOnceAndCounted) {
             ": No input provider!");
 }
 
+TEST_F(Procedures, AnObserverSeesRunsWithinRunsAndFailedOnes) {
+  struct Recorder final : RunObserver {
+    std::vector<std::pair<char, const DataProcedure*>> seen;
+    void runBegins(const DataProcedure& procedure) override { seen.emplace_back('(', &procedure); }
+    void runEnds(const DataProcedure& procedure) noexcept override {
+      seen.emplace_back(')', &procedure);
+    }
+  } recorder;
+  Doubling inner(&manager_);
+  inner.connectInput(0, source_.get());
+  Doubling outer(&manager_);
+  outer.connectInput(0, &inner.output());
+  outer.outcome = Doubling::Outcome::kThrows;
+  {
+    const ScopedRunObserver observer(&recorder);
+    EXPECT_THROW((void)valuesOf(outer.output()), std::runtime_error);
+  }
+  EXPECT_EQ(recorder.seen,
+            (decltype(recorder.seen){{'(', &outer}, {'(', &inner}, {')', &inner}, {')', &outer}}));
+  outer.outcome = Doubling::Outcome::kGood;
+  fill(*source_, {1, 2, 3});
+  (void)valuesOf(outer.output());
+  EXPECT_EQ(recorder.seen.size(), 4U) << "nothing is seen after the observer's end";
+  outer.disconnectInput(0);
+}
+
 TEST_F(Procedures, OutputLandsInTheCallersMemoryAndNoFurther) {
   Doubling procedure(&manager_);
   procedure.connectInput(0, source_.get());

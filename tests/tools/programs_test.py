@@ -9,6 +9,7 @@ import json
 import os
 import pathlib
 import re
+import shutil
 import struct
 import subprocess
 import tempfile
@@ -76,6 +77,20 @@ def copy_with(data):
     return copy
 
 
+def damaged_at(path):
+    """A copy in which all of a dataset but its recipe is damaged."""
+    data = bytearray(SAMPLE.read_bytes())
+    position, size = payloads(data)[path]
+    data[position + 8:position + size] = b"\xFF" * (size - 8)
+    return copy_with(data)
+
+
+def columns(text, column):
+    """The numbers of a column of a text, whose lines may be comments."""
+    rows = (line.split() for line in text.splitlines() if line and not line.startswith("#"))
+    return [float(row[column]) for row in rows]
+
+
 class TestCase(unittest.TestCase):
     def expect(self, code, program, *arguments):
         result = run(program, *arguments)
@@ -112,6 +127,208 @@ class Info(TestCase):
         self.assertEqual(variables["displacement"]["timeSet"], 0)
 
 
+    def test_ranges_are_those_of_the_values(self):
+        def ranges(*options):
+            info = json.loads(self.expect(SUCCESS, "morvex", "info", SAMPLE, "--ranges", "--json",
+                                          *options).stdout)
+            return {v["name"]: v.get("ranges") for v in info["variables"]}
+
+        for component, found in enumerate(ranges()["displacement"]):
+            values = [value for step in range(5) for value in columns(
+                self.expect(SUCCESS, "morvex", "cat", SAMPLE, "--variable", "displacement",
+                            "--step", step).stdout, component)]
+            self.assertEqual(found["values"], len(values))
+            self.assertAlmostEqual(found["min"], min(values), places=4)
+            self.assertAlmostEqual(found["max"], max(values), places=4)
+        by_step = ranges("--step", "1:3", "--variable", "stress")["stress"]
+        self.assertEqual([row["step"] for row in by_step], [1, 2])
+
+
+class List(TestCase):
+    def test_arrays_are_listed_with_the_bytes_of_their_datasets(self):
+        found = json.loads(self.expect(SUCCESS, "morvex", "list", SAMPLE, "--json").stdout)["arrays"]
+        stored = {row["path"]: row["stored"] for row in found}
+        sizes = payloads(SAMPLE.read_bytes())
+        self.assertEqual(stored["/geometry/0/1/1/coordinates_0"],
+                         sizes["/geometry/0/1/1/coordinates_0"][1])
+        path = "/variable/stress/2/0/10_0_data"  # has its exponents beside it
+        self.assertEqual(stored[path], sizes[path][1] + sizes[path + "_qe"][1])
+        total = json.loads(run("morvex", "verify", SAMPLE, "--json").stdout)
+        self.assertEqual(len(found), sum(kind["arrays"] for kind in total["kinds"].values()))
+        self.assertIsNone(stored["/variable/crush_force/2"])
+
+    def test_arrays_are_named_by_path_pattern_and_kind(self):
+        def paths(*options):
+            text = self.expect(SUCCESS, "morvex", "list", SAMPLE, *options).stdout
+            return [line.split()[-1] for line in text.splitlines()[1:]]
+
+        path = "/variable/stress/2/0/10_0_data"
+        self.assertEqual(paths("--array", path), [path])
+        self.assertEqual(paths("--array", "/variable/stress/?/0/*", "--step", "2"), [path])
+        self.assertEqual(len(paths("--array", "coordinates", "--step", "0", "--part", "tube")), 3)
+        for wrong, hint in ((path.replace("stress", "strss"), path), ("cordinates", "coordinates")):
+            result = self.expect(USAGE, "morvex", "list", SAMPLE, "--array", wrong)
+            self.assertIn(f"is it '{hint}'", result.stderr)
+
+    def test_damage_is_named_and_the_rest_is_listed(self):
+        path = "/variable/stress/2/0/10_0_data"
+        damaged = damaged_at(path)
+        whole = self.expect(SUCCESS, "morvex", "list", "-l", SAMPLE).stdout
+        for command in (["list", "-l"], ["digest"], ["digest", "--json"], ["info", "--ranges"]):
+            result = self.expect(DATA_ERROR, "morvex", *command, damaged)
+            self.assertRegex(result.stderr, rf"^morvex: [^\n]*{path}[^\n]*\n$")
+            if command[0] == "list":
+                self.assertEqual(result.stdout.count("\n"), whole.count("\n"))
+            if command == ["digest"]:
+                self.assertEqual(result.stdout, "")  # it would look like that of other values
+
+
+class Stat(TestCase):
+    def test_the_bytes_sum_up_to_the_size_of_the_file(self):
+        found = json.loads(self.expect(SUCCESS, "morvex", "stat", SAMPLE, "--json").stdout)
+        arrays = found["arrays"]
+        self.assertEqual(found["size"], SAMPLE.stat().st_size)
+        self.assertEqual(found["unused"], 0)
+        rest = found["otherArrays"] + found["records"] + found["tables"]
+        self.assertEqual(arrays["stored"] + rest, found["size"])
+        for table in ("variables", "parts", "forms"):
+            for key in ("arrays", "stored", "decoded"):
+                self.assertEqual(sum(row[key] for row in found[table]), arrays[key], (table, key))
+        sizes = payloads(SAMPLE.read_bytes())
+        self.assertEqual(found["records"], sum(
+            size for path, (_, size) in sizes.items()
+            if not path.startswith(("/geometry/", "/variable/"))))
+        self.assertLessEqual({"exact", "quantised", "quantised, time difference",
+                              "quantised, tree difference", "exact, id window"},
+                             {row["name"] for row in found["forms"]})
+
+
+class Cat(TestCase):
+    def test_text_csv_and_numpy_have_the_values_that_were_written(self):
+        truth = json.loads(TRUTH.read_text(encoding="utf-8"))
+        options = [SAMPLE, "coordinates", "--part", "tube", "--step", "3"]
+        text = self.expect(SUCCESS, "morvex", "cat", *options).stdout
+        csv = self.expect(SUCCESS, "morvex", "cat", *options, "--csv").stdout.splitlines()
+        self.assertEqual(csv[0].split(","), [f"/geometry/0/3/0/coordinates_{k}" for k in range(3)])
+        self.assertEqual([line.replace(",", " ") for line in csv[1:]], text.splitlines())
+        npy = pathlib.Path(workspace.name) / "coordinates.npy"
+        npy.unlink(missing_ok=True)
+        self.expect(SUCCESS, "morvex", "cat", *options, "--npy", "-o", npy)
+        nodes = truth["parts"][0]["nodes"]
+        data = npy.read_bytes()
+        length, = struct.unpack_from("<H", data, 8)
+        self.assertEqual((data[:8], (10 + length) % 64), (b"\x93NUMPY\x01\x00", 0))
+        self.assertIn(b"'<f4', 'fortran_order': False, 'shape': (%d, 3)" % nodes, data[:128])
+        values = struct.unpack(f"<{3 * nodes}f", data[10 + length:])
+        shown = [float(cell) for cell in text.split()]
+        self.assertEqual(struct.pack(f"<{len(shown)}f", *shown), data[10 + length:])
+        for axis, probes in enumerate(truth["parts"][0]["coordinates"][3]):
+            for place, value in probes.items():
+                self.assertAlmostEqual(values[3 * int(place) + axis], value, places=2)
+
+    def test_elements_are_rows_of_whole_numbers(self):
+        text = self.expect(SUCCESS, "morvex", "cat", SAMPLE, "connectivity", "--part", "block").stdout
+        truth = json.loads(TRUTH.read_text(encoding="utf-8"))["parts"][1]
+        rows = [[int(cell) for cell in line.split()] for line in text.splitlines()]
+        self.assertEqual((len(rows), {len(row) for row in rows}), (truth["elements"]["26"], {8}))
+        self.assertEqual((min(map(min, rows)), max(map(max, rows))), (1, truth["nodes"]))
+
+    def test_what_can_not_be_written_leaves_nothing(self):
+        folder = pathlib.Path(tempfile.mkdtemp(dir=workspace.name))
+        there = folder / "there.csv"
+        there.write_text("mine", encoding="utf-8")
+        some = [SAMPLE, "coordinates", "--part", "tube", "--step", "0"]
+        self.expect(USAGE, "morvex", "cat", *some, "-o", there)
+        self.expect(OUTPUT_FAILED, "morvex", "cat", *some, "-o", folder / "no/file")
+        self.expect(USAGE, "morvex", "cat", SAMPLE, "coordinates", "--csv", "-o", folder / "new")
+        self.expect(DATA_ERROR, "morvex", "cat", damaged_at("/geometry/0/0/0/coordinates_1"),
+                    *some[1:], "--npy", "-o", folder / "new")
+        self.assertEqual((list(folder.iterdir()), there.read_text(encoding="utf-8")), ([there], "mine"))
+
+
+class Diff(TestCase):
+    def test_other_storage_of_the_same_values_is_no_difference(self):
+        other = SAMPLE.with_suffix(".chunks")
+        self.expect(SUCCESS, "morvex", "sample", other, "--chunks", "1", "--force", *SAMPLE_OPTIONS)
+        self.assertNotEqual(other.read_bytes(), SAMPLE.read_bytes())
+        self.assertIn("No differences", self.expect(SUCCESS, "morvex", "diff", SAMPLE, other).stdout)
+        digests = {line.split()[0] for line in
+                   self.expect(SUCCESS, "morvex", "digest", SAMPLE, other).stdout.splitlines()}
+        self.assertEqual(len(digests), 1)
+
+    def test_a_difference_is_found_at_its_place_and_within_tolerances(self):
+        truth = json.loads(TRUTH.read_text(encoding="utf-8"))
+        data = bytearray(SAMPLE.read_bytes())
+        forces = struct.pack("<5f", *truth["crushForce"])
+        at = data.index(forces) + 8
+        changed = truth["crushForce"][2] * 1.001
+        data[at:at + 4] = struct.pack("<f", changed)
+        copy = copy_with(data)
+        found = json.loads(self.expect(FINDINGS, "morvex", "diff", SAMPLE, copy, "--json").stdout)
+        (row,) = found["differences"]
+        self.assertEqual((row["what"], row["step"], row["differing"]), ("crush_force", 2, 1))
+        self.assertAlmostEqual(row["valueB"], changed, places=4)
+        self.assertEqual(found["structure"], [])
+        self.expect(SUCCESS, "morvex", "diff", SAMPLE, copy, "--tolerance", "0.002")
+        self.expect(FINDINGS, "morvex", "diff", SAMPLE, copy, "--tolerance", "0.0005")
+        self.expect(SUCCESS, "morvex", "diff", SAMPLE, copy, "--absolute", "1")
+        self.assertEqual(self.expect(FINDINGS, "morvex", "diff", "-q", SAMPLE, copy).stdout, "")
+        self.assertNotEqual(*(line.split()[0] for line in
+                              run("morvex", "digest", SAMPLE, copy).stdout.splitlines()))
+
+    def test_structure_is_compared_and_what_one_file_lacks_is_named(self):
+        shorter = SAMPLE.with_suffix(".shorter")
+        self.expect(SUCCESS, "morvex", "sample", shorter, "--force", "--nodes", "900", "--steps", "4")
+        found = json.loads(self.expect(FINDINGS, "morvex", "diff", SAMPLE, shorter, "--json").stdout)
+        self.assertIn("time set 0, steps: 5 and 4", found["structure"])
+        self.assertIn("/variable/stress/4", found["onlyA"])
+        self.assertEqual(found["onlyB"], [])
+        self.expect(DATA_ERROR, "morvex", "diff", SAMPLE,
+                    damaged_at("/variable/stress/2/0/10_0_data"))
+
+
+class Explain(TestCase):
+    def test_the_chain_is_told_with_all_that_it_depends_on(self):
+        text = self.expect(SUCCESS, "morvex", "explain", SAMPLE, "/variable/displacement/1/0/0_data",
+                           "--analyze").stdout
+        self.assertRegex(text, r"(?m)^  \d+  Dequantization: .*step of 0\.\d+$")
+        self.assertIn("<- /variable/displacement/1/0/0_data_vquant", text)
+        self.assertRegex(text, r"(?m)^    <- /variable/displacement/\d/0/0_data_vquant$")
+        self.assertRegex(text, r"ran Dequantization: [\d.]+ ms, \d+ bytes in, \d+ out")
+        dot = self.expect(SUCCESS, "morvex", "explain", SAMPLE, "*", "--dot").stdout
+        made = set(re.findall(r"(?m)^  (\w+) \[", dot))
+        used = {end for edge in re.findall(r"(?m)^  (\w+) -> (\w+);$", dot) for end in edge}
+        self.assertEqual(used - made, set())
+
+    def test_every_array_can_be_explained_and_read(self):
+        text = self.expect(SUCCESS, "morvex", "explain", SAMPLE, "*", "--analyze").stdout
+        arrays = self.expect(SUCCESS, "morvex", "list", SAMPLE).stdout.count("\n") - 1
+        self.assertEqual(len(re.findall(r"(?m)^/", text)), arrays)
+        self.assertNotIn("FAILED", text)
+
+
+class Manual(TestCase):
+    def test_pages_and_completion_have_each_command_and_option(self):
+        folder = pathlib.Path(tempfile.mkdtemp(dir=workspace.name))
+        self.expect(SUCCESS, "morvex", "--write-manual", folder)
+        completion = (folder / "morvex.bash").read_text(encoding="utf-8")
+        text = run("morvex", "--help").stdout
+        commands = re.findall(r"(?m)^  ([a-z]+)  ", text[text.index("Subcommands:"):])
+        self.assertIn("list", commands)
+        for command in commands:
+            page = (folder / f"morvex-{command}.1").read_text(encoding="utf-8").replace("\\-", "-")
+            for option in re.findall(r"--[a-z-]+", run("morvex", command, "--help").stdout):
+                self.assertIn(option, page)
+                self.assertIn(option, completion)
+        self.assertEqual(len(list(folder.glob("*.1"))), len(commands) + 1)
+        subprocess.run(["bash", "-n", folder / "morvex.bash"], check=True)
+        if shutil.which("groff"):
+            for page in folder.glob("*.1"):
+                warnings = subprocess.run(["groff", "-man", "-ww", "-z", "-Tutf8", page],
+                                          stderr=subprocess.PIPE, check=True).stderr
+                self.assertEqual(warnings, b"")
+
+
 class Verify(TestCase):
     def test_all_orders_and_thread_counts_give_one_outcome(self):
         outcomes = {
@@ -123,14 +340,10 @@ class Verify(TestCase):
         self.assertEqual(len(outcomes), 1, outcomes)
 
     def test_a_damaged_dataset_is_named_and_only_it_fails(self):
-        data = SAMPLE.read_bytes()
         for path in ("/variable/stress/2/0/10_0_data", "/geometry/0/3/1/coordinates_1",
                      "/geometry/0/0/0/10_elementnodeids", "/geometry/0/0/1/10_bfspi"):
             with self.subTest(path):
-                damaged = bytearray(data)
-                position, size = payloads(data)[path]
-                damaged[position + 8:position + size] = b"\xFF" * (size - 8)  # all but the recipe
-                result = self.expect(FINDINGS, "morvex", "verify", copy_with(damaged))
+                result = self.expect(FINDINGS, "morvex", "verify", damaged_at(path))
                 self.assertEqual(re.findall(r"(?m)^FAILED  (\S+): \S", result.stdout), [path])
 
     def test_the_reason_is_told_where_the_exception_is_no_standard_one(self):
@@ -167,10 +380,7 @@ class Dump(TestCase):
 
 class Messages(TestCase):
     def test_success_is_silent_and_the_log_takes_what_the_library_says(self):
-        data = bytearray(SAMPLE.read_bytes())
-        position, size = payloads(data)["/geometry/0/3/1/coordinates_1"]
-        data[position + 8:position + size] = b"\xFF" * (size - 8)
-        damaged = copy_with(data)
+        damaged = damaged_at("/geometry/0/3/1/coordinates_1")
         plain = self.expect(FINDINGS, "morvex", "verify", damaged)
         self.assertEqual(plain.stderr, "")
         log = pathlib.Path(workspace.name) / "messages.log"
@@ -236,6 +446,9 @@ class Failures(TestCase):
                                 stderr=subprocess.PIPE, text=True, check=False, env=ENVIRONMENT)
         self.assertEqual((closed.returncode, closed.stderr.count("\n")), (OUTPUT_FAILED, 1))
         self.expect(OUTPUT_FAILED, "morvex", "info", SAMPLE, "-lf", "/nowhere/messages.log")
+        damaged = damaged_at("/geometry/0/3/1/coordinates_1")
+        lost = self.expect(OUTPUT_FAILED, "morvex", "verify", damaged, "-lf", "/dev/full")
+        self.assertEqual(lost.stderr, "morvex: /dev/full: not all messages could be written\n")
 
 
 class Choice(TestCase):

@@ -53,6 +53,16 @@ void addSelection(CLI::App& app, Selection& selection) {
   addSteps(app, selection);
 }
 
+void addArrays(CLI::App& app, Selection& selection) {
+  app.add_option(
+         "--array", selection.arrays,
+         "a path as shown by list, a pattern, or a kind such as coordinates or connectivity;"
+         " may be repeated")
+      ->type_name("ARRAY")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
 void addJson(CLI::App& app, bool& asJson) {
   app.add_flag("--json", asJson, "one JSON object for each file instead of tables");
 }

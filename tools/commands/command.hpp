@@ -27,6 +27,8 @@ struct Command {
 void addFile(CLI::App& app, std::string& file);
 void addFiles(CLI::App& app, std::vector<std::string>& files);
 void addSelection(CLI::App& app, Selection& selection);
+/// For commands that read or list arrays.
+void addArrays(CLI::App& app, Selection& selection);
 void addSteps(CLI::App& app, Selection& selection);
 void addJson(CLI::App& app, bool& asJson);
 /// A count from `least` on.
@@ -40,6 +42,12 @@ void addCount(CLI::App& app, const std::string& name, int& value, int least,
 
 // The commands; each function adds one to the program. `common` is borrowed.
 [[nodiscard]] Command addInfo(CLI::App& program, const Common& common);
+[[nodiscard]] Command addList(CLI::App& program, const Common& common);
+[[nodiscard]] Command addStat(CLI::App& program, const Common& common);
+[[nodiscard]] Command addCat(CLI::App& program, const Common& common);
+[[nodiscard]] Command addDigest(CLI::App& program, const Common& common);
+[[nodiscard]] Command addDiff(CLI::App& program, const Common& common);
+[[nodiscard]] Command addExplain(CLI::App& program, const Common& common);
 [[nodiscard]] Command addVerify(CLI::App& program, const Common& common);
 [[nodiscard]] Command addSample(CLI::App& program, const Common& common);
 [[nodiscard]] Command addDump(CLI::App& program, const Common& common);

@@ -1,12 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "recipes/recipe.hpp"
-#include "sdf/sdf_file.hpp"
+#include "commands/stored_file.hpp"
 
 namespace morvex::tools {
 
@@ -14,8 +12,8 @@ namespace morvex::tools {
 /// reported in its place and counted.
 class Dump {
  public:
-  /// `file` is borrowed.
-  explicit Dump(Kelbor::MathModule::SdfFile& file) : file_(file) {}
+  /// Borrowed.
+  explicit Dump(StoredFile& stored) : stored_(stored), file_(stored.file()) {}
 
   /// The recipes: their chains in words. dump_recipes.cpp.
   void recipes();
@@ -32,7 +30,6 @@ class Dump {
     std::uint64_t datasets = 0;
     std::uint64_t logicalBytes = 0;
     std::uint64_t storedBytes = 0;
-    std::uint64_t listed = 0;  ///< entries; bounds a tree that never ends
   };
 
   void line(const std::string& text);
@@ -42,18 +39,13 @@ class Dump {
   void attempt(const std::string& what, const Work& work);
   void fail(const std::string& what);
 
-  void walk(const std::string& path, int depth, Subtree& total);
   void dataset(const std::string& group, const std::string& name, Subtree& total);
   [[nodiscard]] std::string recipeText(const std::string& group, const std::string& name);
-  const std::vector<ZipRecipe>& recipeList();
 
+  StoredFile& stored_;
   Kelbor::MathModule::SdfFile& file_;
-  std::optional<std::vector<ZipRecipe>> recipes_;
   std::uint64_t failures_ = 0;
 };
-
-/// The message of the exception in flight. To be called in a catch block.
-[[nodiscard]] std::string innerFailureText();
 
 template <class Work>
 void Dump::attempt(const std::string& what, const Work& work) {

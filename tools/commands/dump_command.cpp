@@ -7,7 +7,6 @@
 #include "commands/dump.hpp"
 #include "common/output.hpp"
 #include "common/quiet_log.hpp"
-#include "core/data_manager.hpp"
 
 namespace morvex::tools {
 namespace {
@@ -23,15 +22,7 @@ struct DumpOptions {
 
 ExitCode dumpFile(const DumpOptions& options, const Common& common) {
   const QuietLog quiet;
-  Kelbor::DataManager manager;
-  Kelbor::MathModule::SdfFile file(&manager, options.file, /*writable=*/false, "",
-                                   /*compress=*/false);
-  try {
-    file.ensureOpen();
-  } catch (...) {
-    (void)openFile(options.file, common.open);  // has the reason
-    throw Failure(kCannotOpen, options.file + ": " + innerFailureText());
-  }
+  StoredFile file(options.file, common.open);
   const bool hasGroup = options.group != "/";
   const bool all = !options.recipes && !options.records && !options.tree && !hasGroup;
   Dump dump(file);
@@ -53,6 +44,7 @@ Command addDump(CLI::App& program, const Common& common) {
   app->add_flag("--records", options->records, "show the metadata records");
   app->add_flag("--tree", options->tree, "show groups and datasets");
   addCount(*app, "--limit", options->limit, 1, "values of each field that are shown, at most");
+  app->footer("Examples:\n  morvex dump crash.mvx /geometry/0\n  morvex dump crash.mvx --recipes");
   return {app, [options, &common] { return dumpFile(*options, common); }};
 }
 

@@ -2,28 +2,19 @@
 
 #include "commands/dump.hpp"
 #include "common/text_table.hpp"
-#include "metadata/metadata_version.hpp"
-#include "metadata/record_cursor.hpp"
 #include "procedures/factory_table.hpp"
 
 namespace morvex::tools {
 namespace {
 
-namespace ClassTags = Kelbor::MathModule::ClassTags;
-
-constexpr int kDeepestWrapper = 8;
-
-/// Reads a class tag and its parameters from the stream.
-std::string className(RecordCursor& classes, int depth) {
-  const auto tag = classes.read<std::int32_t>();
-  const char* name = Kelbor::MathModule::classTagName(tag);
-  std::string text = name ? name : "unknown class " + std::to_string(tag);
-  if (tag != ClassTags::kParallelWrapper) return text;
-  const auto block = classes.take(classes.readCount(1));
-  if (depth > kDeepestWrapper) return text + " of wrappers nested too deeply";
-  RecordCursor inner(block);
-  (void)readVersion(inner);
-  return text + " of " + className(inner, depth + 1);
+std::string className(const ProcedureTags& tags) {
+  std::string text;
+  for (const std::int32_t tag : tags.nested) {
+    const char* name = Kelbor::MathModule::classTagName(tag);
+    text += (text.empty() ? "" : " of ") +
+            (name ? std::string(name) : "unknown class " + std::to_string(tag));
+  }
+  return tags.isTooDeep ? text + " of wrappers nested too deeply" : text;
 }
 
 struct InputWords {
@@ -50,17 +41,16 @@ struct InputWords {
 
 void Dump::recipes() {
   heading("Recipes");
-  attempt("/kelbor/recipes", [&] { (void)recipeList(); });
+  attempt("/kelbor/recipes", [&] { (void)stored_.recipes(); });
   int index = 0;
-  for (const ZipRecipe& entry : *recipes_) {
+  for (const ZipRecipe& entry : stored_.recipes()) {
     line("  recipe " + std::to_string(index++) + " \"" + shownText(entry.label) + "\"");
     const Recipe& recipe = entry.recipe;
     attempt("chain", [&] {
-      RecordCursor classes(recipe.classStream);
-      (void)readVersion(classes);
+      ProcedureTagReader classes(recipe);
       std::size_t next = 0;
       for (std::size_t step = 0; step < recipe.inputCounts.size(); ++step) {
-        std::string text = "    step " + std::to_string(step) + ": " + className(classes, 0);
+        std::string text = "    step " + std::to_string(step) + ": " + className(classes.next());
         for (std::uint32_t k = 0; k < recipe.inputCounts[step]; ++k, ++next) {
           if (next >= recipe.inputs.size()) {
             fail("step " + std::to_string(step) + " takes more inputs than are wired");

@@ -1,23 +1,12 @@
-#include <exception>
-
+#include "commands/container_walk.hpp"
 #include "commands/dump.hpp"
 #include "common/output.hpp"
 #include "common/text_table.hpp"
-#include "metadata/exception.hpp"
-#include "metadata/record_access.hpp"
-#include "metadata/record_cursor.hpp"
 
 namespace morvex::tools {
 namespace {
 
 using Kelbor::MathModule::DatasetInfo;
-
-/// Real files have four levels. Tables of damaged ones may form a circle.
-constexpr int kDeepestGroup = 32;
-constexpr std::uint64_t kMostEntries = 50'000'000;
-
-/// Recipe index and index of the parameters.
-constexpr std::uint64_t kHeaderSize = 8;
 
 const char* storageName(DatasetInfo::Storage storage) {
   switch (storage) {
@@ -38,20 +27,6 @@ bool isRecipeCoded(const std::string& group, const std::string& name) {
 
 }  // namespace
 
-std::string innerFailureText() {
-  try {
-    throw;
-  } catch (const Kelbor::Exception& failure) {
-    return failure.message();
-  } catch (const std::exception& failure) {
-    return failure.what();
-  } catch (const Exception& failure) {
-    return failure.getMessage();
-  } catch (...) {
-    return "unknown failure";
-  }
-}
-
 void Dump::line(const std::string& text) {
   put(text + "\n");
 }
@@ -65,28 +40,18 @@ void Dump::fail(const std::string& what) {
   line("  FAILED " + shownText(what));
 }
 
-const std::vector<ZipRecipe>& Dump::recipeList() {
-  if (!recipes_) {
-    recipes_.emplace();  // stays empty if the record can't be read, and is not tried again
-    const RecordBytes record(file_, "/kelbor", "recipes");
-    if (record) recipes_ = readRecipes(record.bytes());
-  }
-  return *recipes_;
-}
-
 std::string Dump::recipeText(const std::string& group, const std::string& name) {
-  const RecordBytes header(file_, group, name, kHeaderSize);
-  if (!header || header.bytes().size() < kHeaderSize) return "  no recipe";
-  RecordCursor cursor(header.bytes());
-  const auto recipe = cursor.read<std::int32_t>();
-  const auto parameters = cursor.read<std::int32_t>();
+  const auto header = stored_.header(group, name);
+  if (!header) return "  no recipe";
+  const std::vector<ZipRecipe>& recipes = stored_.recipes();
+  const std::int32_t recipe = header->recipeIndex;
   std::string text = "  recipe " + std::to_string(recipe);
-  if (recipe >= 0 && static_cast<std::size_t>(recipe) < recipeList().size()) {
-    text += " \"" + shownText(recipeList()[static_cast<std::size_t>(recipe)].label) + "\"";
+  if (recipe >= 0 && static_cast<std::size_t>(recipe) < recipes.size()) {
+    text += " \"" + shownText(recipes[static_cast<std::size_t>(recipe)].label) + "\"";
   } else {
     text += ", which is not in the list";
   }
-  if (parameters != 0) text += ", parameters " + std::to_string(parameters);
+  if (header->conParamIndex != 0) text += ", parameters " + std::to_string(header->conParamIndex);
   return text;
 }
 
@@ -105,29 +70,19 @@ void Dump::dataset(const std::string& group, const std::string& name, Subtree& t
   line(text);
 }
 
-void Dump::walk(const std::string& path, int depth, Subtree& total) {
-  if (depth > kDeepestGroup) return fail(path + ": groups are nested too deeply");
-  std::vector<std::string> groups;
-  std::vector<std::string> datasets;
-  attempt(path, [&] { file_.listEntries(path, groups, datasets); });
-  line(shownText(path) + "  (" + std::to_string(groups.size()) + " groups, " +
-       std::to_string(datasets.size()) + " datasets)");
-  const std::string prefix = path == "/" ? "" : path;
-  total.listed += groups.size() + datasets.size();
-  if (total.listed > kMostEntries) return fail(path + ": too many entries, the rest is left out");
-  for (const std::string& name : datasets) {
-    attempt(prefix + "/" + name, [&] { dataset(prefix.empty() ? "/" : prefix, name, total); });
-  }
-  for (const std::string& name : groups) {
-    if (total.listed <= kMostEntries) walk(prefix + "/" + name, depth + 1, total);
-  }
-}
-
 void Dump::tree(const std::string& group) {
   heading("Groups and datasets");
-  attempt("/kelbor/recipes", [&] { (void)recipeList(); });
+  attempt("/kelbor/recipes", [&] { (void)stored_.recipes(); });
   Subtree total;
-  walk(group, 0, total);
+  ContainerWalk(
+      file_,
+      [&](const std::string& path, std::size_t groups, std::size_t datasets) {
+        line(shownText(path) + "  (" + std::to_string(groups) + " groups, " +
+             std::to_string(datasets) + " datasets)");
+      },
+      [&](const std::string& path, const std::string& name) { dataset(path, name, total); },
+      [&](const std::string& what) { fail(what); })
+      .run(group);
   line(std::to_string(total.datasets) + " datasets, " + std::to_string(total.logicalBytes) +
        " bytes, of which " + std::to_string(total.storedBytes) + " are stored outside the tables");
 }

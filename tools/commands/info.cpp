@@ -110,7 +110,7 @@ std::string variableTables(const Info& info, std::size_t width) {
   TextTable arrays({">#", "name", "type", ">components", "location", "complex", "of", ">time set",
                     ">steps", "description"});
   TextTable constants({">#", "name", ">time set", ">steps", ">first value", ">last value"});
-  for (const auto& [number, variable, values] : info.variables) {
+  for (const auto& [number, variable, values, ranges] : info.variables) {
     if (variable.is_constant != 0) {
       constants.row({std::to_string(number), shownText(variable.name), timesetText(variable),
                      std::to_string(variable.steps),
@@ -139,12 +139,13 @@ std::string variableTables(const Info& info, std::size_t width) {
 struct InfoOptions {
   std::vector<std::string> files;
   Selection selection;
+  bool withRanges = false;
   bool asJson = false;
 };
 
 ExitCode showFile(const std::string& path, const InfoOptions& options, const Common& common) {
   const File file = openFile(path, common.open);
-  const Info info = readInfo(path, file, options.selection);
+  const Info info = readInfo(path, file, options.selection, {options.withRanges, common.isQuiet});
   put(options.asJson ? infoJson(info) : infoText(info, terminalWidth()));
   for (const std::string& problem : info.contents.problems) {
     complain("morvex", path + ": " + problem);
@@ -181,7 +182,8 @@ std::string changeName(const morvex_geometry& geometry) {
   }
 }
 
-Info readInfo(const std::string& path, const File& file, const Selection& selection) {
+Info readInfo(const std::string& path, const File& file, const Selection& selection,
+              const InfoWishes& wishes) {
   Info info;
   info.path = path;
   info.contents = readContents(file);
@@ -194,7 +196,8 @@ Info readInfo(const std::string& path, const File& file, const Selection& select
       contents.problems.push_back(question + ": " + failure.what());
     }
   };
-  info.step = choice.modelStep();
+  // Ranges may be of several steps; parts and box are then those of the first.
+  info.step = wishes.withRanges ? choice.firstModelStep() : choice.modelStep();
   attempt("parts", [&] {
     int number = 0;
     for (const morvex_part& part : readParts(file, info.step)) {
@@ -213,8 +216,13 @@ Info readInfo(const std::string& path, const File& file, const Selection& select
   for (int i = 0; i < static_cast<int>(contents.variables.size()); ++i) {
     if (!choice.hasVariable(i)) continue;
     const morvex_variable& variable = contents.variables[static_cast<std::size_t>(i)];
+<<<<<<< HEAD
     info.variables.push_back({i, variable, {}});
     auto& shown = info.variables.back();
+=======
+    Info::Variable& shown = info.variables.emplace_back(
+        Info::Variable{.number = i, .facts = variable, .constants = {}, .ranges = {}});
+>>>>>>> look
     if (variable.is_constant == 0) continue;
     attempt(std::string("constant ") + variable.name, [&] {
       for (int step = 0; step < static_cast<int>(variable.steps); ++step) {
@@ -222,6 +230,7 @@ Info readInfo(const std::string& path, const File& file, const Selection& select
       }
     });
   }
+  if (wishes.withRanges) readRanges(info, file, choice, wishes.isQuiet);
   return info;
 }
 
@@ -232,16 +241,20 @@ std::string infoText(const Info& info, std::size_t width) {
   text += "Particles " + geometryText(info.contents.summary.particles) + "\n";
   text += "Box       " + boxText(info.box) + "\n";
   return text + timeSetTables(info.contents) + partTables(info, width) + particleText(info) +
-         variableTables(info, width);
+         variableTables(info, width) + rangeTable(info, width);
 }
 
 Command addInfo(CLI::App& program, const Common& common) {
   CLI::App* app =
-      program.add_subcommand("info", "Time sets, parts and variables, by metadata alone");
+      program.add_subcommand("info", "Time sets, parts and variables, from metadata alone");
   const auto options = std::make_shared<InfoOptions>();
   addFiles(*app, options->files);
   addSelection(*app, options->selection);
+  app->add_flag("--ranges", options->withRanges,
+                "also the smallest and largest values of the variables, which are decoded for it; "
+                "by step with --step or --time");
   addJson(*app, options->asJson);
+  app->footer("Examples:\n  morvex info crash.mvx\n  morvex info --ranges --step -1 crash.mvx");
   return {app, [options, &common] {
             return forEachFile(options->files, [&](const std::string& path) {
               return showFile(path, *options, common);

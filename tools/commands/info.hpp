@@ -1,17 +1,27 @@
 #pragma once
 
 #include <array>
+#include <compare>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "common/contents.hpp"
 #include "common/selection.hpp"
+#include "common/values.hpp"
 
 namespace morvex::tools {
 
-/// What `morvex info` shows of a file, all of it from metadata. Texts belong to the file.
+/// What `morvex info` shows of a file: metadata, and ranges on request. Texts belong to the file.
 struct Info {
+  /// What a range is of.
+  struct RangeKey {
+    int step = -1;  ///< -1 for all steps
+    int component = 0;
+    bool isImaginary = false;
+    friend auto operator<=>(const RangeKey&, const RangeKey&) = default;
+  };
   struct Part {
     int number = 0;
     morvex_part facts;
@@ -19,7 +29,8 @@ struct Info {
   struct Variable {
     int number = 0;
     morvex_variable facts;
-    std::vector<float> constants;  ///< of a constant, its number at each step
+    std::vector<float> constants;           ///< of a constant, its number at each step
+    std::map<RangeKey, ValueRange> ranges;  ///< of its arrays, if asked for
   };
 
   std::string path;
@@ -31,8 +42,22 @@ struct Info {
   std::vector<Variable> variables;
 };
 
+struct InfoWishes {
+  bool withRanges = false;
+  bool isQuiet = false;  ///< no progress
+};
+
 /// Asks what the selection names; `contents.problems` lists failed questions. Failure kUsageError.
-[[nodiscard]] Info readInfo(const std::string& path, const File& file, const Selection& selection);
+[[nodiscard]] Info readInfo(const std::string& path, const File& file, const Selection& selection,
+                            const InfoWishes& wishes);
+
+/// Decodes the variables of the choice and fills in their ranges, by step if the choice names steps.
+/// Throws Interrupted. info_ranges.cpp.
+void readRanges(Info& info, const File& file, const Choice& choice, bool isQuiet);
+/// A table of the ranges; empty without any.
+[[nodiscard]] std::string rangeTable(const Info& info, std::size_t width);
+/// For example "x" or "xy imaginary"; empty for the real part of a scalar.
+[[nodiscard]] std::string componentText(const morvex_variable& variable, const Info::RangeKey& key);
 
 /// Tables for people, shortened to a width unless that is 0.
 [[nodiscard]] std::string infoText(const Info& info, std::size_t width);

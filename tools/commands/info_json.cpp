@@ -70,6 +70,15 @@ Json variableJson(const Info::Variable& shown) {
   object["steps"] = variable.steps;
   object["constant"] = variable.is_constant != 0;
   if (variable.is_constant != 0) object["values"] = shown.constants;
+  for (const auto& [key, range] : shown.ranges) {
+    object["ranges"].push_back({{"component", key.component},
+                                {"imaginary", key.isImaginary},
+                                {"step", key.step < 0 ? Json(nullptr) : Json(key.step)},
+                                {"min", range.isEmpty() ? Json(nullptr) : Json(range.low)},
+                                {"max", range.isEmpty() ? Json(nullptr) : Json(range.high)},
+                                {"values", range.count},
+                                {"invalid", range.invalid}});
+  }
   return object;
 }
 

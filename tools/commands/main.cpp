@@ -3,6 +3,7 @@
 #include <array>
 
 #include "commands/command.hpp"
+#include "commands/manual.hpp"
 #include "common/batch_reader.hpp"
 #include "common/output.hpp"
 #include "common/program.hpp"
@@ -10,7 +11,8 @@
 namespace morvex::tools {
 namespace {
 
-constexpr std::array kCommands{addInfo, addVerify, addSample, addDump};
+constexpr std::array kCommands{addInfo, addList,   addStat,    addCat,  addDigest,
+                               addDiff, addVerify, addExplain, addDump, addSample};
 
 /// The parser has no long options with a single dash: it gets -lf under its other name.
 std::vector<std::string> parserArguments(int argc, char** argv) {
@@ -26,10 +28,10 @@ std::vector<std::string> parserArguments(int argc, char** argv) {
 
 ExitCode run(int argc, char** argv) {
   Common common;
-  CLI::App app("Shows what is in compressed finite-element result files, and checks them.",
+  CLI::App app("Shows what is in compressed finite-element result files, compares and checks them.",
                "morvex");
   app.set_version_flag("--version", std::string("morvex ") + morvex_version());
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
   app.add_option("--log-file", common.open.logFile,
                  "also -lf: the library's messages go to this file; else they are dropped")
       ->type_name("LOGFILENAME");
@@ -39,6 +41,8 @@ ExitCode run(int argc, char** argv) {
       "Data goes to standard output, messages to standard error.\n"
       "Exit codes: 0 success; 1 findings or differences; 2 usage; 3 a file can't be opened;\n"
       "4 output can't be written, memory ran out; 5 data that was asked for can't be read.");
+  std::string manual;
+  app.add_option("--write-manual", manual)->group("");  // for the build; no part of the help
   std::vector<Command> commands;
   for (const auto add : kCommands) {
     commands.push_back(add(app, common));
@@ -59,7 +63,9 @@ ExitCode run(int argc, char** argv) {
   for (const Command& command : commands) {
     if (command.app->parsed()) return command.run();
   }
-  return kUsageError;  // the parser requires a command
+  if (manual.empty()) throw Failure(kUsageError, "a command is missing; --help lists them");
+  writeManual(app, manual);
+  return kSuccess;
 }
 
 }  // namespace

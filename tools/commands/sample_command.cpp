@@ -111,6 +111,7 @@ Command addSample(CLI::App& program, const Common& /*common*/) {
                   "JSON file to write with values that a reader must find")
       ->type_name("JSON");
   app->add_flag("--force", options->mayReplace, "replace a file that is there");
+  app->footer("Examples:\n  morvex sample crash.mvx --nodes 100000 --steps 50");
   return {app, [options] { return writeSample(*options); }};
 }
 

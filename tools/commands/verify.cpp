@@ -6,17 +6,17 @@
 #include <random>
 
 #include "commands/command.hpp"
-#include "common/hash.hpp"
 #include "common/output.hpp"
 #include "common/text_table.hpp"
+#include "common/values.hpp"
 
 namespace morvex::tools {
 namespace {
 
 template <class T>
 void arrange(std::vector<T>& items, ReadOrder order, std::mt19937_64& random) {
-  if (order == ReadOrder::backward) std::ranges::reverse(items);
-  if (order == ReadOrder::random) std::ranges::shuffle(items, random);
+  if (order == ReadOrder::kBackward) std::ranges::reverse(items);
+  if (order == ReadOrder::kRandom) std::ranges::shuffle(items, random);
 }
 
 class Verification {
@@ -38,25 +38,26 @@ class Verification {
               tally_.faults[list_.nameOf(section)].reason = failure.what();
             },
             [&](std::vector<ArrayId>& arrays) { arrange(arrays, order, random); });
+    list_.requireNamed();
     return std::move(tally_);
   }
 
  private:
   void receive(const ArrayResult& result) {
     const std::string path = pathOf(file_, result.id);
-    if (result.failure) return fail(path, *result.failure, result.id.kind);
+    if (isAbsent(file_, result)) {
+      ++tally_.absent;
+      return;
+    }
+    if (result.failure) return fail(path, *result.failure);
     KindTally& kind = tally_.kinds.at(static_cast<std::size_t>(result.id.kind));
     ++kind.arrays;
     kind.bytes += result.bytes.size();
-    kind.digest += hashOf(result.bytes, hashOf(path));
+    kind.digest += digestOf(result.id, result.bytes, path);
   }
 
-  void fail(const std::string& path, const Error& failure, ArrayKind kind) {
+  void fail(const std::string& path, const Error& failure) {
     const bool isRoot = failure.path().empty() || failure.path() == path;
-    if (isRoot && kind == ArrayKind::variables && failure.code() == MORVEX_NO_SUCH_DATA) {
-      ++tally_.absent;  // a variable has values where its values are
-      return;
-    }
     ++tally_.failed;
     Fault& fault = tally_.faults[isRoot ? path : failure.path()];
     std::string reason = failure.what();
@@ -79,7 +80,7 @@ constexpr std::array<std::string_view, 3> kOrders{"forward", "backward", "random
 struct VerifyOptions {
   std::vector<std::string> files;
   Selection selection;
-  ReadOrder order = ReadOrder::forward;
+  ReadOrder order = ReadOrder::kForward;
   std::uint64_t seed = 1;
   bool asJson = false;
 };
@@ -170,6 +171,7 @@ Command addVerify(CLI::App& program, const Common& common) {
   const auto options = std::make_shared<VerifyOptions>();
   addFiles(*app, options->files);
   addSelection(*app, options->selection);
+  addArrays(*app, options->selection);
   addJson(*app, options->asJson);
   app->add_option("--order", options->order, "forward, backward or random")
       ->transform(CLI::Validator(
@@ -183,6 +185,7 @@ Command addVerify(CLI::App& program, const Common& common) {
           ""))
       ->type_name("ORDER");
   app->add_option("--seed", options->seed, "of the random order")->type_name("N");
+  app->footer("Examples:\n  morvex verify -q crash.mvx");
   return {app, [options, &common] {
             return forEachFile(options->files, [&](const std::string& path) {
               return verifyFile(path, *options, common);

@@ -10,7 +10,7 @@
 namespace morvex::tools {
 
 /// The order in which arrays are asked for; the outcome is the same for all.
-enum class ReadOrder { forward, backward, random };
+enum class ReadOrder { kForward, kBackward, kRandom };
 
 struct KindTally {
   std::uint64_t arrays = 0;

@@ -1,8 +1,10 @@
 #include "common/array_list.hpp"
 
 #include <algorithm>
+#include <set>
 
 #include "common/element_kinds.hpp"
+#include "common/exit_codes.hpp"
 
 namespace morvex::tools {
 namespace {
@@ -16,7 +18,7 @@ class ModelArrays {
     part_ = index;
     const bool isBlock = part.is_block != 0;
     for (int axis = 0; part.nodes != 0 && axis < 3; ++axis) {
-      push(isBlock ? ArrayKind::blockCoordinates : ArrayKind::coordinates, MORVEX_COORDINATES)
+      push(isBlock ? ArrayKind::kBlockCoordinates : ArrayKind::kCoordinates, MORVEX_COORDINATES)
           .component = axis;
     }
     if (!hasState_ || isBlock) return;  // a block's elements follow from its extents
@@ -25,9 +27,9 @@ class ModelArrays {
     }
     for (int type = 0; type < kNSided; ++type) {
       if (part.border_faces[type] == 0) continue;
-      push(ArrayKind::borderFaces, MORVEX_BORDER_FACES, type);
-      push(ArrayKind::borderFaces, MORVEX_BORDER_PARENT_IDS, type);
-      push(ArrayKind::borderFaces, MORVEX_BORDER_PARENT_TYPES, type);
+      push(ArrayKind::kBorderFaces, MORVEX_BORDER_FACES, type);
+      push(ArrayKind::kBorderFaces, MORVEX_BORDER_PARENT_IDS, type);
+      push(ArrayKind::kBorderFaces, MORVEX_BORDER_PARENT_TYPES, type);
     }
   }
 
@@ -36,14 +38,14 @@ class ModelArrays {
  private:
   void addElements(int type) {
     if (type < kNSided) {
-      push(ArrayKind::connectivity, MORVEX_CONNECTIVITY, type);
+      push(ArrayKind::kConnectivity, MORVEX_CONNECTIVITY, type);
     } else if (type == kNSided) {
-      push(ArrayKind::polygons, MORVEX_NODES_PER_POLYGON);
-      push(ArrayKind::polygons, MORVEX_CONNECTIVITY, type);
+      push(ArrayKind::kPolygons, MORVEX_NODES_PER_POLYGON);
+      push(ArrayKind::kPolygons, MORVEX_CONNECTIVITY, type);
     } else if (type == kNFaced) {
-      push(ArrayKind::polyhedra, MORVEX_FACES_PER_POLYHEDRON);
-      push(ArrayKind::polyhedra, MORVEX_NODES_PER_FACE);
-      push(ArrayKind::polyhedra, MORVEX_CONNECTIVITY, type);
+      push(ArrayKind::kPolyhedra, MORVEX_FACES_PER_POLYHEDRON);
+      push(ArrayKind::kPolyhedra, MORVEX_NODES_PER_FACE);
+      push(ArrayKind::kPolyhedra, MORVEX_CONNECTIVITY, type);
     }  // files have no nodes of their ghosts
   }
 
@@ -68,9 +70,16 @@ void addComponents(const morvex_variable& variable, morvex_request made,
     for (const int imaginary : {0, 1}) {
       if (imaginary > variable.is_complex) continue;
       made.imaginary = imaginary;
-      arrays.push_back({ArrayKind::variables, made});
+      arrays.push_back({ArrayKind::kVariables, made});
     }
   }
+}
+
+/// Whether a kind is what the text calls it: by its whole name, or by its last word for all kinds of
+/// coordinates, tables or faces.
+bool isKind(std::string_view text, ArrayKind kind) {
+  const std::string_view name = kindName(kind);
+  return name == text || name.ends_with(" " + std::string(text));
 }
 
 }  // namespace
@@ -83,7 +92,7 @@ const char* kindName(ArrayKind kind) {
 }
 
 std::string pathOf(const File& file, const ArrayId& array) {
-  if (array.kind == ArrayKind::constants) {
+  if (array.kind == ArrayKind::kConstants) {
     return std::string("/variable/") + file.variable(array.request.variable).name + "/" +
            std::to_string(array.request.step);
   }
@@ -95,7 +104,20 @@ std::string pathOf(const File& file, const ArrayId& array) {
   return path;
 }
 
+ArraySize sizeOf(const File& file, const ArrayId& array) {
+  ArraySize size{.count = 1, .valueBytes = sizeof(float)};
+  if (array.kind == ArrayKind::kConstants) return size;
+  check(morvex_get_size(file.handle(), &array.request, &size.count, &size.valueBytes));
+  return size;
+}
+
 std::vector<Section> ArrayList::sections() const {
+  std::vector<Section> sections = allSections();
+  std::erase_if(sections, [this](const Section& section) { return !mayHaveNamed(section); });
+  return sections;
+}
+
+std::vector<Section> ArrayList::allSections() const {
   std::vector<Section> sections;
   const auto add = [&](Section::Of of, int variable, int timeset, std::uint64_t steps) {
     for (const int step : choice_.steps(timeset, steps)) {
@@ -104,9 +126,9 @@ std::vector<Section> ArrayList::sections() const {
   };
   const auto& [model, particles] = std::pair(contents_.summary.model, contents_.summary.particles);
   if (!choice_.namesVariables()) {
-    add(Section::Of::model, -1, model.timeset, model.steps);
+    add(Section::Of::kModel, -1, model.timeset, model.steps);
     if (!choice_.namesParts()) {
-      add(Section::Of::particles, -1, particles.timeset, particles.steps);
+      add(Section::Of::kParticles, -1, particles.timeset, particles.steps);
     }
   }
   for (int i = 0; i < static_cast<int>(contents_.variables.size()); ++i) {
@@ -114,18 +136,65 @@ std::vector<Section> ArrayList::sections() const {
     if (!choice_.hasVariable(i)) continue;
     const bool hasNoPart = variable.is_constant != 0 || variable.on_particles != 0;
     if (hasNoPart && choice_.namesParts()) continue;
-    add(Section::Of::variable, i, variable.timeset, variable.steps);
+    add(Section::Of::kVariable, i, variable.timeset, variable.steps);
   }
   return sections;
 }
 
+bool ArrayList::mayHaveNamed(const Section& section) const {
+  if (choice_.arrays().empty()) return true;
+  const std::string group = nameOf(section) + "/";
+  return std::ranges::any_of(choice_.arrays(), [&](const std::string& text) {
+    if (!text.starts_with('/')) return true;
+    // Up to here the path is that of the array. What does not change is stored with its first step.
+    const std::string plain = text.substr(0, text.find_first_of("*?[\\"));
+    if (section.of != Section::Of::kVariable) return !plain.starts_with("/variable/");
+    return group.starts_with(plain) || plain.starts_with(group.substr(0, group.size() - 1));
+  });
+}
+
 std::vector<ArrayId> ArrayList::arraysOf(const Section& section) {
-  if (section.of == Section::Of::variable) return variableArrays(section);
-  if (section.of == Section::Of::particles) {
+  std::vector<ArrayId> arrays = allArraysOf(section);
+  if (choice_.arrays().empty()) return arrays;
+  std::erase_if(arrays, [&](const ArrayId& array) {
+    const std::string path = pathOf(file_, array);
+    bool isNamed = false;
+    for (std::size_t i = 0; i < isFound_.size(); ++i) {
+      const std::string& text = choice_.arrays()[i];
+      if (!isKind(text, array.kind) && !fitsName(text, path)) continue;
+      isNamed = true;
+      isFound_[i] = true;
+    }
+    return !isNamed;
+  });
+  return arrays;
+}
+
+void ArrayList::requireNamed() {
+  const auto missing = std::ranges::find(isFound_, false);
+  if (missing == isFound_.end()) return;
+  const std::string& text = choice_.arrays()[static_cast<std::size_t>(missing - isFound_.begin())];
+  // Enough to find a similar path; all paths of a large file would take longer than is polite.
+  constexpr std::size_t kMostCandidates = 20'000;
+  std::set<std::string> names;
+  for (const Section& section : allSections()) {
+    if (names.size() > kMostCandidates) break;
+    for (const ArrayId& array : allArraysOf(section)) {
+      names.insert(kindName(array.kind));
+      names.insert(pathOf(file_, array));
+    }
+  }
+  throw Failure(kUsageError, "there is no array '" + text + "'" +
+                                 suggestion(text, {names.begin(), names.end()}));
+}
+
+std::vector<ArrayId> ArrayList::allArraysOf(const Section& section) {
+  if (section.of == Section::Of::kVariable) return variableArrays(section);
+  if (section.of == Section::Of::kParticles) {
     std::vector<ArrayId> arrays;
     if (file_.particleCount(section.step) == 0) return arrays;
     for (int axis = 0; axis < 3; ++axis) {
-      arrays.push_back({ArrayKind::particles, request(MORVEX_PARTICLE_COORDINATES, section.step)});
+      arrays.push_back({ArrayKind::kParticles, request(MORVEX_PARTICLE_COORDINATES, section.step)});
       arrays.back().request.component = axis;
     }
     return arrays;
@@ -148,7 +217,7 @@ std::vector<ArrayId> ArrayList::variableArrays(const Section& section) {
       contents_.variables.at(static_cast<std::size_t>(section.variable));
   std::vector<ArrayId> arrays;
   morvex_request made = variableRequest(section.variable, section.step);
-  if (variable.is_constant != 0) return {{ArrayKind::constants, made}};
+  if (variable.is_constant != 0) return {{ArrayKind::kConstants, made}};
   std::int32_t geometryStep = 0;
   check(morvex_get_geometry_step(file_.handle(), section.variable, section.step, &geometryStep));
   if (variable.on_particles != 0) {
@@ -180,8 +249,8 @@ std::vector<ArrayId> ArrayList::variableArrays(const Section& section) {
 
 std::string ArrayList::nameOf(const Section& section) const {
   const std::string step = "/" + std::to_string(section.step);
-  if (section.of == Section::Of::model) return "/geometry/0" + step;
-  if (section.of == Section::Of::particles) return "/geometry/1" + step;
+  if (section.of == Section::Of::kModel) return "/geometry/0" + step;
+  if (section.of == Section::Of::kParticles) return "/geometry/1" + step;
   return std::string("/variable/") +
          contents_.variables.at(static_cast<std::size_t>(section.variable)).name + step;
 }

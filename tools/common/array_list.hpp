@@ -12,32 +12,41 @@ namespace morvex::tools {
 
 /// Kinds of arrays, by which the programs count and sum up.
 enum class ArrayKind {
-  coordinates,
-  blockCoordinates,
-  connectivity,
-  polygons,   ///< tables of n-sided elements
-  polyhedra,  ///< tables of n-faced elements
-  borderFaces,
-  particles,
-  variables,
-  constants,
+  kCoordinates,
+  kBlockCoordinates,
+  kConnectivity,
+  kPolygons,   ///< tables of n-sided elements
+  kPolyhedra,  ///< tables of n-faced elements
+  kBorderFaces,
+  kParticles,
+  kVariables,
+  kConstants,
 };
 inline constexpr std::size_t kArrayKinds = 9;
 [[nodiscard]] const char* kindName(ArrayKind kind);
 
 /// One dataset, or the value of a constant at a step, whose request names variable and step alone.
 struct ArrayId {
-  ArrayKind kind = ArrayKind::coordinates;
+  ArrayKind kind = ArrayKind::kCoordinates;
   morvex_request request = MORVEX_REQUEST_INIT;
 };
 
 /// Path of the array in the file. Error.
 [[nodiscard]] std::string pathOf(const File& file, const ArrayId& array);
 
+struct ArraySize {
+  std::uint64_t count = 0;
+  std::uint64_t valueBytes = 0;
+  [[nodiscard]] std::uint64_t bytes() const noexcept { return count * valueBytes; }
+};
+
+/// Size of the decoded array. Error.
+[[nodiscard]] ArraySize sizeOf(const File& file, const ArrayId& array);
+
 /// A step of the model, of the particles or of a variable.
 struct Section {
-  enum class Of { model, particles, variable };
-  Of of = Of::model;
+  enum class Of { kModel, kParticles, kVariable };
+  Of of = Of::kModel;
   int variable = -1;
   int step = 0;
 };
@@ -47,7 +56,7 @@ class ArrayList {
  public:
   /// All are borrowed.
   ArrayList(const File& file, const Contents& contents, const Choice& choice)
-      : file_(file), contents_(contents), choice_(choice) {}
+      : file_(file), contents_(contents), choice_(choice), isFound_(choice.arrays().size()) {}
 
   /// The sections, in the order that the library is made for: the model, the particles, then
   /// variable by variable.
@@ -60,17 +69,27 @@ class ArrayList {
   /// A name for messages, the group of the section.
   [[nodiscard]] std::string nameOf(const Section& section) const;
 
+  /// Failure kUsageError, with similar paths, if the choice names an array that no call of arraysOf
+  /// has listed. To be called when all sections were listed.
+  void requireNamed();
+
   /// The parts of the model at a step; those of the last step are kept. Error.
   const std::vector<morvex_part>& parts(int step);
 
  private:
+  // Without regard to the arrays that the choice names.
+  [[nodiscard]] std::vector<Section> allSections() const;
+  [[nodiscard]] std::vector<ArrayId> allArraysOf(const Section& section);
   [[nodiscard]] std::vector<ArrayId> variableArrays(const Section& section);
+  /// False only if no array of the section can have a path that the choice names.
+  [[nodiscard]] bool mayHaveNamed(const Section& section) const;
 
   const File& file_;
   const Contents& contents_;
   const Choice& choice_;
   std::optional<int> partsState_;
   std::vector<morvex_part> parts_;
+  std::vector<bool> isFound_;  ///< by the arrays that the choice names
 };
 
 }  // namespace morvex::tools

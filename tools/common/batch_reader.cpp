@@ -19,6 +19,13 @@ std::size_t roundedUp(std::size_t bytes) {
 
 }  // namespace
 
+bool isAbsent(const File& file, const ArrayResult& result) {
+  if (!result.failure || result.id.kind != ArrayKind::kVariables) return false;
+  if (result.failure->code() != MORVEX_NO_SUCH_DATA) return false;
+  // A dataset that it depends on must be there.
+  return result.failure->path().empty() || result.failure->path() == pathOf(file, result.id);
+}
+
 void catchInterrupts() {
   struct sigaction action {};
   action.sa_handler = [](int) { interrupted = 1; };
@@ -31,15 +38,13 @@ bool isInterrupted() noexcept {
 }
 
 void BatchReader::add(const ArrayId& array) {
-  std::uint64_t count = 1;
-  std::uint64_t valueBytes = sizeof(float);
   std::unique_ptr<Error> failure;
-  if (array.kind != ArrayKind::constants &&
-      morvex_get_size(file_.handle(), &array.request, &count, &valueBytes) != MORVEX_OK) {
-    failure = std::make_unique<Error>(*morvex_last_error());
-    count = 0;
+  std::size_t bytes = 0;
+  try {
+    bytes = static_cast<std::size_t>(sizeOf(file_, array).bytes());
+  } catch (const Error& reason) {
+    failure = std::make_unique<Error>(reason);
   }
-  const auto bytes = static_cast<std::size_t>(count * valueBytes);
   if (!batch_.empty() && used_ + roundedUp(bytes) > room_) flush();
   batch_.push_back(array);
   sizes_.push_back(bytes);
@@ -67,7 +72,7 @@ void BatchReader::flush() {
     if (!hasRoom) {
       const morvex_error error{MORVEX_OUT_OF_MEMORY, -1, -1, "", "not enough memory"};
       failures_[i] = std::make_unique<Error>(error);
-    } else if (batch_[i].kind == ArrayKind::constants) {
+    } else if (batch_[i].kind == ArrayKind::kConstants) {
       const morvex_request& asked = batch_[i].request;
       const float value = file_.constant(asked.variable, asked.step);
       std::memcpy(target, &value, sizeof value);

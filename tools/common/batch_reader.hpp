@@ -18,6 +18,9 @@ struct ArrayResult {
   const Error* failure;              ///< null after a success
 };
 
+/// Whether a variable has no values there, which is no fault: it has values where its values are.
+[[nodiscard]] bool isAbsent(const File& file, const ArrayResult& result);
+
 /// Reads any number of arrays in batches of bounded memory, each by all threads of the file.
 class BatchReader {
  public:
@@ -63,7 +66,7 @@ class BatchReader {
 /// Ends a command after Ctrl-C.
 struct Interrupted {};
 
-/// Catches Ctrl-C from now on: `isInterrupted` tells, and a second one ends the program at once.
+/// Catches Ctrl-C from now on: the first sets `isInterrupted`, a second one ends the program at once.
 void catchInterrupts();
 [[nodiscard]] bool isInterrupted() noexcept;
 

@@ -9,19 +9,24 @@
 namespace morvex::tools {
 namespace {
 
-/// Appends a line to the log, which stays open as long as the program runs: threads of the library may
-/// write to it at any time.
+/// Appends a line to the log. Threads of the library may do so at any time.
 void logMessage(void* log, morvex_level level, const char* text) {
   const std::string line =
       std::string(level == MORVEX_ERROR ? "ERROR: " : "WARNING: ") + text + "\n";
   std::fwrite(line.data(), 1, line.size(), static_cast<std::FILE*>(log));
 }
 
+/// Stays open as long as the program runs; null without a log.
+std::FILE* logFile = nullptr;
+std::string logPath;
+
 std::FILE* openLog(const std::string& path) {
-  static std::FILE* const log = std::fopen(path.c_str(), "we");
-  if (!log) throw Failure(kOutputFailed, path + ": " + std::strerror(errno));
-  std::setvbuf(log, nullptr, _IOLBF, BUFSIZ);
-  return log;
+  if (logFile) return logFile;
+  logFile = std::fopen(path.c_str(), "we");
+  if (!logFile) throw Failure(kOutputFailed, path + ": " + std::strerror(errno));
+  std::setvbuf(logFile, nullptr, _IOLBF, BUFSIZ);
+  logPath = path;
+  return logFile;
 }
 
 }  // namespace
@@ -38,6 +43,13 @@ File openFile(const std::string& path, const OpenOptions& options) {
   } catch (const Error& failure) {
     throw Failure(failure.code() == MORVEX_OUT_OF_MEMORY ? kOutputFailed : kCannotOpen,
                   path + ": " + failure.what());
+  }
+}
+
+void finishLog() {
+  // Failed writes leave a mark and no reason; a full disk is by far the most frequent one.
+  if (logFile && (std::fflush(logFile) != 0 || std::ferror(logFile) != 0)) {
+    throw Failure(kOutputFailed, logPath + ": not all messages could be written");
   }
 }
 

@@ -15,6 +15,9 @@ struct OpenOptions {
 /// Opens a file. Failure kCannotOpen with the reason, kOutputFailed if the log can't be written.
 [[nodiscard]] File openFile(const std::string& path, const OpenOptions& options);
 
+/// To be called at the end of a program. Failure kOutputFailed if messages were lost.
+void finishLog();
+
 /// What the library answers without decoding an array. Texts belong to the file.
 struct Contents {
   morvex_summary summary = MORVEX_SUMMARY_INIT;

@@ -18,6 +18,7 @@ int runProgram(std::string_view name, const std::function<ExitCode()>& work) {
   try {
     const ExitCode code = work();
     finishOutput();
+    finishLog();
     return code;
   } catch (const Failure& failure) {
     // What was written so far belongs to the user, unless writing is what failed.
@@ -47,7 +48,9 @@ std::string usageText(const CLI::App& app, const CLI::ParseError& failure) {
   }
   const std::vector<std::string> extras = app.remaining(/*recurse=*/true);
   if (command == &app && !names.empty()) {
-    if (extras.empty()) return "a command is missing; --help lists them";
+    if (extras.empty()) return failure.what();
+    if (extras.front().starts_with('-'))
+      return "a command must come before '" + extras.front() + "'";
     return "there is no command '" + extras.front() + "'" + suggestion(extras.front(), names);
   }
   if (extras.empty()) return failure.what();

@@ -24,7 +24,7 @@ void Scan::run(const std::vector<Section>& sections, const BatchReader::Receive&
       });
   bool wasModel = false;
   for (const Section& section : sections) {
-    const bool isModel = section.of == Section::Of::model;
+    const bool isModel = section.of == Section::Of::kModel;
     if (wasModel && !isModel) {  // as a host does when it has read the geometry
       reader.flush();
       check(morvex_finish_geometry(file_.handle()));

@@ -96,9 +96,12 @@ std::vector<int> stepsOf(std::string_view text, int count) {
   return {steps.begin(), steps.end()};
 }
 
+bool fitsName(const std::string& text, std::string_view name) {
+  return text == name || ::fnmatch(text.c_str(), std::string(name).c_str(), 0) == 0;
+}
+
 bool fits(const std::string& text, std::string_view name, int number) {
-  if (text == name || numberOf(text) == number) return true;
-  return ::fnmatch(text.c_str(), std::string(name).c_str(), 0) == 0;
+  return numberOf(text) == number || fitsName(text, name);
 }
 
 std::vector<std::string> similarNames(std::string_view text,
@@ -115,6 +118,7 @@ std::vector<std::string> similarNames(std::string_view text,
     }
   }
   std::ranges::sort(similar);
+  // clang 14 can't compile the range that this library's std::ranges::unique returns.
   similar.erase(std::unique(similar.begin(), similar.end()), similar.end());
   std::vector<std::string> best;
   for (auto& [far, name] : similar) {
@@ -209,10 +213,17 @@ std::vector<int> Choice::steps(int timeset, std::uint64_t count) const {
 }
 
 int Choice::modelStep() const {
-  if (selection_.steps.empty() && !selection_.time) return 0;
+  const morvex_geometry& model = contents_.summary.model;
+  if (namesSteps() && steps(model.timeset, model.steps).size() > 1) {
+    throw Failure(kUsageError, "one step of the model can be shown at a time");
+  }
+  return firstModelStep();
+}
+
+int Choice::firstModelStep() const {
+  if (!namesSteps()) return 0;
   const morvex_geometry& model = contents_.summary.model;
   const std::vector<int> chosen = steps(model.timeset, model.steps);
-  if (chosen.size() > 1) throw Failure(kUsageError, "one step of the model can be shown at a time");
   return chosen.empty() ? 0 : chosen.front();
 }
 

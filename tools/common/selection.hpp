@@ -13,6 +13,7 @@ namespace morvex::tools {
 struct Selection {
   std::vector<std::string> parts;      ///< names, numbers or patterns with * ? [ ]
   std::vector<std::string> variables;  ///< the same
+  std::vector<std::string> arrays;     ///< paths, patterns of paths, or kinds such as coordinates
   std::string steps;                   ///< for example "0", "-1", "3:10:2", "0,5,-1"
   std::optional<double> time;          ///< the step that is nearest to it
 };
@@ -21,6 +22,9 @@ struct Selection {
 /// ranges `first:end:stride` leave out their end, and any of the three may be missing. Positions that
 /// are not there are left out. Failure kUsageError for what is none of these.
 [[nodiscard]] std::vector<int> stepsOf(std::string_view text, int count);
+
+/// Whether a text is the name, or a pattern of it with * ? [ ], which match slashes as well.
+[[nodiscard]] bool fitsName(const std::string& text, std::string_view name);
 
 /// Whether `name` or its number fits the text: the same name, the number, or a pattern.
 [[nodiscard]] bool fits(const std::string& text, std::string_view name, int number);
@@ -39,7 +43,14 @@ class Choice {
 
   /// Whether the user named parts; then what belongs to no part is not asked for.
   [[nodiscard]] bool namesParts() const noexcept { return !selection_.parts.empty(); }
+  [[nodiscard]] bool namesSteps() const noexcept {
+    return !selection_.steps.empty() || selection_.time;
+  }
   [[nodiscard]] bool namesVariables() const noexcept { return !selection_.variables.empty(); }
+  /// Empty for all.
+  [[nodiscard]] const std::vector<std::string>& arrays() const noexcept {
+    return selection_.arrays;
+  }
   [[nodiscard]] bool hasPart(int number, std::string_view name) const;
   [[nodiscard]] bool hasVariable(int number) const;
   /// Of something with `count` steps in a time set. What does not change has step 0, whatever steps
@@ -47,6 +58,7 @@ class Choice {
   [[nodiscard]] std::vector<int> steps(int timeset, std::uint64_t count) const;
   /// The one step of the model that is asked for, else the first. Failure kUsageError for several.
   [[nodiscard]] int modelStep() const;
+  [[nodiscard]] int firstModelStep() const;
 
  private:
   void checkParts(const File& file) const;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <numeric>
 #include <string_view>
@@ -32,9 +33,14 @@ std::string shortened(const std::string& text, std::size_t width) {
 
 template <class T>
 std::string shortestText(T value) {
-  std::array<char, 32> digits{};
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-  return std::string(digits.data(), end);
+  std::array<char, 48> digits{};
+  // By length alone 0.0003 would be 3e-04 in a column with 0.0015.
+  const T size = std::abs(value);
+  const bool isPlain = value == 0 || (size >= T(1e-4) && size < T(1e9));
+  const auto end = isPlain ? std::to_chars(digits.data(), digits.data() + digits.size(), value,
+                                           std::chars_format::fixed)
+                           : std::to_chars(digits.data(), digits.data() + digits.size(), value);
+  return std::string(digits.data(), end.ptr);
 }
 
 }  // namespace
@@ -76,22 +82,38 @@ std::vector<std::size_t> TextTable::widths(std::size_t width) const {
   return widths;
 }
 
+std::string TextTable::line(const std::vector<std::string>& cells,
+                            const std::vector<std::size_t>& columns) const {
+  std::string line = "  ";
+  for (std::size_t k = 0; k < cells.size(); ++k) {
+    const std::string cell = shortened(cells[k], columns[k]);
+    const std::string gap(columns[k] - widthOf(cell), ' ');
+    line += toTheRight_[k] ? gap + cell : cell + gap;
+    line += "  ";
+  }
+  line.erase(line.find_last_not_of(' ') + 1);
+  return line + "\n";
+}
+
+std::string TextTable::take() {
+  std::vector<std::size_t> columns = widths(0);
+  std::string text;
+  if (taken_.empty()) {
+    text = line(headings_, columns);
+  } else {
+    std::ranges::transform(columns, taken_, columns.begin(),
+                           [](std::size_t a, std::size_t b) { return std::max(a, b); });
+  }
+  for (const auto& cells : rows_) text += line(cells, columns);
+  rows_.clear();  // memory stays bounded, whatever the length of the table
+  taken_ = std::move(columns);
+  return text;
+}
+
 std::string TextTable::text(std::size_t width) const {
   const std::vector<std::size_t> columns = widths(width);
-  std::string text;
-  const auto addLine = [&](const std::vector<std::string>& cells) {
-    std::string line = "  ";
-    for (std::size_t k = 0; k < cells.size(); ++k) {
-      const std::string cell = shortened(cells[k], columns[k]);
-      const std::string gap(columns[k] - widthOf(cell), ' ');
-      line += toTheRight_[k] ? gap + cell : cell + gap;
-      line += "  ";
-    }
-    line.erase(line.find_last_not_of(' ') + 1);
-    text += line + "\n";
-  };
-  addLine(headings_);
-  for (const auto& cells : rows_) addLine(cells);
+  std::string text = line(headings_, columns);
+  for (const auto& cells : rows_) text += line(cells, columns);
   return text;
 }
 
@@ -121,6 +143,14 @@ std::string sizeText(std::uint64_t bytes) {
   }
   std::array<char, 48> text{};
   std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", size, kUnits[unit]);
+  return text.data();
+}
+
+std::string ratioText(std::uint64_t decoded, std::uint64_t stored) {
+  if (stored == 0) return "-";
+  std::array<char, 48> text{};
+  std::snprintf(text.data(), text.size(), "%.2f",
+                static_cast<double>(decoded) / static_cast<double>(stored));
   return text.data();
 }
 

@@ -84,7 +84,7 @@ class Comparison {
         checkExact(read, model_.borderFaces().parentTypes, outcome);
         break;
       case MORVEX_VARIABLE: {
-        if (array.kind == ArrayKind::constants) {
+        if (array.kind == ArrayKind::kConstants) {
           checkExact(read, std::vector<float>{model_.crushForce(asked.step)}, outcome);
           break;
         }
@@ -200,7 +200,7 @@ class Demo {
   void readSection(const Section& section) {
     std::map<std::string, Outcome> outcomes;
     for (const ArrayId& array : list_.arraysOf(section)) {
-      const std::string name = section.of == Section::Of::variable
+      const std::string name = section.of == Section::Of::kVariable
                                    ? contents_.variables[std::size_t(section.variable)].name
                                    : kindName(array.kind);
       Outcome& outcome = outcomes[name];
@@ -225,7 +225,7 @@ class Demo {
   [[nodiscard]] Values readArray(const ArrayId& array) const {
     morvex_request asked = array.request;
     Values read{.path = pathOf(file_, array), .bytes = {}};
-    if (array.kind == ArrayKind::constants) {
+    if (array.kind == ArrayKind::kConstants) {
       const float value = file_.constant(asked.variable, asked.step);
       read.bytes.resize(sizeof value);
       std::memcpy(read.bytes.data(), &value, sizeof value);
@@ -266,9 +266,9 @@ class Demo {
     }
     const std::uint64_t axes =
         3U * CrashBox::kPartCount * static_cast<std::uint64_t>(model_.steps());
-    Comparison::require(totals_[kindName(ArrayKind::coordinates)].arrays == axes,
+    Comparison::require(totals_[kindName(ArrayKind::kCoordinates)].arrays == axes,
                         "coordinates: not all steps of all parts were read", all_);
-    Comparison::require(totals_[kindName(ArrayKind::borderFaces)].arrays == 3,
+    Comparison::require(totals_[kindName(ArrayKind::kBorderFaces)].arrays == 3,
                         "border faces: not all were read", all_);
   }
 
