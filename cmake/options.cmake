@@ -39,8 +39,7 @@ target_link_libraries(morvex_options INTERFACE morvex_warnings)
 
 if(MORVEX_SANITIZE)
   target_compile_options(morvex_options INTERFACE
-    -fsanitize=${MORVEX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all
-    $<$<STREQUAL:${MORVEX_SANITIZE},thread>:-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/tsan_ignore.txt>)
+    -fsanitize=${MORVEX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(morvex_options INTERFACE -fsanitize=${MORVEX_SANITIZE})
 endif()
 

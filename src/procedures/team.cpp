@@ -1,16 +1,13 @@
 #include "procedures/team.hpp"
 
-#include <tbb/info.h>
-#include <tbb/parallel_for.h>
-#include <tbb/task_arena.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
-#include <exception>
 
 #include "core/log.hpp"
 #include "platform/thread_probe.hpp"
+#include "procedures/arena.hpp"
 
 namespace Kelbor::MathModule {
 namespace {
@@ -45,8 +42,7 @@ std::size_t affordableTeam(std::size_t size) {
 std::size_t teamSize(std::size_t count, int threads) {
   const std::size_t budget = threads > 1 ? static_cast<std::size_t>(threads) : 1;
   // The runtime has no more threads, and warns on standard error about requests for more.
-  const auto processors = static_cast<std::size_t>(std::max(tbb::info::default_concurrency(), 1));
-  const std::size_t size = std::min({budget, count, processors, kLargestTeam});
+  const std::size_t size = std::min({budget, count, arenaThreads(), kLargestTeam});
   return size < 2 || hasForked() ? 1 : affordableTeam(size);
 }
 
@@ -54,16 +50,16 @@ std::size_t teamSize(std::size_t count, int threads) {
 class Indices {
  public:
   Indices(std::size_t count, const std::function<void(std::size_t)>& work)
-      : count_(count), work_(work) {
+      : count_(count), work_(work), sink_(threadLogSink()) {
     next_.store(0, std::memory_order_release);  // publishes the caller's writes to all takers
   }
 
   /// Works until no index is left.
   void work() {
-    for (;;) {
-      const std::size_t index = next_.fetch_add(1, std::memory_order_acq_rel);
-      if (index >= count_) break;
-      work_(index);
+    std::size_t index = next_.fetch_add(1, std::memory_order_acq_rel);
+    {
+      const ScopedLogSink lines(sink_);
+      for (; index < count_; index = next_.fetch_add(1, std::memory_order_acq_rel)) work_(index);
     }
     finished_.fetch_add(1, std::memory_order_release);
   }
@@ -74,6 +70,7 @@ class Indices {
  private:
   std::size_t count_;
   const std::function<void(std::size_t)>& work_;
+  LogSink* sink_;
   std::atomic<std::size_t> next_;
   std::atomic<std::size_t> finished_{0};
 };
@@ -85,22 +82,10 @@ void runTeam(std::size_t count, int threads, const std::function<void(std::size_
   Indices indices(count, work);
   if (size > 1) {
     processOfTeam = ::getpid();
-    LogSink* const sink = threadLogSink();
-    try {
-      tbb::task_arena arena(static_cast<int>(size), /*reserved_for_masters=*/1);
-      arena.execute([&] {
-        tbb::parallel_for(
-            std::size_t{0}, size,
-            [&](std::size_t) {
-              const ScopedLogSink lines(sink);
-              indices.work();
-            },
-            tbb::simple_partitioner());
-      });
-      std::size_t known = largestTeam;
-      while (known < size && !largestTeam.compare_exchange_weak(known, size)) {
-      }
-    } catch (const std::exception&) {  // the runtime is out of memory: work alone
+    runInArena(
+        size, [](void* shared) { static_cast<Indices*>(shared)->work(); }, &indices);
+    std::size_t known = largestTeam;
+    while (known < size && !largestTeam.compare_exchange_weak(known, size)) {
     }
   }
   indices.work();

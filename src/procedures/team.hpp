@@ -10,7 +10,6 @@ namespace Kelbor::MathModule {
 /// no other thread joins in time, for a single index, and in a forked child of a process that has
 /// run a team. If the system refuses threads, the team is smaller. `work` must not throw, nor write
 /// what another index reads or writes; it may call runTeam. Its log lines go where the caller's go.
-/// team.cpp is the only file that uses the parallel runtime.
 void runTeam(std::size_t count, int threads, const std::function<void(std::size_t)>& work);
 
 }  // namespace Kelbor::MathModule

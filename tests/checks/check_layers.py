@@ -16,7 +16,7 @@ INCLUDE = re.compile(r'^\s*#\s*include\s+([<"])([^>"]+)[>"]', re.MULTILINE)
 # Kernels are arithmetic alone: pure functions that use a SIMD library and no other folder.
 KERNELS = "procedures/kernels"
 # One file knows the parallel runtime, one zlib.
-OWN_FILES = {"tbb/task_arena.h": "procedures/team.cpp", "zlib.h": "inflate/zlib_stream.hpp"}
+OWN_FILES = {"tbb/task_arena.h": "procedures/arena.cpp", "zlib.h": "inflate/zlib_stream.hpp"}
 
 
 def violations(source_dir):
