@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace morvex::tools {
+
+/// The cells of a part as VTK has them.
+struct VtkCells {
+  std::vector<std::int64_t> connectivity;  ///< Nodes from 0.
+  std::vector<std::int64_t> offsets;       ///< Where the nodes of each cell end.
+  std::vector<std::uint8_t> types;         ///< VTK's cell types.
+  std::vector<std::uint8_t> ghosts;        ///< Flags of each cell; empty if there are no ghosts.
+  /// Of each polyhedron the number of its faces, and of each face the number of its nodes and the
+  /// nodes; where each cell ends in there, -1 for other cells. Empty if there are no polyhedra.
+  std::vector<std::int64_t> faces;
+  std::vector<std::int64_t> faceOffsets;
+};
+
+/// The arrays of a part's cells as the library delivers them: where each begins and the last ends,
+/// the nodes, the element types in rising order; the tables of polyhedra, empty if there are none.
+struct StoredCells {
+  std::vector<std::int64_t> offsets;
+  std::vector<std::int64_t> connectivity;
+  std::vector<std::uint8_t> types;
+  std::vector<std::int32_t> facesPerPolyhedron;
+  std::vector<std::int32_t> nodesPerFace;
+};
+
+[[nodiscard]] VtkCells vtkCellsOf(StoredCells stored);
+
+/// Vertices, one for each of `count` points.
+[[nodiscard]] VtkCells vertices(std::size_t count);
+
+}  // namespace morvex::tools
