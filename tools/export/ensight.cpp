@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <numeric>
+#include <utility>
 
 #include "common/text_table.hpp"
 #include "export/names.hpp"
@@ -14,6 +15,7 @@ namespace {
 constexpr std::size_t kLineSize = 80;
 /// Stands for places without a value.
 constexpr float kUndefined = -1e30F;
+constexpr std::size_t kLeastMeasured = 5;  // values in a file
 constexpr int kWholePart = -1;
 
 /// A text in a field of 80 bytes, cut so that a zero remains.
@@ -63,9 +65,11 @@ bool hasUndefined(const std::vector<float>& values) {
   return std::ranges::any_of(values, [](float value) { return std::isnan(value); });
 }
 
-std::vector<float> floatsOf(Bytes bytes) {
-  std::vector<float> values(bytes.size() / sizeof(float));
-  std::memcpy(values.data(), bytes.data(), bytes.size());
+/// The values, or as many that are no numbers.
+std::vector<float> floatsOrNone(std::optional<Bytes> bytes, std::size_t count) {
+  if (!bytes) return std::vector<float>(count, std::nanf(""));
+  std::vector<float> values(bytes->size() / sizeof(float));
+  std::memcpy(values.data(), bytes->data(), bytes->size());
   return values;
 }
 
@@ -81,15 +85,6 @@ void writeSection(FolderFile& file, const std::string& name, std::vector<float> 
   }
   file.write(std::as_bytes(std::span(values)));
 }
-
-/// The values of a part's elements, type by type, until all of them are read.
-struct ElementValues {
-  std::vector<std::pair<int, std::optional<std::vector<float>>>> types;
-
-  [[nodiscard]] bool isEmpty() const {
-    return std::ranges::none_of(types, [](const auto& type) { return type.second.has_value(); });
-  }
-};
 
 }  // namespace
 
@@ -174,7 +169,9 @@ void EnSightExport::exportModel() {
 
 void EnSightExport::addPart(const Out& out, int step, int part, const morvex_part& info) {
   const std::string head = partLines(part) + line(cleanText(info.name));
-  if (info.nodes == 0) return job_.feed.then([out, head] { (*out)->write(head); });
+  if (info.nodes == 0) {
+    return job_.feed.then([out, head] { (*out)->write(head + line("coordinates") + countOf(0)); });
+  }
   if (const std::string fault = info.is_block != 0 ? faultOfBlock(info) : ""; !fault.empty()) {
     job_.feed.lose(std::string("part ") + info.name, fault);
     dropped_.insert({step, part, kWholePart});
@@ -259,7 +256,12 @@ void EnSightExport::exportConstant(int number, const std::string& name) {
   std::vector<float> values;
   for (const int step : steps) values.push_back(job_.constant(number, step));
   const int timeSet = case_.timeSet(variable.timeset, job_.timesOf(variable.timeset, steps));
-  case_.constant(timeSet, name, values);
+  const std::string fileName = job_.name + "." + name;
+  const std::string text = case_.constant(timeSet, name, values, fileName);
+  if (text.empty()) return;
+  FolderFile file(job_.folder, fileName);
+  file.write(text);
+  file.finish();
 }
 
 void EnSightExport::exportParticleVariable(int number) {
@@ -286,8 +288,12 @@ void EnSightExport::exportParticleVariable(int number) {
         (void)morvex_get_size(job_.file.handle(), &asked, &count, nullptr);
         job_.feed.array(asked, [out, count](std::optional<Bytes> values) {
           // The format has no word for particles without values.
-          const std::vector<float> none(values ? 0 : count, kUndefined);
-          (*out)->write(values ? *values : std::as_bytes(std::span(none)));
+          std::vector<float> all = floatsOrNone(values, count);
+          std::ranges::replace_if(
+              all, [](float v) { return std::isnan(v); }, kUndefined);
+          // Nobody reads what is beyond the particles, but VTK refuses files of less than 100 bytes.
+          all.resize(std::max(all.size(), kLeastMeasured), kUndefined);
+          (*out)->write(std::as_bytes(std::span(all)));
         });
         close(out);
       }
@@ -363,34 +369,29 @@ void EnSightExport::exportVariable(int number, morvex_location location, bool on
 void EnSightExport::addValues(const Out& out, morvex_request asked, const morvex_part& info,
                               int geometryStep, morvex_location location) {
   const int part = asked.part;
+  const std::size_t components = componentsOf(job_.variable(asked.variable));
   if (location == MORVEX_PER_NODE) {
     const std::string section = info.is_block != 0 ? "block" : "coordinates";
+    const std::size_t count = info.nodes * components;
     job_.feed.array(asked, [=, this](std::optional<Bytes> values) {
-      if (!values || isDropped(geometryStep, part, kWholePart)) return;
+      if (isDropped(geometryStep, part, kWholePart)) return;
       (*out)->write(partLines(part));
-      writeSection(**out, section, floatsOf(*values));
+      writeSection(**out, section, floatsOrNone(values, count));
     });
     return;
   }
-  const auto collected = std::make_shared<ElementValues>();
-  const std::size_t components = componentsOf(job_.variable(asked.variable));
+  const auto hasBegun = std::make_shared<bool>(false);
   for (const int type : cellTypes(info)) {
     // Ghosts are not shown, and readers don't expect values for them.
     if (isGhost(type)) continue;
     asked.element_type = type;
+    const std::size_t count = info.elements[type] * components;
     job_.feed.array(asked, [=, this](std::optional<Bytes> values) {
       if (isDropped(geometryStep, part, type)) return;
-      collected->types.emplace_back(type, values ? std::optional(floatsOf(*values)) : std::nullopt);
+      if (!std::exchange(*hasBegun, true)) (*out)->write(partLines(part));
+      writeSection(**out, typeName(type), floatsOrNone(values, count));
     });
   }
-  job_.feed.then([=] {
-    if (collected->isEmpty()) return;
-    (*out)->write(partLines(part));
-    for (auto& [type, values] : collected->types) {
-      const std::vector<float> none(values ? 0 : info.elements[type] * components, std::nanf(""));
-      writeSection(**out, typeName(type), values ? std::move(*values) : none);
-    }
-  });
 }
 
 }  // namespace morvex::tools

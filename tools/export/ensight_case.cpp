@@ -57,8 +57,16 @@ void EnSightCase::variable(const std::string& kind, int timeSet, const std::stri
   variables_ += (frequency.empty() ? "" : " " + frequency) + "\n";
 }
 
-void EnSightCase::constant(int timeSet, const std::string& name, const std::vector<float>& values) {
-  variables_ += wrapped("constant per case: " + numberOf(timeSet) + name, values);
+std::string EnSightCase::constant(int timeSet, const std::string& name,
+                                  const std::vector<float>& values, const std::string& file) {
+  const std::string start = numberOf(timeSet) + name;
+  const std::string line = wrapped("constant per case: " + start, values);
+  if (line.size() <= kLongestLine + 1) {
+    variables_ += line;
+    return {};
+  }
+  variables_ += "constant per case file: " + start + " " + file + "\n";
+  return wrapped("", values);
 }
 
 std::string EnSightCase::nameLike(const std::string& wanted) {

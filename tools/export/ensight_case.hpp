@@ -20,7 +20,10 @@ class EnSightCase {
   /// its frequency follows.
   void variable(const std::string& kind, int timeSet, const std::string& name,
                 const std::vector<std::string>& patterns, const std::string& frequency = {});
-  void constant(int timeSet, const std::string& name, const std::vector<float>& values);
+  /// One value for each step of the time set, in `file` if they are too many for a line: its text is
+  /// returned, else an empty one.
+  [[nodiscard]] std::string constant(int timeSet, const std::string& name,
+                                     const std::vector<float>& values, const std::string& file);
 
   /// A name for a variable that is like `wanted`, keeps to EnSight's letters and was not given yet.
   [[nodiscard]] std::string nameLike(const std::string& wanted);
