@@ -6,6 +6,7 @@
 #include "common/output.hpp"
 #include "common/text_table.hpp"
 #include "export/ensight.hpp"
+#include "export/npz.hpp"
 #include "export/vtu.hpp"
 
 namespace morvex::tools {
@@ -39,6 +40,7 @@ ExitCode exportFile(const ExportOptions& options, const Common& common) {
   for (const std::string& problem : contents.problems) feed.lose("metadata", problem);
   Job job(file, contents, choice, folder, feed, baseName(options.file));
   if (options.format == "ensight") EnSightExport(job).run();
+  if (options.format == "npz") NpzExport(job).run();
   if (options.format == "vtu") VtuExport(job, common.open.threads).run();
   folder.commit();
   for (const auto& [place, reason] : feed.losses()) {
