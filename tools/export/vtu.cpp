@@ -85,6 +85,7 @@ void VtuExport::run() {
     exportTime(i, all[i]);
   }
   job_.feed.finish();
+  waitForPiece();
   FolderFile file(job_.folder, job_.name + ".pvd");
   file.write(vtkHead("Collection") + "  <Collection>\n" + collection_ +
              "  </Collection>\n</VTKFile>\n");
@@ -349,17 +350,27 @@ void VtuExport::finishPiece(const PieceRef& piece) {
     const std::vector<VtkArray>& cells = piece->cells->arrays;
     file.arrays.insert(file.arrays.end(), cells.begin(), cells.end());
   }
-  std::vector<std::span<const std::byte>> values;
-  for (const auto& own : piece->values) values.push_back(asBytes(own));
-  std::vector<EncodedArray> encoded = encode(values, threads_);
-  for (std::size_t i = 0; i < piece->arrays.size(); ++i) {
-    file.arrays.push_back(std::move(piece->arrays[i]));
-    file.arrays.back().values = std::make_shared<const EncodedArray>(std::move(encoded[i]));
-  }
-  FolderFile out(job_.folder, piece->name);
-  writePiece(out, file);
-  piece->values.clear();
-  file.arrays.clear();
+  waitForPiece();
+  const auto out = std::make_shared<FolderFile>(job_.folder, piece->name);
+  // While one piece is compressed and written, the arrays of the next ones are read.
+  const auto when = threads_ == 1 ? std::launch::deferred : std::launch::async;
+  writing_ = std::async(when, [piece, out, threads = threads_] {
+    std::vector<std::span<const std::byte>> values;
+    for (const auto& own : piece->values) values.push_back(asBytes(own));
+    std::vector<EncodedArray> encoded = encode(values, threads);
+    std::vector<VtkArray>& arrays = piece->file.arrays;
+    for (std::size_t i = 0; i < piece->arrays.size(); ++i) {
+      arrays.push_back(std::move(piece->arrays[i]));
+      arrays.back().values = std::make_shared<const EncodedArray>(std::move(encoded[i]));
+    }
+    writePiece(*out, piece->file);
+    piece->values.clear();
+    arrays.clear();
+  });
+}
+
+void VtuExport::waitForPiece() {
+  if (writing_.valid()) writing_.get();
 }
 
 }  // namespace morvex::tools

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <future>
 #include <map>
 #include <memory>
 #include <set>
@@ -44,7 +45,10 @@ class VtuExport {
   void exportTime(std::size_t index, float time);
   void exportPart(float time, int part, const morvex_part& info, int step, const PieceRef& piece);
   void exportParticles(float time, const PieceRef& piece);
+  /// Writes a piece in another thread, one at a time.
   void finishPiece(const PieceRef& piece);
+  /// Throws what made the last piece fail.
+  void waitForPiece();
 
   /// Finds or begins a mesh; `read` asks for its arrays.
   template <class Read>
@@ -64,6 +68,7 @@ class VtuExport {
   std::map<MeshKey, MeshRef> meshes_;  ///< Of the time before and of this one.
   std::set<MeshKey> used_;             ///< Of this time.
   std::string collection_;             ///< Lines of the .pvd.
+  std::future<void> writing_;
 };
 
 }  // namespace morvex::tools
