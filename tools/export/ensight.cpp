@@ -17,6 +17,7 @@ constexpr std::size_t kLineSize = 80;
 constexpr float kUndefined = -1e30F;
 constexpr std::size_t kLeastMeasured = 5;  // values in a file
 constexpr int kWholePart = -1;
+constexpr int kOfParticles = -1;  // in place of a part
 
 /// A text in a field of 80 bytes, cut so that a zero remains.
 std::string line(std::string text) {
@@ -236,7 +237,8 @@ void EnSightExport::exportParticles() {
                          {"C Binary", "exported by morvex", "particle coordinates"});
     morvex_request coordinates = request(MORVEX_PARTICLE_COORDINATES, steps[i]);
     coordinates.layout = MORVEX_INTERLEAVED;
-    job_.feed.array(coordinates, [out](std::optional<Bytes> values) {
+    job_.feed.array(coordinates, [out, this, step = steps[i]](std::optional<Bytes> values) {
+      if (!values) dropped_.insert({step, kOfParticles, kWholePart});
       const std::size_t count = values ? values->size() / (3 * sizeof(float)) : 0;
       std::vector<std::int32_t> ids(count);
       std::iota(ids.begin(), ids.end(), 1);
@@ -284,9 +286,13 @@ void EnSightExport::exportParticleVariable(int number) {
         asked.imaginary = isImaginary ? 1 : 0;
         asked.component = isWhole ? MORVEX_ALL_COMPONENTS : c;
         asked.layout = MORVEX_INTERLEAVED;
-        std::uint64_t count = 0;
-        (void)morvex_get_size(job_.file.handle(), &asked, &count, nullptr);
-        job_.feed.array(asked, [out, count](std::optional<Bytes> values) {
+        std::uint64_t size = 0;
+        (void)morvex_get_size(job_.file.handle(), &asked, &size, nullptr);
+        const std::optional<int> at = job_.geometryStep(number, steps[i]);
+        job_.feed.array(asked, [out, size, at, this](std::optional<Bytes> values) {
+          // A number of particles that could not be read is in doubt.
+          const bool isKnown = at && !isDropped(*at, kOfParticles, kWholePart);
+          const std::uint64_t count = isKnown ? size : 0;
           // The format has no word for particles without values.
           std::vector<float> all = floatsOrNone(values, count);
           std::ranges::replace_if(

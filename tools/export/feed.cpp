@@ -18,6 +18,17 @@ bool isOwn(const File& file, const morvex_request& request, const Error& failure
   }
 }
 
+/// The path of an array that failed; of one whose sizes are damaged the library knows none.
+std::string placeOf(const File& file, const ArrayId& array, const Error& failure) {
+  if (!failure.path().empty()) return failure.path();
+  try {
+    return pathOf(file, array);
+  } catch (const Error&) {
+    return "step " + std::to_string(array.request.step) + ", part " +
+           std::to_string(array.request.part);
+  }
+}
+
 }  // namespace
 
 Feed::Feed(const File& file, bool isQuiet)
@@ -73,13 +84,12 @@ void Feed::runActions() {
 
 void Feed::judge(const ArrayResult& result) {
   const Error& failure = *result.failure;
-  if (failure.code() == MORVEX_OUT_OF_MEMORY) throw failure;
   const bool isAbsent =
       failure.code() == MORVEX_NOT_DEFINED ||
       (failure.code() == MORVEX_NO_SUCH_DATA && isOwn(file_, result.id.request, failure));
   // A variable has values where its values are; of the geometry all must be there.
   if (isAbsent && result.id.request.kind == MORVEX_VARIABLE) return;
-  const std::string place = failure.path().empty() ? pathOf(file_, result.id) : failure.path();
+  const std::string place = placeOf(file_, result.id, failure);
   std::string reason = failure.what();
   if (reason.starts_with(place + ": ")) reason.erase(0, place.size() + 2);
   lose(place, reason);

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "export/names.hpp"
+#include "export/stored_cells.hpp"
 
 namespace morvex::tools {
 namespace {
@@ -105,24 +106,28 @@ void NpzExport::addPart(const std::string& label, int part, const morvex_part& i
                         bool hasState) {
   const std::string base = "parts/" + label + "/";
   const std::string tail = "/" + std::to_string(step);
-  const auto add = [&](const char* name, const char* type, morvex_kind kind,
-                       std::uint64_t columns = 0) {
-    addArray(base + name + tail, type, request(kind, step, part), columns);
-  };
-  add("coordinates", kFloat, MORVEX_COORDINATES, 3);
+  addArray(base + "coordinates" + tail, kFloat, request(MORVEX_COORDINATES, step, part), 3);
   if (!hasState) return;
   if (info.is_block != 0) {
     addNow(base + "extents" + tail, kInt32,
            std::vector<std::int32_t>(info.extents, info.extents + 3));
     return;
   }
-  add("offsets", kInt64, MORVEX_CELL_OFFSETS);
-  add("connectivity", kInt64, MORVEX_CELL_CONNECTIVITY);
-  add("types", kByte, MORVEX_CELL_TYPES);
-  if (info.elements[kNFaced] != 0) {
-    add("faces_per_polyhedron", kInt32, MORVEX_FACES_PER_POLYHEDRON);
-    add("nodes_per_face", kInt32, MORVEX_NODES_PER_FACE);
-  }
+  const StoredCellsRef cells = readCells(job_, step, part, info);
+  job_.feed.then([=, this] {
+    if (cells->isDamaged) {
+      damaged_.insert({part, stateAt(job_.contents.summary.model, step)});
+      return;
+    }
+    addNow(base + "offsets" + tail, kInt64, cells->offsets);
+    addNow(base + "connectivity" + tail, kInt64, cells->connectivity);
+    addNow(base + "types" + tail, kByte, cells->types);
+    if (!cells->facesPerPolyhedron.empty()) {
+      addNow(base + "faces_per_polyhedron" + tail, kInt32, cells->facesPerPolyhedron);
+      addNow(base + "nodes_per_face" + tail, kInt32, cells->nodesPerFace);
+    }
+    *cells = {};
+  });
   addBorderFaces(base, part, info, step);
 }
 
@@ -163,7 +168,7 @@ void NpzExport::addVariable(int number) {
       if (isImaginary && variable.is_complex == 0) continue;
       const std::string base = (isImaginary ? "imaginary/" : "variables/") + label;
       if (variable.on_particles != 0) {
-        addValues(base + tail, number, step, 0, nullptr, isImaginary);
+        addValues(base + tail, number, step, 0, nullptr, *geometryStep, isImaginary);
         continue;
       }
       const std::vector<morvex_part>& parts = job_.partsOrNone(*geometryStep);
@@ -172,14 +177,15 @@ void NpzExport::addVariable(int number) {
         const int part = static_cast<int>(p);
         if (!job_.isChosen(part, parts[p]) || !locationOn(variable, parts[p])) continue;
         if (!job_.isDefined(number, step, part)) continue;
-        addValues(base + "/" + labels[p] + tail, number, step, part, &parts[p], isImaginary);
+        addValues(base + "/" + labels[p] + tail, number, step, part, &parts[p], *geometryStep,
+                  isImaginary);
       }
     }
   }
 }
 
 void NpzExport::addValues(const std::string& key, int number, int step, int part,
-                          const morvex_part* info, bool isImaginary) {
+                          const morvex_part* info, int geometryStep, bool isImaginary) {
   const morvex_variable& variable = job_.variable(number);
   const std::size_t components = componentsOf(variable);
   const std::uint64_t columns = components == 1 ? 0 : components;
@@ -194,7 +200,9 @@ void NpzExport::addValues(const std::string& key, int number, int step, int part
   for (const int type : cellTypes(*info)) {
     asked.element_type = type;
     const std::size_t count = info->elements[type] * components;
-    job_.feed.array(asked, [all, isFound, count](std::optional<Bytes> values) {
+    const int state = stateAt(job_.contents.summary.model, geometryStep);
+    job_.feed.array(asked, [=, this](std::optional<Bytes> values) {
+      if (damaged_.contains({part, state})) return;  // with it the numbers of cells are in doubt
       const std::size_t first = all->size();
       all->resize(first + count, std::numeric_limits<float>::quiet_NaN());
       if (!values) return;

@@ -1,7 +1,8 @@
 #pragma once
 
-#include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "export/job.hpp"
@@ -24,7 +25,7 @@ class NpzExport {
   void addBorderFaces(const std::string& base, int part, const morvex_part& info, int step);
   void addVariable(int number);
   void addValues(const std::string& key, int number, int step, int part, const morvex_part* info,
-                 bool isImaginary);
+                 int geometryStep, bool isImaginary);
 
   /// Asks for an array of the geometry, with `columns` values for each of its rows; 0 for one axis.
   void addArray(const std::string& key, const char* type, const morvex_request& request,
@@ -34,7 +35,8 @@ class NpzExport {
 
   Job& job_;
   NpzFile file_;
-  std::vector<std::string> labels_;  ///< of the variables
+  std::set<std::pair<int, int>> damaged_;  ///< parts and states whose cells can't be read
+  std::vector<std::string> labels_;        ///< of the variables
 };
 
 }  // namespace morvex::tools

@@ -77,7 +77,7 @@ class PolyhedronMaker {
 
 }  // namespace
 
-VtkCells vtkCellsOf(StoredCells stored) {
+VtkCells vtkCellsOf(const StoredCells& stored) {
   VtkCells cells;
   const std::size_t count = stored.types.size();
   const auto firstPolyhedron = static_cast<std::size_t>(

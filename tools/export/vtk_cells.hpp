@@ -4,6 +4,8 @@
 #include <span>
 #include <vector>
 
+#include "export/stored_cells.hpp"
+
 namespace morvex::tools {
 
 /// The cells of a part as VTK has them.
@@ -18,17 +20,7 @@ struct VtkCells {
   std::vector<std::int64_t> faceOffsets;
 };
 
-/// The arrays of a part's cells as the library delivers them: where each begins and the last ends,
-/// the nodes, the element types in rising order; the tables of polyhedra, empty if there are none.
-struct StoredCells {
-  std::vector<std::int64_t> offsets;
-  std::vector<std::int64_t> connectivity;
-  std::vector<std::uint8_t> types;
-  std::vector<std::int32_t> facesPerPolyhedron;
-  std::vector<std::int32_t> nodesPerFace;
-};
-
-[[nodiscard]] VtkCells vtkCellsOf(StoredCells stored);
+[[nodiscard]] VtkCells vtkCellsOf(const StoredCells& stored);
 
 /// Vertices, one for each of `count` points.
 [[nodiscard]] VtkCells vertices(std::size_t count);

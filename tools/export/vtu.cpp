@@ -68,6 +68,8 @@ struct VtuExport::Piece {
   /// Arrays of variables, which are encoded together when all are there.
   std::vector<VtkArray> arrays;
   std::vector<std::vector<float>> values;
+
+  [[nodiscard]] bool isDamaged() const { return points->isDamaged || (cells && cells->isDamaged); }
 };
 
 void VtuExport::run() {
@@ -153,7 +155,7 @@ void VtuExport::exportTime(std::size_t index, float time) {
   };
   const auto end = [&](std::size_t block, const std::string& label, const PieceRef& piece) {
     job_.feed.then([=, this] {
-      if (piece->points->isDamaged || (piece->cells && piece->cells->isDamaged)) return;
+      if (piece->isDamaged()) return;
       finishPiece(piece);
       *lines += "    <DataSet index=\"" + std::to_string(block) + "\" name=\"" + quoted(label) +
                 "\" file=\"" + piece->name + "\"/>\n";
@@ -257,23 +259,12 @@ void VtuExport::readPoints(const MeshRef& mesh, const morvex_request& coordinate
 }
 
 void VtuExport::readCells(const MeshRef& mesh, int step, int part, const morvex_part& info) {
-  const auto stored = std::make_shared<StoredCells>();
-  const auto read = [&]<class T>(morvex_kind kind, std::vector<T> StoredCells::*target) {
-    job_.feed.array(request(kind, step, part), [mesh, stored, target](std::optional<Bytes> values) {
-      if (values) (*stored).*target = valuesOf<T>(*values);
-      mesh->isDamaged = mesh->isDamaged || !values;
-    });
-  };
-  read(MORVEX_CELL_OFFSETS, &StoredCells::offsets);
-  read(MORVEX_CELL_CONNECTIVITY, &StoredCells::connectivity);
-  read(MORVEX_CELL_TYPES, &StoredCells::types);
-  if (info.elements[kNFaced] != 0) {
-    read(MORVEX_FACES_PER_POLYHEDRON, &StoredCells::facesPerPolyhedron);
-    read(MORVEX_NODES_PER_FACE, &StoredCells::nodesPerFace);
-  }
+  const StoredCellsRef stored = tools::readCells(job_, step, part, info);
   job_.feed.then([this, mesh, stored] {
+    mesh->isDamaged = stored->isDamaged;
     if (mesh->isDamaged) return;
-    const VtkCells cells = vtkCellsOf(std::move(*stored));
+    const VtkCells cells = vtkCellsOf(*stored);
+    *stored = {};
     mesh->cells = cells.types.size();
     std::vector<VtkArray> arrays;
     std::vector<std::span<const std::byte>> values;
@@ -322,7 +313,8 @@ void VtuExport::readValues(const PieceRef& piece, int number, int step, int part
       asked.imaginary = isImaginary ? 1 : 0;
       asked.layout = MORVEX_INTERLEAVED;
       const std::size_t count = isPerElement ? info->elements[type] * components : 0;
-      job_.feed.array(asked, [field, count](std::optional<Bytes> values) {
+      job_.feed.array(asked, [field, count, piece](std::optional<Bytes> values) {
+        if (piece->isDamaged()) return;
         field->isFound = field->isFound || values;
         const std::vector<float> own =
             values ? valuesOf<float>(*values)
