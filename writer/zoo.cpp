@@ -70,6 +70,8 @@ void append(std::vector<std::int32_t>& to, const std::vector<std::int32_t>& more
   to.insert(to.end(), more.begin(), more.end());
 }
 
+/// A row of shapes along x, with the ghosts beside them. Elements share no nodes, so that each can be
+/// told apart in a picture.
 void putElements(PartBuilder& part, int step) {
   Mesh mesh;
   for (int type = 0; type < kFixedTypes; ++type) {
@@ -83,6 +85,7 @@ void putElements(PartBuilder& part, int step) {
   mesh.putNodes(part, step);
 }
 
+/// Connectivity as windows of ids, unlike the other parts: both forms are read.
 void putPolygons(PartBuilder& part, int step) {
   Mesh mesh;
   std::vector<std::int32_t> sizes;
@@ -130,6 +133,7 @@ void putLattice(Mesh& mesh, const std::array<int, 3>& counts, double height, int
   }
 }
 
+/// Hexahedra whose lowest layer has border faces, which are seen from below.
 void putSolid(PartBuilder& part, int side, int step) {
   Mesh mesh;
   putLattice(mesh, {side, side, side}, 0.0, step);
@@ -175,7 +179,7 @@ void putGrowing(PartBuilder& part, int step) {
 
 void putParticles(PartBuilder& particles, int step) {
   Mesh mesh;
-  const int count = step * 7 % 20;
+  const int count = step * 7 % 20;  // 0, 7, 14, 1, ...
   for (int i = 0; i < count; ++i) {
     const double angle = 2.4 * i + 0.3 * step;
     mesh.node({(2.0 + 0.4 * i) * std::cos(angle), (2.0 + 0.4 * i) * std::sin(angle), 0.5 * step},
@@ -198,7 +202,7 @@ class Zoo::Maker {
     std::vector<float> sparse;
     for (int step = 0; step < options_.steps; ++step) {
       times.push_back(timeOf(step));
-      // Times of its own: the geometry of such a step is that of the time before.
+      // Times of its own, between the others: the geometry of such a step is that of the time before.
       if (step % 3 == 0) sparse.push_back(timeOf(step) + 0.125F);
     }
     all_ = file_.timeSet(times);
@@ -226,6 +230,7 @@ class Zoo::Maker {
                              "sheet / flat", "empty"}) {
       parts_.push_back(&file_.part(name));
     }
+    // One part with exact coordinates among adaptive ones: readers decide for each part.
     parts_[kSolid]->notAdaptive();
     for (int step = 0; step < options_.steps; ++step) {
       putElements(*parts_[kElements], step);

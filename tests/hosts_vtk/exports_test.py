@@ -143,7 +143,7 @@ def ensight_values(variable, own, part):
 
 
 def avoid_faults_of_vtk(folder):
-    """VTK 9.1 takes the three nodes of each g_bar3 for two, and crashes on a complex variable in a case
+    """VTK 9.2 takes the three nodes of each g_bar3 for two, and crashes on a complex variable in a case
     with times: it gets two real ones."""
     for path in folder.glob("*.geo*"):
         data = path.read_bytes()

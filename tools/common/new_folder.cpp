@@ -32,6 +32,8 @@ void failAt(const std::string& place) {
   throw Failure(kOutputFailed, place + ": " + std::strerror(errno));
 }
 
+// The folder for the files in the making is inside, on the file system of their places: moving a file
+// there neither copies it nor fails for want of room.
 NewFolder::NewFolder(std::string path, bool mayReplace)
     : path_(std::move(path)), temporary_(path_ + "/.morvex-XXXXXX"), mayReplace_(mayReplace) {
   isOwn_ = ::mkdir(path_.c_str(), 0777) == 0;
@@ -65,6 +67,7 @@ std::string NewFolder::add(const std::string& name) {
 }
 
 void NewFolder::commit() {
+  // All are looked at before the first is moved, so that a refusal changes nothing.
   for (const std::string& name : names_) {
     struct stat found {};
     if (::lstat(placeOf(name).c_str(), &found) != 0) continue;

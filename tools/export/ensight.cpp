@@ -13,7 +13,7 @@ namespace morvex::tools {
 namespace {
 
 constexpr std::size_t kLineSize = 80;
-/// Stands for places without a value.
+/// Stands for places without a value: no result comes near it.
 constexpr float kUndefined = -1e30F;
 constexpr std::size_t kLeastMeasured = 5;  // values in a file
 constexpr int kWholePart = -1;
@@ -94,6 +94,7 @@ void EnSightExport::run() {
   job_.feed.expect(variables.size() + 2);
   exportModel();
   exportParticles();
+  // As a host does when it has read the geometry: what reads of coordinates kept is of no more use.
   job_.feed.then([this] { check(morvex_finish_geometry(job_.file.handle())); });
   for (const int number : variables) {
     const morvex_variable& variable = job_.variable(number);
@@ -110,6 +111,7 @@ void EnSightExport::run() {
     }
   }
   job_.feed.finish();
+  // Last, so that a folder that has the case file has all that it names.
   FolderFile file(job_.folder, job_.name + ".case");
   file.write(case_.text());
   file.finish();
@@ -170,6 +172,7 @@ void EnSightExport::exportModel() {
 
 void EnSightExport::addPart(const Out& out, int step, int part, const morvex_part& info) {
   const std::string head = partLines(part) + line(cleanText(info.name));
+  // VTK takes the end of a file after the name of a part for damage, so there are always coordinates.
   if (info.nodes == 0) {
     return job_.feed.then([out, head] { (*out)->write(head + line("coordinates") + countOf(0)); });
   }
@@ -211,6 +214,7 @@ void EnSightExport::addElements(const Out& out, int step, int part, const morvex
     table.element_type = type;
     const std::string head = line(typeName(type)) + countOf(info.elements[type]);
     job_.feed.array(table, [=, this](std::optional<Bytes> values) {
+      // Of three tables one may fail when the others are already there.
       if (!values) dropped_.insert({step, part, type});
       if (isDropped(step, part, type)) return;
       if (kind != MORVEX_CONNECTIVITY) {
@@ -378,6 +382,8 @@ void EnSightExport::addValues(const Out& out, morvex_request asked, const morvex
   const std::size_t components = componentsOf(job_.variable(asked.variable));
   if (location == MORVEX_PER_NODE) {
     const std::string section = info.is_block != 0 ? "block" : "coordinates";
+    // A part on which the variable is defined stays in the file at steps without values: readers that
+    // find no part at all refuse the file.
     const std::size_t count = info.nodes * components;
     job_.feed.array(asked, [=, this](std::optional<Bytes> values) {
       if (isDropped(geometryStep, part, kWholePart)) return;
@@ -388,7 +394,8 @@ void EnSightExport::addValues(const Out& out, morvex_request asked, const morvex
   }
   const auto hasBegun = std::make_shared<bool>(false);
   for (const int type : cellTypes(info)) {
-    // Ghosts are not shown, and readers don't expect values for them.
+    // Ghosts are not shown, their values are those of the elements that they repeat, and VTK gives up on
+    // a variable that has them.
     if (isGhost(type)) continue;
     asked.element_type = type;
     const std::size_t count = info.elements[type] * components;

@@ -43,12 +43,13 @@ Feed::Feed(const File& file, bool isQuiet)
 
 void Feed::array(const morvex_request& request, Take take) {
   items_.push_back({.take = std::move(take), .action = {}, .section = asked_});
+  // The kind matters for constants alone, which are no arrays here.
   reader_.add({ArrayKind::coordinates, request});
 }
 
 void Feed::then(std::function<void()> action) {
   items_.push_back({.take = {}, .action = std::move(action), .section = asked_});
-  if (items_.size() == 1) runActions();
+  if (items_.size() == 1) runActions();  // nothing is waited for
 }
 
 void Feed::section() {

@@ -10,6 +10,7 @@ std::vector<int> Job::modelSteps() const {
   const morvex_geometry& model = contents.summary.model;
   const std::vector<int> chosen = choice.steps(model.timeset, model.steps);
   if (model.change != MORVEX_CONNECTIVITY_CHANGES) return chosen;
+  // A value without its mesh could not be shown.
   std::set<int> steps(chosen.begin(), chosen.end());
   for (const int number : variables()) {
     if (variable(number).on_particles != 0 || variable(number).is_constant != 0) continue;

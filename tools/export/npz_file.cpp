@@ -52,6 +52,7 @@ void NpzFile::add(const std::string& key, const char* type, const std::vector<st
   info.dosDate = (1U << 21U) | (1U << 16U);
   const std::string head = headOf(type, shape);
   constexpr std::uint64_t kLargest = 0xFFFF'0000U;  // of a member with sizes of 32 bits
+  // Small members keep the form that any reader of zip files takes.
   const int isLarge = bytes.size() >= kLargest ? 1 : 0;
   errno = 0;
   expect(::zipOpenNewFileInZip4_64(zip_, (key + ".npy").c_str(), &info, nullptr, 0, nullptr, 0,

@@ -63,8 +63,8 @@ class PolyhedronMaker {
     // Faces repeat each node about three times; the cell itself has it once.
     std::vector<std::int64_t> own(nodes.begin(), nodes.end());
     std::ranges::sort(own);
-    const auto repeated = std::ranges::unique(own);
-    cells_.connectivity.insert(cells_.connectivity.end(), own.begin(), repeated.begin());
+    cells_.connectivity.insert(cells_.connectivity.end(), own.begin(),
+                               std::unique(own.begin(), own.end()));
     cells_.faceOffsets.push_back(static_cast<std::int64_t>(cells_.faces.size()));
   }
 

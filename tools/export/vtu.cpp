@@ -111,13 +111,14 @@ std::vector<float> VtuExport::times() const {
   for (const int number : job_.variables()) {
     add(job_.variable(number).timeset, job_.variable(number).steps);
   }
-  if (times.empty()) times.insert(0.0F);
+  if (times.empty()) times.insert(0.0F);  // a file without time sets has one step
   return {times.begin(), times.end()};
 }
 
 int VtuExport::stepAt(float time, int timeset, std::uint64_t steps) const {
   if (timeset < 0 || static_cast<std::size_t>(timeset) >= job_.contents.timesets.size()) return 0;
   const std::vector<float>& own = job_.contents.timesets[static_cast<std::size_t>(timeset)];
+  // Times are compared as they are stored: the times of the export are the same numbers.
   const auto later = std::ranges::find_if(own, [&](float other) { return other > time; });
   const auto last = static_cast<std::ptrdiff_t>(steps) - 1;
   const std::ptrdiff_t step = std::max<std::ptrdiff_t>(later - own.begin() - 1, 0);
@@ -186,6 +187,7 @@ void VtuExport::exportTime(std::size_t index, float time) {
   });
   collection_ += "    <DataSet timestep=\"" + numberText(double{time}) + "\" part=\"0\" file=\"" +
                  base + ".vtm\"/>\n";
+  // Whatever did not change since the time before is still used; all else is forgotten.
   std::erase_if(meshes_, [this](const auto& entry) { return !used_.contains(entry.first); });
 }
 
@@ -322,6 +324,7 @@ void VtuExport::readValues(const PieceRef& piece, int number, int step, int part
         field->values.insert(field->values.end(), own.begin(), own.end());
       });
     }
+    // Arrays of a piece are encoded together when it is complete: small ones would keep one thread each.
     job_.feed.then([=, this] {
       if (!field->isFound) return;
       if (isSymmetric(job_.variable(number))) reorderSymmetric(field->values);
@@ -342,6 +345,7 @@ void VtuExport::finishPiece(const PieceRef& piece) {
     const std::vector<VtkArray>& cells = piece->cells->arrays;
     file.arrays.insert(file.arrays.end(), cells.begin(), cells.end());
   }
+  // One at a time: a second one would double the memory and find no free processor.
   waitForPiece();
   const auto out = std::make_shared<FolderFile>(job_.folder, piece->name);
   // While one piece is compressed and written, the arrays of the next ones are read.
