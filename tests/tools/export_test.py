@@ -111,6 +111,20 @@ def expected_npz(case):
     return found
 
 
+class Zoo(TestCase):
+    def test_it_has_every_element_type_and_can_be_read(self):
+        self.assertEqual(run("verify", ZOO).returncode, SUCCESS)
+        with morvex.open(ZOO) as case:
+            types = {t for step in range(5) for part in case.parts_at(step) for t in part.elements}
+            self.assertEqual(types, set(morvex.ElementType))
+            self.assertEqual({v.type for v in case.variables}, {1, 2, 3, 4})
+            self.assertEqual([case.particles.count(step) for step in range(5)], [0, 7, 14, 1, 8])
+            growing = [case.parts_at(step)["growing"].nodes for step in range(5)]
+            self.assertEqual(growing, sorted(set(growing)))
+        self.assertEqual(run("sample", HOME / "x", "--kind", "zoo", "--truth", HOME / "y").returncode,
+                         USAGE)
+
+
 class Npz(TestCase):
     def test_an_archive_has_all_arrays_of_the_python_package_and_no_others(self):
         for path in (CRASH, ZOO):

@@ -1,5 +1,6 @@
 #include "export/vtk_file.hpp"
 
+#include <tbb/info.h>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 #include <zlib.h>
@@ -78,7 +79,9 @@ std::vector<EncodedArray> encode(const std::vector<std::span<const std::byte>>& 
     for (std::size_t at = 0; at < arrays[a].size(); at += kBlockSize) blocks.push_back({a, at});
   }
   std::vector<std::string> results(blocks.size());
-  tbb::task_arena arena(threads > 0 ? threads : tbb::task_arena::automatic);
+  // The runtime warns on standard error about requests for more threads than processors.
+  const int most = tbb::info::default_concurrency();
+  tbb::task_arena arena(threads > 0 ? std::min(threads, most) : most);
   arena.execute([&] {
     tbb::parallel_for(std::size_t{0}, blocks.size(), [&](std::size_t i) {
       const auto [a, at] = blocks[i];
