@@ -90,7 +90,7 @@ void writeSection(FolderFile& file, const std::string& name, std::vector<float> 
 }  // namespace
 
 void EnSightExport::run() {
-  const std::vector<int> variables = job_.variables();
+  const std::vector<int>& variables = job_.variables();
   job_.feed.expect(variables.size() + 2);
   exportModel();
   exportParticles();
@@ -231,7 +231,7 @@ void EnSightExport::addElements(const Out& out, int step, int part, const morvex
 void EnSightExport::exportParticles() {
   job_.feed.section();
   const morvex_geometry& particles = job_.contents.summary.particles;
-  const std::vector<int> steps = job_.particleSteps();
+  const std::vector<int>& steps = job_.particleSteps();
   if (steps.empty()) return;
   const bool changes = particles.change != MORVEX_STATIC;
   const int timeSet =

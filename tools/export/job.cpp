@@ -6,6 +6,23 @@
 #include <tuple>
 
 namespace morvex::tools {
+Job::Job(const File& openFile, const Contents& fileContents, const Choice& userChoice,
+         NewFolder& newFolder, Feed& arrayFeed, std::string fileName)
+    : file(openFile),
+      contents(fileContents),
+      choice(userChoice),
+      folder(newFolder),
+      feed(arrayFeed),
+      name(std::move(fileName)) {
+  const morvex_geometry& particles = contents.summary.particles;
+  if (!choice.namesParts()) particleSteps_ = choice.steps(particles.timeset, particles.steps);
+  for (int number = 0; number < static_cast<int>(contents.variables.size()); ++number) {
+    if (!choice.hasVariable(number)) continue;
+    if (variable(number).on_particles != 0 && particleSteps_.empty()) continue;
+    variables_.push_back(number);
+  }
+}
+
 std::vector<int> Job::modelSteps() const {
   const morvex_geometry& model = contents.summary.model;
   const std::vector<int> chosen = choice.steps(model.timeset, model.steps);
@@ -22,24 +39,8 @@ std::vector<int> Job::modelSteps() const {
   return {steps.begin(), steps.end()};
 }
 
-std::vector<int> Job::particleSteps() const {
-  const morvex_geometry& particles = contents.summary.particles;
-  if (choice.namesParts()) return {};
-  return choice.steps(particles.timeset, particles.steps);
-}
-
 std::vector<int> Job::stepsOf(const morvex_variable& variable) const {
   return choice.steps(variable.timeset, variable.steps);
-}
-
-std::vector<int> Job::variables() const {
-  std::vector<int> chosen;
-  for (int number = 0; number < static_cast<int>(contents.variables.size()); ++number) {
-    if (!choice.hasVariable(number)) continue;
-    if (variable(number).on_particles != 0 && particleSteps().empty()) continue;
-    chosen.push_back(number);
-  }
-  return chosen;
 }
 
 std::vector<float> Job::timesOf(int timeset, const std::vector<int>& steps) const {

@@ -18,13 +18,7 @@ class Job {
  public:
   /// All are borrowed. `name` begins the names of all files.
   Job(const File& openFile, const Contents& fileContents, const Choice& userChoice,
-      NewFolder& newFolder, Feed& arrayFeed, std::string fileName)
-      : file(openFile),
-        contents(fileContents),
-        choice(userChoice),
-        folder(newFolder),
-        feed(arrayFeed),
-        name(std::move(fileName)) {}
+      NewFolder& newFolder, Feed& arrayFeed, std::string fileName);
 
   const File& file;
   const Contents& contents;
@@ -37,10 +31,10 @@ class Job {
   /// variables have their values.
   [[nodiscard]] std::vector<int> modelSteps() const;
   /// Empty if there are no particles, or only parts of the model are chosen.
-  [[nodiscard]] std::vector<int> particleSteps() const;
+  [[nodiscard]] const std::vector<int>& particleSteps() const noexcept { return particleSteps_; }
   [[nodiscard]] std::vector<int> stepsOf(const morvex_variable& variable) const;
   /// Numbers of the chosen variables.
-  [[nodiscard]] std::vector<int> variables() const;
+  [[nodiscard]] const std::vector<int>& variables() const noexcept { return variables_; }
   [[nodiscard]] const morvex_variable& variable(int number) const {
     return contents.variables.at(static_cast<std::size_t>(number));
   }
@@ -64,6 +58,9 @@ class Job {
   [[nodiscard]] float constant(int variable, int step);
 
  private:
+  // Asked for at each part and step, and not cheap to find.
+  std::vector<int> particleSteps_;
+  std::vector<int> variables_;
   std::optional<int> partsState_;
   std::vector<morvex_part> parts_;
   const std::vector<morvex_part> none_;

@@ -46,11 +46,11 @@ std::vector<std::uint64_t> shapeOf(std::size_t values, std::uint64_t columns) {
 
 void NpzExport::run() {
   labels_ = keysOf(variableLabels(job_.contents.variables));
-  const std::vector<int> variables = job_.variables();
+  const std::vector<int>& variables = job_.variables();
   job_.feed.expect(variables.size() + 1);
   job_.feed.section();
   addModel();
-  const std::vector<int> particleSteps = job_.particleSteps();
+  const std::vector<int>& particleSteps = job_.particleSteps();
   addSteps("particles", job_.contents.summary.particles.timeset, particleSteps);
   for (const int step : particleSteps) {
     addArray("particles/coordinates/" + std::to_string(step), kFloat,
