@@ -106,6 +106,8 @@ GeometryMetadata RecordAssembler::stateOf(const Geometry& geometry, std::size_t 
     }
     elements[kNSidedType] = static_cast<std::uint32_t>(state.nsidedNodes.size());
     elements[kNFacedType] = static_cast<std::uint32_t>(state.nfacedFaces.size());
+    elements[kNSidedType + 1] = state.ghostsWithoutNodes[0];
+    elements[kNFacedType + 1] = state.ghostsWithoutNodes[1];
     ElementCounts& faces = record.borderFaceCounts.emplace_back();
     for (const auto& [type, border] : state.borderFaces) {
       faces.at(static_cast<std::size_t>(type)) =

@@ -42,6 +42,12 @@ PartBuilder& PartBuilder::nfaced(std::vector<std::int32_t> facesPerElement,
   return *this;
 }
 
+PartBuilder& PartBuilder::ghostsWithoutNodes(std::uint32_t nsidedCount, std::uint32_t nfacedCount,
+                                             int step) {
+  state(step).ghostsWithoutNodes = {nsidedCount, nfacedCount};
+  return *this;
+}
+
 PartBuilder& PartBuilder::borderFaces(int elementType, BorderFaces faces, int step) {
   state(step).borderFaces[elementType] = std::move(faces);
   return *this;

@@ -41,7 +41,8 @@ struct PartState {
   std::vector<std::int32_t> nfacedFaces;      ///< Faces of each n-faced element.
   std::vector<std::int32_t> nfacedFaceNodes;  ///< Nodes of each of these faces.
   Connectivity nfaced;
-  std::map<int, BorderFaces> borderFaces;  ///< By type.
+  std::array<std::uint32_t, 2> ghostsWithoutNodes{};  ///< N-sided and n-faced ones.
+  std::map<int, BorderFaces> borderFaces;             ///< By type.
 };
 
 /// A part of the model, or the particles. If only coordinates change, states above 0 have nodes
@@ -61,6 +62,9 @@ class PartBuilder {
                       std::vector<std::int32_t> nodesPerFace,
                       std::vector<std::int32_t> connectivity, Ids ids = Ids::kDifferences,
                       int step = 0);
+  /// Ghosts of n-sided and n-faced elements, of which files have the number and values alone.
+  PartBuilder& ghostsWithoutNodes(std::uint32_t nsidedCount, std::uint32_t nfacedCount,
+                                  int step = 0);
   PartBuilder& borderFaces(int type, BorderFaces faces, int step = 0);
   /// A structured block, whose coordinates are stored exactly.
   PartBuilder& block(const std::array<std::uint32_t, 4>& info, std::uint32_t type = 1);

@@ -74,6 +74,18 @@ void addCount(CLI::App& app, const std::string& name, int& value, int least,
       ->type_name("N");
 }
 
+void addKeyword(CLI::App& app, const std::string& name, std::string& value,
+                const std::vector<std::string>& words, const std::string& description) {
+  std::string list;
+  for (const std::string& word : words) list += (list.empty() ? "" : ", ") + word;
+  CLI::Validator known("");
+  known.operation([words, list](const std::string& text) {
+    return std::ranges::find(words, text) != words.end() ? std::string()
+                                                         : "'" + text + "' is none of " + list;
+  });
+  app.add_option(name, value, list + ": " + description)->check(known)->type_name("WORD");
+}
+
 ExitCode forEachFile(const std::vector<std::string>& files,
                      const std::function<ExitCode(const std::string&)>& work) {
   ExitCode worst = kSuccess;

@@ -34,6 +34,9 @@ void addJson(CLI::App& app, bool& asJson);
 /// A count from `least` on.
 void addCount(CLI::App& app, const std::string& name, int& value, int least,
               const std::string& description);
+/// One of a few words.
+void addKeyword(CLI::App& app, const std::string& name, std::string& value,
+                const std::vector<std::string>& words, const std::string& description);
 
 /// Runs a command's work on each of several files. A file that fails does not keep the others from
 /// their turn: its reason is written, and the highest code is returned.
@@ -51,5 +54,6 @@ void addCount(CLI::App& app, const std::string& name, int& value, int least,
 [[nodiscard]] Command addVerify(CLI::App& program, const Common& common);
 [[nodiscard]] Command addSample(CLI::App& program, const Common& common);
 [[nodiscard]] Command addDump(CLI::App& program, const Common& common);
+[[nodiscard]] Command addExport(CLI::App& program, const Common& common);
 
 }  // namespace morvex::tools

@@ -8,6 +8,7 @@
 #include "common/output.hpp"
 #include "common/quiet_log.hpp"
 #include "writer/crash_box.hpp"
+#include "writer/zoo.hpp"
 
 namespace morvex::tools {
 namespace {
@@ -15,6 +16,7 @@ namespace {
 using Writer::CrashBox;
 using Writer::Tolerance;
 using Writer::ValueKey;
+using Writer::Zoo;
 
 /// Values of each array in the description: a few are enough to detect a wrong array.
 nlohmann::json probesOf(const std::vector<float>& values) {
@@ -69,6 +71,7 @@ nlohmann::json describe(const CrashBox& model) {
 struct SampleOptions {
   std::string output;
   std::string truth;
+  std::string kind = "crash";
   int nodes = 10'000;
   int steps = 20;
   int chunks = 4;
@@ -77,14 +80,19 @@ struct SampleOptions {
 
 ExitCode writeSample(const SampleOptions& options) {
   const QuietLog quiet;
+  const bool isZoo = options.kind == "zoo";
+  if (isZoo && !options.truth.empty()) {
+    throw Failure(kUsageError, "--truth describes a sample of the kind crash alone");
+  }
   NewFile sample(options.output, options.mayReplace);
   std::unique_ptr<NewFile> truth;
   if (!options.truth.empty()) truth = std::make_unique<NewFile>(options.truth, options.mayReplace);
-  const CrashBox model({.nodes = static_cast<std::uint32_t>(options.nodes),
-                        .steps = options.steps,
-                        .tableChunks = static_cast<std::uint64_t>(options.chunks)});
+  const auto nodes = static_cast<std::uint32_t>(options.nodes);
+  const auto chunks = static_cast<std::uint64_t>(options.chunks);
+  const CrashBox model({.nodes = nodes, .steps = options.steps, .tableChunks = chunks});
+  const Zoo zoo({.nodes = nodes, .steps = options.steps, .tableChunks = chunks});
   try {
-    model.file().write(sample.temporaryPath());
+    (isZoo ? zoo.file() : model.file()).write(sample.temporaryPath());
     // The container's last bytes are written when it ends, which reports no failure.
     (void)openFile(sample.temporaryPath(), {});
   } catch (const Failure&) {
@@ -104,6 +112,9 @@ Command addSample(CLI::App& program, const Common& /*common*/) {
   CLI::App* app = program.add_subcommand("sample", "Writes a sample file");
   const auto options = std::make_shared<SampleOptions>();
   app->add_option("OUTPUT", options->output, "result file to write")->required();
+  addKeyword(
+      *app, "--kind", options->kind, {"crash", "zoo"},
+      "a crushed tube whose every number is known, or one of everything that a file can hold");
   addCount(*app, "--nodes", options->nodes, 1, "about as many nodes (10000)");
   addCount(*app, "--steps", options->steps, 1, "time steps (20)");
   addCount(*app, "--chunks", options->chunks, 1, "chunks of each dataset, for as many threads (4)");
