@@ -43,5 +43,6 @@ void addCount(CLI::App& app, const std::string& name, int& value, int least,
 [[nodiscard]] Command addVerify(CLI::App& program, const Common& common);
 [[nodiscard]] Command addSample(CLI::App& program, const Common& common);
 [[nodiscard]] Command addDump(CLI::App& program, const Common& common);
+[[nodiscard]] Command addThumb(CLI::App& program, const Common& common);
 
 }  // namespace morvex::tools

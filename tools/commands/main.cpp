@@ -10,7 +10,7 @@
 namespace morvex::tools {
 namespace {
 
-constexpr std::array kCommands{addInfo, addVerify, addSample, addDump};
+constexpr std::array kCommands{addInfo, addVerify, addSample, addDump, addThumb};
 
 /// The parser has no long options with a single dash: it gets -lf under its other name.
 std::vector<std::string> parserArguments(int argc, char** argv) {

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "picture/scene.hpp"
+
+namespace morvex::picture {
+
+/// How a scene is drawn.
+struct Style {
+  Size size{1200, 900};
+  std::optional<Direction> direction;  ///< else the usual one for the model
+  bool hasEdges = false;               ///< of elements
+  bool isPlain = false;                ///< without background, legend, axes and title
+  std::string title;                   ///< in the upper left corner
+};
+
+/// The picture. Only a plain one may have pixels that nothing covers.
+[[nodiscard]] Image render(const Scene& scene, const Style& style);
+
+}  // namespace morvex::picture
