@@ -28,7 +28,7 @@ endforeach()
 install(FILES README.md SECURITY.md CONTRIBUTING.md CHANGELOG.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc)
 install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc
-        FILES_MATCHING REGEX "\\.(md|svg|c|cpp)$" REGEX "examples/[a-z_]+\\.py$"
+        FILES_MATCHING REGEX "\\.(md|svg|png|c|cpp)$" REGEX "examples/[a-z_]+\\.py$"
         PATTERN trace_read.cpp EXCLUDE)
 install(DIRECTORY build/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/html COMPONENT doc OPTIONAL
         PATTERN pages EXCLUDE)

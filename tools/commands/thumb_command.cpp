@@ -1,5 +1,6 @@
 // `morvex thumb`: a picture of the model as a PNG file.
 
+#include <array>
 #include <charconv>
 #include <memory>
 #include <string_view>
@@ -20,6 +21,7 @@ struct ThumbOptions {
   std::string size = "1200x900";
   std::string view;
   std::string range;
+  std::string focus;
   picture::Wish wish;
   bool hasEdges = false;
   bool mayReplace = false;
@@ -35,6 +37,24 @@ std::optional<std::pair<T, T>> pairOf(std::string_view text, char separator) {
   const auto second = std::from_chars(first.ptr + 1, end, numbers.second);
   if (second.ec != std::errc() || second.ptr != end) return {};
   return numbers;
+}
+
+picture::Focus focusOf(const std::string& text) {
+  std::array<float, 4> numbers{};
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    const auto read = std::from_chars(at, end, numbers[i]);
+    const bool isLast = i + 1 == numbers.size();
+    const bool isFollowed = read.ptr != end && *read.ptr == ',';
+    if (read.ec != std::errc() || isFollowed == isLast || (isLast && read.ptr != end)) {
+      throw Failure(kUsageError, "--focus '" + text + "' is no point and distance: x,y,z,distance");
+    }
+    at = read.ptr + 1;
+  }
+  const auto [x, y, z, radius] = numbers;
+  if (!(radius > 0)) throw Failure(kUsageError, "--focus: the distance is not above 0");
+  return {{x, y, z}, radius};
 }
 
 Size sizeOf(const std::string& text) {
@@ -67,6 +87,7 @@ ExitCode drawFile(ThumbOptions& options, const Common& common) {
       throw Failure(kUsageError, "--range '" + options.range + "' is no range such as 0:2.5");
     }
   }
+  if (!options.focus.empty()) style.focus = focusOf(options.focus);
   const bool toStandardOutput = options.output == "-";
   if (toStandardOutput && terminalWidth() != 0) {
     throw Failure(kUsageError,
@@ -108,6 +129,8 @@ Command addThumb(CLI::App& program, const Common& common) {
                   "iso, front, back, left, right, top, bottom, or degrees around z from the front "
                   "and above the horizon, such as 30,20")
       ->type_name("VIEW");
+  app->add_option("--focus", options->focus, "a detail: what is within a distance of a point")
+      ->type_name("X,Y,Z,DISTANCE");
   app->add_option("--size", options->size, "width and height in pixels (1200x900)")
       ->type_name("WxH");
   app->add_flag("--edges", options->hasEdges, "draw the edges of the elements");

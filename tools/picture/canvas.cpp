@@ -28,15 +28,23 @@ Color colorOf(const Paint& paint, float value) {
 }
 
 /// The light of a surface. Mild, so that colors still agree with those of the legend.
-Color lit(Color color, Vector normal) {
+struct Light {
+  float diffuse;
+  float highlight;
+};
+
+Light lightOf(Vector normal) {
   static const Vector lamp = normalized({-0.25F, 0.42F, 0.87F});
   static const Vector halfway = normalized(lamp + Vector{0, 0, 1});
-  const Vector facing = normal.z < 0 ? normal * -1 : normal;
-  const float diffuse = std::max(0.0F, dot(facing, lamp));
+  const Vector facing = normalized(normal.z < 0 ? normal * -1 : normal);
   const float glance = std::max(0.0F, dot(facing, halfway));
   const float squared = glance * glance * glance * glance;
-  const float highlight = 0.10F * squared * squared * squared * squared;  // to the 16th
-  return mixed(scaled(color, 0.58F + 0.46F * diffuse), {255, 255, 255}, highlight);
+  const float toThe16th = squared * squared * squared * squared;
+  return {0.58F + 0.46F * std::max(0.0F, dot(facing, lamp)), 0.1F * toThe16th};
+}
+
+Color lit(Color color, Light light) {
+  return mixed(scaled(color, light.diffuse), {255, 255, 255}, light.highlight);
 }
 
 /// The pixels from a to b whose centres may be between them.
@@ -69,6 +77,9 @@ void Canvas::triangle(const Corner& a, const Corner& b, const Corner& c, const P
   };
   const float whole = twiceArea(c.place.x, c.place.y, a.place, b.place);
   if (!(std::abs(whole) > 0)) return;  // seen from its edge, or not a number
+  const Light lightOfA = lightOf(a.normal);
+  const Light lightOfB = lightOf(b.normal);
+  const Light lightOfC = lightOf(c.normal);
   const auto [minX, maxX] = std::minmax({a.place.x, b.place.x, c.place.x});
   const auto [minY, maxY] = std::minmax({a.place.y, b.place.y, c.place.y});
   const auto [left, right] = pixelRange(minX - 0.5F, maxX - 0.5F, size_.width);
@@ -83,9 +94,11 @@ void Canvas::triangle(const Corner& a, const Corner& b, const Corner& c, const P
       if (ofA < 0 || ofB < 0 || ofC < 0) continue;
       const float depth = a.place.z * ofA + b.place.z * ofB + c.place.z * ofC;
       if (depth < depths_[index(x, y)]) continue;
-      const Vector normal = normalized(a.normal * ofA + b.normal * ofB + c.normal * ofC);
       const float value = a.value * ofA + b.value * ofB + c.value * ofC;
-      put(x, y, depth, lit(colorOf(paint, value), normal));
+      const Light light{
+          lightOfA.diffuse * ofA + lightOfB.diffuse * ofB + lightOfC.diffuse * ofC,
+          lightOfA.highlight * ofA + lightOfB.highlight * ofB + lightOfC.highlight * ofC};
+      put(x, y, depth, lit(colorOf(paint, value), light));
     }
   }
 }
@@ -125,7 +138,7 @@ void Canvas::ball(const Corner& centre, float radius, float pixelDepth, const Pa
       const float square = 1 - dx * dx - dy * dy;
       if (square < 0) continue;
       const float height = std::sqrt(square);
-      put(x, y, at.z + height * radius * pixelDepth, lit(color, {dx, dy, height}));
+      put(x, y, at.z + height * radius * pixelDepth, lit(color, lightOf({dx, dy, height})));
     }
   }
 }

@@ -15,7 +15,7 @@ inline constexpr float kEmpty = -std::numeric_limits<float>::infinity();
 /// it is nearer to the viewer.
 struct Corner {
   Vector place;
-  Vector normal;    ///< in view space, either side
+  Vector normal;    ///< in view space, of either side; lights the corner
   float value = 0;  ///< place in the color map; ignored where a color is given
 };
 

@@ -29,25 +29,7 @@ constexpr std::array<Color, 8> kDistinct{{{116, 154, 196},
                                           {142, 196, 208},
                                           {184, 156, 132}}};
 
-std::uint8_t channel(float value) {
-  return static_cast<std::uint8_t>(std::clamp(value + 0.5F, 0.0F, 255.0F));
-}
-
 }  // namespace
-
-Color scaled(Color color, float factor) {
-  return {channel(static_cast<float>(color.red) * factor),
-          channel(static_cast<float>(color.green) * factor),
-          channel(static_cast<float>(color.blue) * factor)};
-}
-
-Color mixed(Color first, Color second, float part) {
-  const auto mix = [part](std::uint8_t from, std::uint8_t to) {
-    return channel(static_cast<float>(from) +
-                   (static_cast<float>(to) - static_cast<float>(from)) * part);
-  };
-  return {mix(first.red, second.red), mix(first.green, second.green), mix(first.blue, second.blue)};
-}
 
 Color mapColor(float place) {
   const float at = std::clamp(place, 0.0F, 1.0F) * static_cast<float>(kViridis.size() - 1);

@@ -146,9 +146,11 @@ StepChoice Coloring::chooseStep() const {
         contents_.variables[static_cast<std::size_t>(candidates_.front())];
     if (variable.timeset >= 0) {
       take(variable.timeset, variable.steps);
-      std::int32_t step = 0;
-      check(morvex_get_geometry_step(file_.handle(), candidates_.front(), chosen.step, &step));
-      (variable.on_particles != 0 ? chosen.particleStep : chosen.geometryStep) = step;
+      const bool onParticles = variable.on_particles != 0;
+      if ((onParticles ? particles : model).change == MORVEX_CONNECTIVITY_CHANGES) {
+        (onParticles ? chosen.particleStep : chosen.geometryStep) =
+            stateOf(candidates_.front(), chosen.step);
+      }
     }
   }
   if (timeset < 0 && model.timeset >= 0) {
@@ -169,6 +171,12 @@ StepChoice Coloring::chooseStep() const {
     }
   }
   return chosen;
+}
+
+int Coloring::stateOf(int variable, int step) const {
+  std::int32_t state = 0;
+  check(morvex_get_geometry_step(file_.handle(), variable, step, &state));
+  return state;
 }
 
 int Coloring::variableStep(int variable, const Scene& scene) const {
@@ -205,6 +213,12 @@ void Coloring::readValues(int variable, Scene& scene, int geometryStep) const {
   morvex_request of = variableRequest(variable, variableStep(variable, scene));
   of.component = componentOf(facts);
   of.layout = MORVEX_INTERLEAVED;
+  // The elements of another step have other numbers.
+  if (facts.on_particles == 0 && contents_.summary.model.change == MORVEX_CONNECTIVITY_CHANGES &&
+      stateOf(variable, of.step) != geometryStep) {
+    for (DrawnPart& part : scene.parts) part.values.clear();
+    return;
+  }
   const int components = of.component == MORVEX_ALL_COMPONENTS ? facts.components : 1;
 
   struct Piece {

@@ -41,6 +41,8 @@ class Coloring {
 
  private:
   [[nodiscard]] int stepOf(int timeset, std::uint64_t count) const;
+  /// The step of a geometry whose connectivity changes that has a variable's values.
+  [[nodiscard]] int stateOf(int variable, int step) const;
   [[nodiscard]] int variableStep(int variable, const Scene& scene) const;
   [[nodiscard]] int componentOf(const morvex_variable& variable) const;
   void readValues(int variable, Scene& scene, int geometryStep) const;

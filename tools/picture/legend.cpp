@@ -2,22 +2,38 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <utility>
+
+#include "common/text_table.hpp"
 
 namespace morvex::picture {
 namespace {
 
-/// Four digits: what a reader takes from a legend.
-std::string tickText(float value) {
-  std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), "%.4g", static_cast<double>(value));
-  return text.data();
+/// As many digits as tell apart the ticks of a legend with that span.
+std::string tickText(float value, float span) {
+  std::array<char, 64> text{};
+  const double exponent = span > 0 ? std::floor(std::log10(static_cast<double>(span))) : 0;
+  constexpr double kMostDecimals = 6;
+  const double magnitude = std::abs(static_cast<double>(value));
+  if (span <= 0 || exponent < 3 - kMostDecimals || magnitude >= 1e6) {
+    std::snprintf(text.data(), text.size(), "%.4g", static_cast<double>(value));
+    return text.data();
+  }
+  const int decimals = static_cast<int>(std::max(0.0, 3 - exponent));
+  std::snprintf(text.data(), text.size(), "%.*f", decimals, static_cast<double>(value));
+  std::string shown = text.data();
+  if (decimals > 0) {
+    shown.erase(shown.find_last_not_of('0') + 1);
+    if (shown.ends_with('.')) shown.pop_back();
+  }
+  return shown == "-0" ? "0" : shown;
 }
 
 std::vector<std::string> footLines(const Scene& scene) {
   if (!scene.isTimed) return {};
-  return {"step " + std::to_string(scene.step), "time " + tickText(scene.time)};
+  return {"step " + std::to_string(scene.step), "time " + tools::numberText(scene.time)};
 }
 
 /// Draws downwards from a place, line by line.
@@ -56,7 +72,8 @@ class Column {
       // Inside of the bar: beside it, a tick would look like a minus.
       image_.line({x - text_ * 0.4F, y}, {x, y}, std::max(1.0F, text_ / 10), {255, 255, 255});
       const float value = range.first + (range.second - range.first) * part;
-      drawText(image_, {x + text_ * 0.8F, y + text_ / 2}, text_, kInk, tickText(value));
+      drawText(image_, {x + text_ * 0.8F, y + text_ / 2}, text_, kInk,
+               tickText(value, range.second - range.first));
     }
     at_.y += text_ / 2 + height + lineHeight();
   }
@@ -138,9 +155,11 @@ Layout layoutOf(const Scene& scene, const Style& style) {
   const float text = std::min(height / 62, width / 80);
   if (style.isPlain || text < kReadable) return layout;
   layout.text = text;
-  float legend = text * (scene.variable.empty() ? 20 : 9);
-  if (!scene.variable.empty()) {
-    legend = std::max(legend, std::min(textWidth(scene.variable, text), text * 16));
+  float legend = text * 9;  // at least as wide as a number beside the color bar
+  const auto widen = [&](float needed) { legend = std::max(legend, std::min(needed, text * 18)); };
+  widen(textWidth(scene.variable, text));
+  if (scene.variable.empty()) {
+    for (const DrawnPart& part : scene.parts) widen(textWidth(part.name, text) + text * 2);
   }
   layout.legend = width - legend - text * 2;
   layout.otherCorner.x = layout.legend - text * 2;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <tuple>
 
 #include "picture/canvas.hpp"
 #include "picture/legend.hpp"
@@ -123,7 +124,7 @@ class PartPainter {
   /// elements on the sides of solids, and of the two sides of a thin sheet the one with the material
   /// behind it.
   [[nodiscard]] float setBack(std::size_t face) const {
-    const float step = 1e-4F * length(scene_.box.extent());
+    const float step = 1e-3F * length(scene_.box.extent());
     const bool isSeenFromBehind = (normals_[face].z > 0) == scene_.isFlow;
     return (face < part_.surface.outerFaces ? 2 * step : 0) + (isSeenFromBehind ? step : 0);
   }
@@ -138,10 +139,19 @@ class PartPainter {
       made.normal = normalAt(node, normals_[face]);
       return made;
     };
-    const Corner first = lit(nodes[0]);
-    Corner second = lit(nodes[1]);
+    // From a corner that is chosen by its place: where two sides of a thin sheet have the same nodes in
+    // opposite order, bent faces are split along the same diagonals.
+    const auto before = [&](std::uint32_t a, std::uint32_t b) {
+      const Vector& p = part_.nodes[a];
+      const Vector& q = part_.nodes[b];
+      return std::tie(p.x, p.y, p.z) < std::tie(q.x, q.y, q.z);
+    };
+    const auto start =
+        static_cast<std::size_t>(std::ranges::min_element(nodes, before) - nodes.begin());
+    const Corner first = lit(nodes[start]);
+    Corner second = lit(nodes[(start + 1) % nodes.size()]);
     for (std::size_t i = 2; i < nodes.size(); ++i) {
-      const Corner third = lit(nodes[i]);
+      const Corner third = lit(nodes[(start + i) % nodes.size()]);
       canvas_.triangle(first, second, third, paint_);
       second = third;
     }
@@ -186,6 +196,22 @@ Box turnedBox(const Scene& scene, const View& view) {
   return box;
 }
 
+/// Of a detail, what is around it reaches beyond the area for the model.
+void clearBeside(Image& image, const Layout& layout) {
+  const auto right = static_cast<int>(layout.otherCorner.x);
+  for (int y = 0; y < image.size().height; ++y) {
+    for (int x = right; x < image.size().width; ++x) image.set(x, y, {}, 0);
+  }
+}
+
+Box focusBox(const Focus& focus, const View& view) {
+  const Vector half{focus.radius, focus.radius, focus.radius};
+  Box box;
+  box.add(view.turned(focus.centre) - half);
+  box.add(view.turned(focus.centre) + half);
+  return box;
+}
+
 }  // namespace
 
 Image render(const Scene& scene, const Style& style) {
@@ -195,7 +221,8 @@ Image render(const Scene& scene, const Style& style) {
   const auto sampled = [samples](Place place) {
     return Place{place.x * static_cast<float>(samples), place.y * static_cast<float>(samples)};
   };
-  view.fit(turnedBox(scene, view), sampled(layout.corner), sampled(layout.otherCorner));
+  const Box shown = style.focus ? focusBox(*style.focus, view) : turnedBox(scene, view);
+  view.fit(shown, sampled(layout.corner), sampled(layout.otherCorner));
   Canvas canvas({style.size.width * samples, style.size.height * samples});
   // A line is as wide as it would be in print, whatever the picture's size.
   const float unit =
@@ -215,6 +242,7 @@ Image render(const Scene& scene, const Style& style) {
   }
   Image image = canvas.reduced(samples);
   if (!style.isPlain) {
+    if (style.focus) clearBeside(image, layout);
     image.fillBackground({255, 255, 255}, {226, 231, 238});
     decorate(image, scene, style, view, layout);
   }
