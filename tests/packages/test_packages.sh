@@ -17,8 +17,8 @@ fail() {
 ((EUID == 0)) || fail "a Debian of its own can be made by root alone"
 inside() { chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 "$@"; }
 apt() {
-  inside DEBIAN_FRONTEND=noninteractive apt-get -q -y --no-install-recommends "$@" >"$scratch/apt.log" ||
-    fail "apt-get $*: $(tail -5 "$scratch/apt.log")"
+  inside DEBIAN_FRONTEND=noninteractive apt-get -q -y --no-install-recommends "$@" \
+    >"$scratch/apt.log" 2>&1 || fail "apt-get $*: $(tail -5 "$scratch/apt.log")"
 }
 install_all() { apt install "${@/#//packages/}"; }
 
@@ -86,7 +86,7 @@ inside python3 -c "
 import morvex
 with morvex.open('/work/crash.mvx') as case:
     assert case.parts['tube'].coordinates(-1).shape[1] == 3, case
-    assert 'block' in case['stress'].read(step=-1)"
+    assert case['stress'].read(step=-1)['block'].size > 0"
 apt install python3-vtk9
 install_all $(ls morvex-paraview_*.deb)
 inside python3 -c "
