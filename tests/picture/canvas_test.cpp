@@ -1,4 +1,4 @@
-// What is drawn covers the right pixels, in the right order and color.
+// What is drawn covers the right pixels, in the right order and colour.
 #include "picture/canvas.hpp"
 
 #include <gtest/gtest.h>

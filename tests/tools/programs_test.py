@@ -222,6 +222,8 @@ class Thumb(TestCase):
                 (USAGE, "range such as", ["--range", "2:1"]), (USAGE, "distance", ["--focus", "1,2,3"]),
                 (USAGE, "one step", ["--step", "0,1"]),
                 (USAGE, "has no component 'w'", ["--variable", "displacement", "--component", "w"]),
+                (USAGE, "nothing that is drawn has values of 'fragment_speed'",
+                 ["--variable", "fragment_speed", "--part", "tube"]),
                 (USAGE, "is a constant", ["--variable", "crush_force"])):
             result = self.expect(code, "morvex", "thumb", SAMPLE, "-o", place, *options)
             self.assertRegex(result.stderr, rf"^morvex: [^\n]*{re.escape(hint)}[^\n]*\n$")

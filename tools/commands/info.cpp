@@ -236,7 +236,7 @@ Info readInfo(const std::string& path, const File& file, const Selection& select
   for (int i = 0; i < static_cast<int>(contents.variables.size()); ++i) {
     if (!choice.hasVariable(i)) continue;
     const morvex_variable& variable = contents.variables[static_cast<std::size_t>(i)];
-    auto& shown = info.variables.emplace_back(i, variable, std::vector<float>());
+    Info::Variable& shown = info.variables.emplace_back(Info::Variable{i, variable, {}});
     if (variable.is_constant == 0) continue;
     attempt(std::string("constant ") + variable.name, [&] {
       for (int step = 0; step < static_cast<int>(variable.steps); ++step) {
@@ -265,7 +265,7 @@ Command addInfo(CLI::App& program, const Common& common) {
   addSelection(*app, options->selection);
   addJson(*app, options->asJson);
   app->add_flag("--picture", options->hasPicture,
-                "a small picture of the model as well, on terminals with 24-bit colors");
+                "a small picture of the model as well, on terminals with 24-bit colours");
   return {app, [options, &common] {
             return forEachFile(options->files, [&](const std::string& path) {
               return showFile(path, *options, common);

@@ -39,6 +39,7 @@ std::optional<std::pair<T, T>> pairOf(std::string_view text, char separator) {
   return numbers;
 }
 
+/// x, y, z and a distance, with commas between them.
 picture::Focus focusOf(const std::string& text) {
   std::array<float, 4> numbers{};
   const char* at = text.data();
@@ -58,6 +59,7 @@ picture::Focus focusOf(const std::string& text) {
 }
 
 Size sizeOf(const std::string& text) {
+  // From an icon to a poster; more would be a mistake of typing and much memory.
   constexpr int kLeast = 16;
   constexpr int kMost = 16384;
   const auto fitting = [](int side) { return side >= kLeast && side <= kMost; };
@@ -93,11 +95,13 @@ ExitCode drawFile(ThumbOptions& options, const Common& common) {
     throw Failure(kUsageError,
                   "a terminal can't show a PNG file; `morvex info --picture` draws there");
   }
+  // The name says which file a picture in a report was made from; the folder stays private.
   style.title = options.file.substr(options.file.rfind('/') + 1);
   // Before the work, so that a place that is taken costs no time.
   std::unique_ptr<NewFile> place;
   if (!toStandardOutput) place = std::make_unique<NewFile>(options.output, options.mayReplace);
   const File file = openFile(options.file, common.open);
+  // Complete in memory: a failure leaves no half of a picture in a pipe.
   const std::string png =
       pngOf(picture::render(picture::readScene(options.file, file, options.wish), style));
   if (toStandardOutput) {
@@ -122,8 +126,8 @@ Command addThumb(CLI::App& program, const Common& common) {
   app->add_option("--component", options->wish.component,
                   "of the variable: its name, its number from 0, or magnitude")
       ->type_name("NAME");
-  app->add_flag("--by-part", options->wish.byPart, "a color for each part, no variable");
-  app->add_option("--range", options->range, "values at the ends of the color map")
+  app->add_flag("--by-part", options->wish.byPart, "a colour for each part, no variable");
+  app->add_option("--range", options->range, "values at the ends of the colour map")
       ->type_name("LEAST:MOST");
   app->add_option("--view", options->view,
                   "iso, front, back, left, right, top, bottom, or degrees around z from the front "

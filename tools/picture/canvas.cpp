@@ -7,7 +7,7 @@
 namespace morvex::picture {
 namespace {
 
-/// The color map, tabled: a look-up for each pixel.
+/// The colour map, tabled: a look-up for each pixel.
 constexpr std::size_t kMapSteps = 1024;
 const std::array<Color, kMapSteps>& mapTable() {
   static const auto table = [] {
@@ -24,10 +24,10 @@ Color colorOf(const Paint& paint, float value) {
   if (!paint.isMapped) return paint.color;
   if (std::isnan(value)) return kMissing;
   const float place = std::clamp(value, 0.0F, 1.0F) * static_cast<float>(kMapSteps - 1);
-  return mapTable()[static_cast<std::size_t>(place + 0.5F)];
+  return mapTable()[static_cast<std::size_t>(place)];
 }
 
-/// The light of a surface. Mild, so that colors still agree with those of the legend.
+/// The light of a surface. Mild, so that colours still agree with those of the legend.
 struct Light {
   float diffuse;
   float highlight;
@@ -38,6 +38,7 @@ Light lightOf(Vector normal) {
   static const Vector halfway = normalized(lamp + Vector{0, 0, 1});
   const Vector facing = normalized(normal.z < 0 ? normal * -1 : normal);
   const float glance = std::max(0.0F, dot(facing, halfway));
+  // Powers by multiplication: a call of pow for each corner is noticed in large models.
   const float squared = glance * glance * glance * glance;
   const float toThe16th = squared * squared * squared * squared;
   return {0.58F + 0.46F * std::max(0.0F, dot(facing, lamp)), 0.1F * toThe16th};
@@ -66,6 +67,7 @@ Canvas::Canvas(Size size)
 
 void Canvas::put(int x, int y, float depth, Color color) {
   const std::size_t at = index(x, y);
+  // What comes later wins in one place, so that edges and balls lie on faces.
   if (depth < depths_[at]) return;
   depths_[at] = depth;
   colors_[at] = color;
@@ -75,6 +77,7 @@ void Canvas::triangle(const Corner& a, const Corner& b, const Corner& c, const P
   const auto twiceArea = [](float px, float py, Vector from, Vector to) {
     return (to.x - from.x) * (py - from.y) - (to.y - from.y) * (px - from.x);
   };
+  // Of either sign: faces are seen from both sides. The quotients below are then positive inside.
   const float whole = twiceArea(c.place.x, c.place.y, a.place, b.place);
   if (!(std::abs(whole) > 0)) return;  // seen from its edge, or not a number
   const Light lightOfA = lightOf(a.normal);
@@ -88,9 +91,11 @@ void Canvas::triangle(const Corner& a, const Corner& b, const Corner& c, const P
     for (int x = left; x <= right; ++x) {
       const float px = static_cast<float>(x) + 0.5F;
       const float py = static_cast<float>(y) + 0.5F;
+      // Barycentric coordinates of the pixel's centre: what each corner contributes.
       const float ofA = twiceArea(px, py, b.place, c.place) / whole;
       const float ofB = twiceArea(px, py, c.place, a.place) / whole;
       const float ofC = twiceArea(px, py, a.place, b.place) / whole;
+      // Neighbours both cover the border between them, so that none is left open.
       if (ofA < 0 || ofB < 0 || ofC < 0) continue;
       const float depth = a.place.z * ofA + b.place.z * ofB + c.place.z * ofC;
       if (depth < depths_[index(x, y)]) continue;
@@ -110,13 +115,14 @@ void Canvas::line(const Corner& a, const Corner& b, float width, const Paint& pa
   const float reach = width / 2;
   const auto [minX, maxX] = std::minmax(a.place.x, b.place.x);
   const auto [minY, maxY] = std::minmax(a.place.y, b.place.y);
-  if (!std::isfinite(square)) return;
+  if (!std::isfinite(square)) return;  // coordinates of damaged files may be anything
   const auto [left, right] = pixelRange(minX - reach - 0.5F, maxX + reach, size_.width);
   const auto [top, bottom] = pixelRange(minY - reach - 0.5F, maxY + reach, size_.height);
   for (int y = top; y <= bottom; ++y) {
     for (int x = left; x <= right; ++x) {
       const float px = static_cast<float>(x) + 0.5F - a.place.x;
       const float py = static_cast<float>(y) + 0.5F - a.place.y;
+      // The nearest place of the line, from 0 to 1; a line without length is a dot.
       const float along = square > 0 ? std::clamp((px * dx + py * dy) / square, 0.0F, 1.0F) : 0.0F;
       if (std::hypot(px - along * dx, py - along * dy) > reach) continue;
       put(x, y, a.place.z + along * (b.place.z - a.place.z),
@@ -137,7 +143,7 @@ void Canvas::ball(const Corner& centre, float radius, float pixelDepth, const Pa
       const float dy = (at.y - static_cast<float>(y) - 0.5F) / radius;
       const float square = 1 - dx * dx - dy * dy;
       if (square < 0) continue;
-      const float height = std::sqrt(square);
+      const float height = std::sqrt(square);  // towards the viewer, of a radius of 1
       put(x, y, at.z + height * radius * pixelDepth, lit(color, lightOf({dx, dy, height})));
     }
   }
@@ -146,6 +152,7 @@ void Canvas::ball(const Corner& centre, float radius, float pixelDepth, const Pa
 void Canvas::darkenFolds(int reach, float fullDepth) {
   constexpr std::array<std::array<int, 2>, 4> kWays{{{1, 0}, {0, 1}, {1, 1}, {1, -1}}};
   constexpr float kDarkest = 0.45F;
+  // Beside the model there is nothing that could cast a shadow.
   const auto isInside = [&](int x, int y) {
     return x >= 0 && y >= 0 && x < size_.width && y < size_.height && depth(x, y) != kEmpty;
   };
@@ -175,6 +182,7 @@ Image Canvas::reduced(int factor) const {
   const auto samples = static_cast<float>(factor * factor);
   for (int y = 0; y < image.size().height; ++y) {
     for (int x = 0; x < image.size().width; ++x) {
+      // Empty samples count in the coverage alone: they have no colour to mix in.
       std::array<int, 3> sums{};
       int covered = 0;
       for (int i = 0; i < factor * factor; ++i) {

@@ -11,18 +11,19 @@ namespace morvex::picture {
 /// Depth of a pixel where nothing was drawn.
 inline constexpr float kEmpty = -std::numeric_limits<float>::infinity();
 
-/// A corner of what is drawn. The place is in pixels of the canvas with y downwards; z is larger where
-/// it is nearer to the viewer.
+/// A corner of what is drawn. The place is in pixels of the canvas with y downwards; z is larger
+/// where it is nearer to the viewer.
 struct Corner {
   Vector place;
   Vector normal;    ///< in view space, of either side; lights the corner
-  float value = 0;  ///< place in the color map; ignored where a color is given
+  float value = 0;  ///< place in the colour map; ignored where a colour is given
 };
 
-/// Where a drawn thing has its color from.
+/// Where a drawn thing has its colour from.
 struct Paint {
-  bool isMapped = false;  ///< by the color map, from the values; kMissing where they are no numbers
-  Color color;            ///< else
+  bool isMapped =
+      false;    ///< by the colour map, from the values; kMissing where they are no numbers
+  Color color;  ///< else
 };
 
 /// The image while it is drawn, with the depth of each pixel: what is nearer hides the rest. It has

@@ -6,8 +6,8 @@
 namespace morvex::picture {
 namespace {
 
-/// Ten equidistant colors of "viridis", by Stefan van der Walt and Nathaniel Smith, dedicated to the
-/// public domain (CC0): equal steps look equal, also in grey and to colour-blind readers.
+/// Ten equidistant colours of "viridis", by Stefan van der Walt and Nathaniel Smith, dedicated to
+/// the public domain (CC0): equal steps look equal, also in grey and to colour-blind readers.
 constexpr std::array<Color, 10> kViridis{{{0x44, 0x01, 0x54},
                                           {0x48, 0x28, 0x78},
                                           {0x3e, 0x4a, 0x89},

@@ -28,7 +28,7 @@ inline constexpr Color kInk{38, 42, 48};         ///< of text, frames and elemen
           channel(static_cast<float>(color.blue) * factor)};
 }
 
-/// `part` of 0 is the first color, 1 the second.
+/// `part` of 0 is the first colour, 1 the second.
 [[nodiscard]] inline Color mixed(Color first, Color second, float part) {
   const auto mix = [part](std::uint8_t from, std::uint8_t to) {
     const auto start = static_cast<float>(from);
@@ -37,10 +37,11 @@ inline constexpr Color kInk{38, 42, 48};         ///< of text, frames and elemen
   return {mix(first.red, second.red), mix(first.green, second.green), mix(first.blue, second.blue)};
 }
 
-/// The color of a place in a range, from 0, dark violet, to 1, yellow. Others get the nearest end's.
+/// The colour of a place in a range, from 0, dark violet, to 1, yellow. Others get the nearest
+/// end's.
 [[nodiscard]] Color mapColor(float place);
 
-/// The color of a part or other thing that has a number and no value. There are 8, which repeat.
+/// The colour of a part or other thing that has a number and no value. There are 8, which repeat.
 [[nodiscard]] Color distinctColor(std::size_t number);
 
 }  // namespace morvex::picture

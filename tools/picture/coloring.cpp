@@ -18,7 +18,8 @@ constexpr float kNoValue = std::numeric_limits<float>::quiet_NaN();
 constexpr std::string_view kMagnitude = "magnitude";
 enum VariableType : int { kScalar = 1, kVector = 2, kSymmetricTensor = 3 };
 
-/// The smaller, the better the picture that a variable makes.
+/// The smaller, the better the picture that a variable makes: scalars need no choice of a
+/// component, values per node are smooth, and one half of a complex number says little.
 int rankOf(const morvex_variable& variable) {
   return 4 * (variable.is_complex != 0 ? 1 : 0) + 2 * (variable.type == kScalar ? 0 : 1) +
          (variable.location == MORVEX_PER_NODE ? 0 : 1);
@@ -78,6 +79,7 @@ Extremes extremesOf(const Scene& scene) {
 }  // namespace
 
 int nearestStep(const tools::Contents& contents, const morvex_geometry& geometry, float time) {
+  // What has no times, or never changes, has one state.
   if (geometry.timeset < 0 || geometry.steps <= 1) return 0;
   const auto& times = contents.timesets.at(static_cast<std::size_t>(geometry.timeset));
   const auto count = std::min(times.size(), static_cast<std::size_t>(geometry.steps));
@@ -109,11 +111,13 @@ Coloring::Coloring(const File& file, const tools::Contents& contents, const tool
     if (!choice.hasVariable(i) || variable.is_constant != 0 || variable.components == 0) continue;
     if (isChosen_ || variable.on_particles == 0) candidates_.push_back(i);
   }
+  // Named, and none left: the only ones without arrays are constants and unknown types.
   if (isChosen_ && candidates_.empty()) {
     throw Failure(tools::kUsageError, "the variable is a constant, without values to draw");
   }
   if (isChosen_) {
     candidates_.resize(1);  // a pattern takes its first
+    // A component that is not there is refused before anything is read.
     (void)componentOf(contents.variables[static_cast<std::size_t>(candidates_[0])]);
   }
   std::ranges::stable_sort(candidates_, {}, [&](int i) {
@@ -153,6 +157,7 @@ StepChoice Coloring::chooseStep() const {
       }
     }
   }
+  // The model's own steps serve all variables that share its times.
   if (timeset < 0 && model.timeset >= 0) {
     take(model.timeset, model.steps);
     chosen.geometryStep = chosen.step;
@@ -163,6 +168,7 @@ StepChoice Coloring::chooseStep() const {
     const morvex_variable& variable = contents_.variables[static_cast<std::size_t>(candidate)];
     if (timeset < 0 && variable.timeset >= 0) take(variable.timeset, variable.steps);
   }
+  // A file may have fewer times than steps: then no time is shown.
   if (timeset >= 0) {
     const auto& times = contents_.timesets.at(static_cast<std::size_t>(timeset));
     if (static_cast<std::size_t>(chosen.step) < times.size()) {
@@ -181,6 +187,7 @@ int Coloring::stateOf(int variable, int step) const {
 
 int Coloring::variableStep(int variable, const Scene& scene) const {
   const morvex_variable& facts = contents_.variables[static_cast<std::size_t>(variable)];
+  // Its own step is the one that the user asked for; others follow by their times.
   if (isChosen_ && facts.timeset >= 0) return scene.step;
   return nearestStep(contents_, {0, facts.timeset, facts.steps}, scene.time);
 }
@@ -199,7 +206,7 @@ int Coloring::componentOf(const morvex_variable& variable) const {
 }
 
 std::string Coloring::nameOf(const morvex_variable& variable) const {
-  const std::string name = variable.name;
+  std::string name = variable.name;
   if (variable.components <= 1) return name;
   const int component = componentOf(variable);
   if (component != MORVEX_ALL_COMPONENTS) {
@@ -221,6 +228,7 @@ void Coloring::readValues(int variable, Scene& scene, int geometryStep) const {
   }
   const int components = of.component == MORVEX_ALL_COMPONENTS ? facts.components : 1;
 
+  /// An array as the file has it, on its way to a part's values.
   struct Piece {
     std::vector<float>* target;
     std::size_t first;  ///< place of its values in the target
@@ -231,7 +239,7 @@ void Coloring::readValues(int variable, Scene& scene, int geometryStep) const {
   const auto ask = [&](std::vector<float>& target, std::size_t first) {
     std::uint64_t count = 0;
     const morvex_code code = morvex_get_size(file_.handle(), &of, &count, nullptr);
-    if (code == MORVEX_NOT_DEFINED) return;
+    if (code == MORVEX_NOT_DEFINED) return;  // the values stay missing, and grey
     check(code);
     pieces.push_back({&target, first, {}});
     requests.push_back(of);
@@ -252,6 +260,7 @@ void Coloring::readValues(int variable, Scene& scene, int geometryStep) const {
       ask(part.values, 0);
       continue;
     }
+    // The cells of a part are in the order of their types; values come type by type.
     std::size_t cells = 0;
     std::vector<std::pair<int, std::size_t>> drawn;
     for (int type = 0; type < MORVEX_ELEMENT_TYPES; ++type) {
@@ -268,11 +277,13 @@ void Coloring::readValues(int variable, Scene& scene, int geometryStep) const {
       ask(part.values, first);
     }
   }
+  // Added when all are known: a vector that grows would move the targets.
   Batch batch(file_);
   for (std::size_t i = 0; i < pieces.size(); ++i) batch.add(requests[i], pieces[i].values);
   batch.read();
   for (const Piece& piece : pieces) {
     const std::vector<float> reduced = reducedValues(piece.values, components);
+    // A damaged file may have more values than nodes or elements.
     const std::size_t room = piece.target->size() - piece.first;
     std::copy_n(reduced.begin(), std::min(room, reduced.size()),
                 piece.target->begin() + static_cast<std::ptrdiff_t>(piece.first));
@@ -284,11 +295,15 @@ void Coloring::apply(Scene& scene, int geometryStep) const {
     readValues(variable, scene, geometryStep);
     const Extremes extremes = extremesOf(scene);
     const auto [least, most] = extremes.range;
-    // Values that don't vary tell less than the parts' own colors.
+    // Values that don't vary tell less than the parts' own colours.
     if (!isChosen_ && !(least < most)) continue;
     scene.variable = nameOf(contents_.variables[static_cast<std::size_t>(variable)]);
+    if (!(least <= most)) {
+      throw Failure(tools::kUsageError,
+                    "nothing that is drawn has values of '" + scene.variable + "' at this step");
+    }
     scene.hasMissing = extremes.hasMissing;
-    scene.range = wish_.range.value_or(least <= most ? extremes.range : std::pair(0.0F, 0.0F));
+    scene.range = wish_.range.value_or(extremes.range);
     return;
   }
 }

@@ -36,7 +36,8 @@ class Coloring {
   /// The step of the selection, the last one without any. Failure kUsageError.
   [[nodiscard]] StepChoice chooseStep() const;
 
-  /// Reads values for the parts and particles that are there. Error.
+  /// Reads values for the parts and particles that are there. Error; Failure kUsageError if the
+  /// variable that the user names has none.
   void apply(Scene& scene, int geometryStep) const;
 
  private:

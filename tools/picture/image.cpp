@@ -17,6 +17,7 @@ void Image::blend(int x, int y, Color color, float opacity) {
   if (x < 0 || y < 0 || x >= size_.width || y >= size_.height || opacity <= 0) return;
   const std::size_t at = index(x, y);
   const float before = coverage_[at] * (1 - opacity);
+  // The colour is that of the covered share alone; a background may come later.
   coverage_[at] = before + opacity;
   colors_[at] = mixed(colors_[at], color, opacity / coverage_[at]);
 }
@@ -31,7 +32,7 @@ void Image::line(Place from, Place to, float width, Color color) {
   const float dx = to.x - from.x;
   const float dy = to.y - from.y;
   const float square = dx * dx + dy * dy;
-  const float reach = width / 2 + 1;
+  const float reach = width / 2 + 1;  // the smoothed border is one pixel wide
   const auto first = [reach](float a, float b) {
     return static_cast<int>(std::floor(std::min(a, b) - reach));
   };
@@ -43,6 +44,7 @@ void Image::line(Place from, Place to, float width, Color color) {
       const float px = static_cast<float>(x) + 0.5F - from.x;
       const float py = static_cast<float>(y) + 0.5F - from.y;
       const float along = square > 0 ? std::clamp((px * dx + py * dy) / square, 0.0F, 1.0F) : 0.0F;
+      // Coverage of a pixel by its distance from the line's border: no samples are needed.
       const float distance = std::hypot(px - along * dx, py - along * dy);
       blend(x, y, color, std::clamp(width / 2 + 0.5F - distance, 0.0F, 1.0F));
     }
@@ -72,6 +74,7 @@ std::string pngOf(const Image& image) {
       }
     }
   }
+  // The simplified interface reports failures by return: no jumps out of the library.
   png_image header{};
   header.version = PNG_IMAGE_VERSION;
   header.width = static_cast<png_uint_32>(size.width);
@@ -91,6 +94,7 @@ std::string halfBlocksOf(const Image& image) {
     return std::string("\x1b[") + kind + ";2;" + std::to_string(color.red) + ";" +
            std::to_string(color.green) + ";" + std::to_string(color.blue) + "m";
   };
+  // A terminal has no half-covered pixels.
   constexpr float kSeen = 0.5F;
   const Size size = image.size();
   std::string text;
@@ -98,6 +102,7 @@ std::string halfBlocksOf(const Image& image) {
     for (int x = 0; x < size.width; ++x) {
       const bool upper = image.coverage(x, y) >= kSeen;
       const bool lower = y + 1 < size.height && image.coverage(x, y + 1) >= kSeen;
+      // An upper half block has its own colour above and the background's below.
       text += "\x1b[0m";
       if (upper && lower) text += code("48", image.color(x, y + 1));
       if (upper) text += code("38", image.color(x, y)) + "\u2580";

@@ -21,8 +21,8 @@ struct Place {
   float y = 0;
 };
 
-/// A picture, row by row from the top. Coverage is 0 where nothing was drawn and 1 where no background
-/// shows through.
+/// A picture, row by row from the top. Coverage is 0 where nothing was drawn and 1 where no
+/// background shows through.
 class Image {
  public:
   explicit Image(Size size)
@@ -56,8 +56,8 @@ class Image {
   std::vector<float> coverage_;
 };
 
-/// Text of one line in a built-in face of strokes; characters other than printable ASCII are shown as
-/// '?'. `height` is that of a capital letter in pixels, `at` the left end of the baseline.
+/// Text of one line in a built-in face of strokes; characters other than printable ASCII are shown
+/// as '?'. `height` is that of a capital letter in pixels, `at` the left end of the baseline.
 void drawText(Image& image, Place at, float height, Color color, std::string_view text);
 /// Pixels that a text takes in the width.
 [[nodiscard]] float textWidth(std::string_view text, float height);

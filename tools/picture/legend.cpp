@@ -46,7 +46,7 @@ class Column {
     drawText(image_, {at_.x, at_.y + text_}, text_, kInk, fittingText(text, text_, width_));
     at_.y += lineHeight();
   }
-  /// A field of color and what it means.
+  /// A field of colour and what it means.
   void entry(Color color, std::string_view text) {
     const int side = static_cast<int>(text_ * 1.2F);
     const float indent = text_ * 2;
@@ -61,6 +61,7 @@ class Column {
     const int left = static_cast<int>(at_.x);
     const int top = static_cast<int>(at_.y + text_ / 2);
     const int rows = static_cast<int>(height);
+    // Row by row, with the largest value on top.
     for (int row = 0; row < rows; ++row) {
       const float place = 1 - (static_cast<float>(row) + 0.5F) / static_cast<float>(rows);
       image_.fill(left, top + row, {width, 1}, mapColor(place));
@@ -99,7 +100,7 @@ void drawLegend(Image& image, const Scene& scene, const Layout& layout) {
     for (const std::string& line : footLines(scene)) column.line(line);
     return;
   }
-  constexpr std::size_t kMostParts = 16;
+  constexpr std::size_t kMostParts = 16;  // what fits beside the model at any size
   Column column(image, {layout.legend, height * 0.12F}, layout.text, width);
   for (std::size_t i = 0; i < std::min(kMostParts, scene.parts.size()); ++i) {
     const DrawnPart& part = scene.parts[i];
@@ -127,6 +128,7 @@ void drawAxes(Image& image, const View& view, float text) {
                             {view.turned({0, 0, 1}), {52, 98, 190}, "z"}}};
   std::ranges::sort(axes, {}, [](const Axis& axis) { return axis.tip.z; });
   const float size = text * 3.4F;
+  // Room on the left and below for an axis and its name in any direction.
   const Place origin{text * 1.5F + size, static_cast<float>(image.size().height) - text * 2 - size};
   for (const Axis& axis : axes) {
     const auto at = [&](float part) {
@@ -152,10 +154,11 @@ Layout layoutOf(const Scene& scene, const Style& style) {
   const float margin = style.isPlain ? 0 : 0.04F * std::min(width, height);
   layout.corner = {margin, margin};
   layout.otherCorner = {width - margin, height - margin};
+  // 14 pixels in a picture of 1200 x 900: readable in a report that shows it at half the width.
   const float text = std::min(height / 62, width / 80);
   if (style.isPlain || text < kReadable) return layout;
   layout.text = text;
-  float legend = text * 9;  // at least as wide as a number beside the color bar
+  float legend = text * 9;  // at least as wide as a number beside the colour bar
   const auto widen = [&](float needed) { legend = std::max(legend, std::min(needed, text * 18)); };
   widen(textWidth(scene.variable, text));
   if (scene.variable.empty()) {

@@ -11,8 +11,8 @@
 namespace morvex::picture {
 namespace {
 
-/// Samples of a pixel in each direction: as many as 16 million pixels of the canvas allow, which take
-/// about 120 MiB.
+/// Samples of a pixel in each direction: as many as 16 million pixels of the canvas allow, which
+/// take about 120 MiB.
 int samplesFor(Size size) {
   constexpr long long kMostPixels = 16'000'000;
   const long long pixels = static_cast<long long>(size.width) * size.height;
@@ -107,7 +107,8 @@ class PartPainter {
     }
   }
 
-  /// Smooth over neighbours that are not inclined by more than 37 degrees: there the part has an edge.
+  /// Smooth over neighbours that are not inclined by more than 37 degrees: there the part has an
+  /// edge.
   [[nodiscard]] Vector normalAt(std::uint32_t node, Vector ofFace) const {
     constexpr float kRoundest = 0.8F;  // cosine of the angle
     Vector sum;
@@ -120,9 +121,9 @@ class PartPainter {
     return sum;
   }
 
-  /// How much farther a face is drawn than it is, so that of two in one place always the same is seen:
-  /// elements on the sides of solids, and of the two sides of a thin sheet the one with the material
-  /// behind it.
+  /// How much farther a face is drawn than it is, so that of two in one place always the same is
+  /// seen: elements on the sides of solids, and of the two sides of a thin sheet the one with the
+  /// material behind it.
   [[nodiscard]] float setBack(std::size_t face) const {
     const float step = 1e-3F * length(scene_.box.extent());
     const bool isSeenFromBehind = (normals_[face].z > 0) == scene_.isFlow;
@@ -139,8 +140,8 @@ class PartPainter {
       made.normal = normalAt(node, normals_[face]);
       return made;
     };
-    // From a corner that is chosen by its place: where two sides of a thin sheet have the same nodes in
-    // opposite order, bent faces are split along the same diagonals.
+    // From a corner that is chosen by its place: where two sides of a thin sheet have the same
+    // nodes in opposite order, bent faces are split along the same diagonals.
     const auto before = [&](std::uint32_t a, std::uint32_t b) {
       const Vector& p = part_.nodes[a];
       const Vector& q = part_.nodes[b];
@@ -232,7 +233,9 @@ Image render(const Scene& scene, const Style& style) {
     painter.faces();
     painter.linesAndPoints(std::max(4 * unit, 1.0F));
   }
+  // Their size says nothing about the particles: no file has it.
   paintParticles(scene, view, std::max(5 * unit, 1.0F), canvas);
+  // After the faces and before the edges, which would count as folds.
   const float modelSize = length(scene.box.extent());
   canvas.darkenFolds(std::max(1, static_cast<int>(std::lround(2 * unit))), modelSize / 150);
   if (style.hasEdges) {

@@ -52,7 +52,6 @@ class SceneReader {
   SceneReader(const std::string& path, const File& file, const Wish& wish)
       : path_(path),
         file_(file),
-        wish_(wish),
         contents_(tools::readContents(file)),
         choice_(wish.selection, file, contents_),
         coloring_(file, contents_, choice_, wish) {}
@@ -76,6 +75,7 @@ class SceneReader {
   void chooseSteps() {
     const auto& [model, particles] =
         std::pair(contents_.summary.model, contents_.summary.particles);
+    // The variable decides where the user names one; geometry follows by time.
     const StepChoice chosen = coloring_.chooseStep();
     scene_.step = chosen.step;
     scene_.time = chosen.time;
@@ -85,6 +85,7 @@ class SceneReader {
   }
 
   void readCells() {
+    // Cells first and for all parts: which nodes and values are needed depends on them.
     Batch batch(file_);
     const std::vector<morvex_part> parts = tools::readParts(file_, geometryStep_);
     for (std::size_t i = 0; i < parts.size(); ++i) {
@@ -118,6 +119,7 @@ class SceneReader {
         throw Failure(tools::kDataError,
                       path_ + ": part '" + part.drawn.name + "': " + failure.what());
       }
+      // The tables of a large model are larger than its surface by far.
       part.cells = {};
       part.facesPerPolyhedron = part.nodesPerFace = {};
     }
@@ -132,6 +134,7 @@ class SceneReader {
       outer += part.drawn.surface.outerFaces;
       flat += part.drawn.surface.faceCount() - part.drawn.surface.outerFaces;
     }
+    // By number alone: parts have nodes of their own, and coordinates of another precision.
     if (outer != flat) return;
     std::erase_if(stored_,
                   [](const StoredPart& part) { return part.drawn.surface.outerFaces != 0; });
@@ -165,6 +168,7 @@ class SceneReader {
     Box whole;
     for (const StoredPart& part : stored_) whole.add(boxOf(part.drawn));
     if (whole.empty()) return;
+    // Coordinates are quantised part by part: sides agree to a ten-thousandth of the model's size.
     const float near = 1e-4F * length(whole.extent());
     const auto isOnSide = [&](Vector p) {
       const auto isNear = [near](float a, float b) { return std::abs(a - b) <= near; };
@@ -179,6 +183,7 @@ class SceneReader {
       });
       if (!part.isWall) rest.add(boxOf(part.drawn));
     }
+    // A box without its lid is no car in a tunnel: what is left must be much smaller.
     if (rest.empty() || 2 * length(rest.extent()) >= length(whole.extent())) return;
     std::erase_if(stored_, [](const StoredPart& part) { return part.isWall; });
     scene_.isFlow = true;
@@ -186,7 +191,7 @@ class SceneReader {
 
   void readParticles() {
     if (contents_.summary.particles.change == MORVEX_ABSENT) return;
-    if (file_.particleCount(particleStep_) == 0) return;
+    if (file_.particleCount(particleStep_) == 0) return;  // there may be more at other steps
     morvex_request of = request(MORVEX_PARTICLE_COORDINATES, particleStep_);
     of.layout = MORVEX_INTERLEAVED;
     std::vector<float> coordinates;
@@ -206,10 +211,12 @@ class SceneReader {
     std::size_t inside = 0;
     for (const Vector& particle : scene_.particles) {
       scene_.box.add(particle);
+      // Inside if it does not make the box larger.
       Box with = solids;
       with.add(particle);
       inside += length(with.extent()) <= length(solids.extent()) ? 1 : 0;
     }
+    // Most of them: some that splash out of a tank change nothing.
     scene_.isInside = 2 * inside > scene_.particles.size();
     if (scene_.box.empty()) {
       throw Failure(tools::kDataError, path_ + ": nothing to draw: no elements with coordinates");
@@ -218,7 +225,6 @@ class SceneReader {
 
   const std::string& path_;
   const File& file_;
-  const Wish& wish_;
   const Contents contents_;
   const Choice choice_;
   Coloring coloring_;

@@ -15,11 +15,12 @@ namespace morvex::picture {
 struct Wish {
   tools::Selection selection;
   std::string component;  ///< a name, a number or "magnitude"; empty for the usual one
-  bool byPart = false;    ///< colors by part, whatever variables there are
-  std::optional<std::pair<float, float>> range;  ///< of the color map
+  bool byPart = false;    ///< colours by part, whatever variables there are
+  std::optional<std::pair<float, float>> range;  ///< of the colour map
 };
 
-/// A part that is drawn. Values are one for each node or one for each cell, NaN where there is none.
+/// A part that is drawn. Values are one for each node or one for each cell, NaN where there is
+/// none.
 struct DrawnPart {
   int number = 0;
   std::string name;
@@ -40,7 +41,7 @@ struct Scene {
   bool isFlow = false;
   Box box;
 
-  std::string variable;  ///< name and component; empty where colors are by part
+  std::string variable;  ///< name and component; empty where colours are by part
   std::pair<float, float> range{0, 0};
   bool hasMissing = false;  ///< some of what is drawn has no value
   int step = 0;
@@ -48,13 +49,13 @@ struct Scene {
   bool isTimed = false;  ///< step and time mean something
 };
 
-/// Reads what is drawn, by all threads of the file. Without a variable in the selection, the first
-/// that varies: scalars before vectors, values per node before values per element. Without a step the
-/// last. Where the user names no parts, these are left out:
+/// Reads what is drawn, by all threads of the file. Without a variable in the selection it is the
+/// first that varies: scalars before vectors, values per node before values per element. Without a
+/// step it is the last. Where the user names no parts, these are left out:
 /// - solids, if other parts have all of their outer faces as elements of their own;
 /// - parts that lie on the sides of the model's box, if the rest is less than half as large.
-/// Failure kUsageError for what is not there, kDataError for what can't be read or if nothing can be
-/// drawn; its text begins with `path`.
+/// Failure kUsageError for what is not there, kDataError for what can't be read or if nothing can
+/// be drawn; its text begins with `path`.
 [[nodiscard]] Scene readScene(const std::string& path, const File& file, const Wish& wish);
 
 }  // namespace morvex::picture

@@ -74,9 +74,9 @@ class Extraction {
   }
 
  private:
-  /// A face of a solid. The key is a sum over its nodes: it is the same from both sides. Two faces of
-  /// ten million get the same by chance with a probability of 1 in 400 000; the picture would lack
-  /// them.
+  /// A face of a solid. The key is a sum over its nodes: it is the same from both sides. Two faces
+  /// of ten million get the same by chance with a probability of 1 in 400 000; the picture would
+  /// lack them.
   struct SolidFace {
     std::uint64_t key;
     std::uint32_t cell;
@@ -138,6 +138,7 @@ class Extraction {
   }
 
   void emitOuterFaces() {
+    // Equal keys come together: no table of faces is searched in any order.
     std::ranges::sort(faces_, {}, &SolidFace::key);
     std::vector<SolidFace> outer;
     for (std::size_t i = 0; i < faces_.size();) {
@@ -146,7 +147,7 @@ class Extraction {
       if (end - i == 1 && cells_.types[faces_[i].cell] % 2 == 0) outer.push_back(faces_[i]);
       i = end;
     }
-    faces_ = {};
+    faces_ = {};  // most of the memory: inner faces outnumber the outer ones
     // In the order of the file: neighbours stay together in memory.
     std::ranges::sort(outer, {}, [](const SolidFace& f) { return std::pair(f.cell, f.number); });
     for (const SolidFace& face : outer) {
@@ -165,11 +166,12 @@ class Extraction {
   }
 
   void emitThin(std::size_t cell) {
-    if (cells_.types[cell] % 2 != 0) return;
+    if (cells_.types[cell] % 2 != 0) return;  // a ghost
     const Shape& shape = shapeOf(cell);
     const auto nodes = nodesOf(cell);
     const auto number = static_cast<std::uint32_t>(cell);
     if (shape.kind == Shape::Kind::flat) {
+      // The corners come first in quadratic elements; the nodes on the sides follow.
       emitFace(number, shape.corners == 0 ? nodes : nodes.first(shape.corners));
     } else if (shape.kind == Shape::Kind::point) {
       surface_.points.push_back({static_cast<std::uint32_t>(nodes[0]), number});

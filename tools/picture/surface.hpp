@@ -8,8 +8,8 @@
 
 namespace morvex::picture {
 
-/// The cells of a part as libmorvex delivers them, borrowed. The tables of polyhedra are empty where
-/// there are none.
+/// The cells of a part as libmorvex delivers them, borrowed. The tables of polyhedra are empty
+/// where there are none.
 struct CellTables {
   std::span<const std::int64_t> offsets;
   std::span<const std::int64_t> connectivity;  ///< nodes from 0
@@ -45,13 +45,14 @@ struct Surface {
   }
 };
 
-/// The faces that one solid alone has, and all flat elements, bars and points. Of quadratic elements
-/// the corners count, and of bars all nodes. Ghosts are not drawn; a face between an element and its
-/// ghost neighbour is inside. std::invalid_argument if the tables of polyhedra contradict each other.
+/// The faces that one solid alone has, and all flat elements, bars and points. Of quadratic
+/// elements the corners count, and of bars all nodes. Ghosts are not drawn; a face between an
+/// element and its ghost neighbour is inside. std::invalid_argument if the tables of polyhedra
+/// contradict each other.
 [[nodiscard]] Surface surfaceOf(const CellTables& cells);
 
-/// The outside of a structured block with that many nodes along i, j and k; flat blocks have one face
-/// for each cell. Its cells have no numbers: values of blocks are per node.
+/// The outside of a structured block with that many nodes along i, j and k; flat blocks have one
+/// face for each cell. Its cells have no numbers: values of blocks are per node.
 [[nodiscard]] Surface surfaceOfBlock(const std::array<std::int32_t, 3>& extents);
 
 }  // namespace morvex::picture

@@ -4,8 +4,8 @@
 
 namespace morvex::picture {
 
-/// A point or direction; in model space, or in view space with x to the right, y up and z towards the
-/// viewer.
+/// A point or direction; in model space, or in view space with x to the right, y up and z towards
+/// the viewer.
 struct Vector {
   float x = 0;
   float y = 0;

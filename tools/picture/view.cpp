@@ -9,6 +9,7 @@
 namespace morvex::picture {
 namespace {
 
+// Not the corner view of drawing boards: vertical sides differ in light and width.
 constexpr Direction kIso{35, 28};
 constexpr Direction kFront{0, 0};
 constexpr Direction kRight{90, 0};
@@ -40,12 +41,14 @@ std::optional<Direction> directionOf(std::string_view text) {
   for (const auto& [name, direction] : kNamed) {
     if (text == name) return direction;
   }
+  // from_chars follows no locale: a comma is a separator everywhere.
   Direction direction;
   const char* const end = text.data() + text.size();
   const auto azimuth = std::from_chars(text.data(), end, direction.azimuth);
   if (azimuth.ec != std::errc() || azimuth.ptr == end || *azimuth.ptr != ',') return {};
   const auto elevation = std::from_chars(azimuth.ptr + 1, end, direction.elevation);
   if (elevation.ec != std::errc() || elevation.ptr != end) return {};
+  // Beyond the poles the picture would be upside down.
   if (!std::isfinite(direction.azimuth) || !(std::abs(direction.elevation) <= 90)) return {};
   return direction;
 }
@@ -64,6 +67,7 @@ View::View(Direction direction) {
   constexpr float kDegree = std::numbers::pi_v<float> / 180;
   const float azimuth = direction.azimuth * kDegree;
   const float elevation = direction.elevation * kDegree;
+  // Right is always level, so that z stays upright.
   right_ = {std::cos(azimuth), std::sin(azimuth), 0};
   towards_ = {std::cos(elevation) * std::sin(azimuth), -std::cos(elevation) * std::cos(azimuth),
               std::sin(elevation)};
