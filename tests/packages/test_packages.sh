@@ -26,7 +26,8 @@ cd "$packages"
 for name in "${names[@]}"; do
   compgen -G "${name}_*.deb" >/dev/null || fail "there is no package $name"
 done
-[[ "$(ls *.deb | wc -l)" == "${#names[@]}" ]] || fail "unexpected packages: $(ls)"
+files=(*.deb)
+[[ "${#files[@]}" == "${#names[@]}" ]] || fail "unexpected packages: ${files[*]}"
 # Two packages with one file can't be installed together.
 twice="$(for deb in *.deb; do dpkg-deb --fsys-tarfile "$deb" | tar -t | grep -v '/$'; done |
   sort | uniq -d)"
@@ -49,7 +50,7 @@ cp -r "$source/examples" "$root/work"
 apt update
 
 echo "== the program alone"
-install_all $(ls libmorvex1_*.deb morvex_*.deb)
+install_all libmorvex1_*.deb morvex_*.deb
 inside morvex sample /work/crash.mvx --nodes 500 --steps 2
 inside morvex info /work/crash.mvx | grep -q tube
 inside morvex verify -q /work/crash.mvx >/dev/null
@@ -59,7 +60,7 @@ gzip -dc "$root/usr/share/man/man1/morvex.1.gz" | grep -q '^\.SH SYNOPSIS'
 gzip -dc "$root/usr/share/man/man1/morvex-thumb.1.gz" | grep -q focus
 
 echo "== hosts in C and C++, by CMake and pkg-config"
-install_all $(ls libmorvex-*.deb)
+install_all libmorvex-*.deb
 apt install cmake make g++ pkg-config
 cat >"$root/work/CMakeLists.txt" <<'END'
 cmake_minimum_required(VERSION 3.25)
@@ -81,14 +82,14 @@ inside sh -ec 'cd /work && cmake -S . -B build >/dev/null && cmake --build build
   test -f /usr/share/doc/libmorvex-dev/docs/libmorvex.md'
 
 echo "== Python and the reader for ParaView, in plain VTK"
-install_all $(ls python3-morvex_*.deb)
+install_all python3-morvex_*.deb
 inside python3 -c "
 import morvex
 with morvex.open('/work/crash.mvx') as case:
     assert case.parts['tube'].coordinates(-1).shape[1] == 3, case
     assert case['stress'].read(step=-1)['block'].size > 0"
 apt install python3-vtk9
-install_all $(ls morvex-paraview_*.deb)
+install_all morvex-paraview_*.deb
 inside python3 -c "
 import sys
 sys.path.append('/usr/share/morvex/paraview')
@@ -103,11 +104,11 @@ echo "== checking and removing"
 for name in "${names[@]}"; do
   inside dpkg --verify "$name"
 done
-files="$(inside dpkg -L "${names[@]}" | sort -u)"
+installed="$(inside dpkg -L "${names[@]}" | sort -u)"
 apt purge "${names[@]}"
 left="$(while read -r file; do
   [[ ! -f "$root$file" && ! -L "$root$file" ]] || echo "$file"
-done <<<"$files")"
+done <<<"$installed")"
 [[ -z "$left" ]] || fail "left after the packages are removed: $left"
 strays="$(cd "$root" && find usr etc -name '*morvex*' -print)"
 [[ -z "$strays" ]] || fail "left after the packages are removed: $strays"

@@ -3,6 +3,8 @@
 #include <morvex/morvex.hpp>
 #include <vector>
 
+#include "common/batch_reader.hpp"
+
 namespace morvex::picture {
 
 /// Arrays that are read in one call, by all threads of the file.
@@ -19,9 +21,16 @@ class Batch {
     of.target = target.data();
     requests_.push_back(of);
   }
-  /// Fills the targets. Error of the first array that can't be read.
+  /// Fills the targets. Error of the first array that can't be read; Interrupted after Ctrl-C.
   void read() {
-    file_.read(requests_);
+    morvex_read_options options = MORVEX_READ_OPTIONS_INIT;
+    options.progress = [](void* /*user*/, std::uint64_t /*done*/, std::uint64_t /*total*/,
+                          std::uint64_t /*bytes*/) -> std::int32_t {
+      return tools::isInterrupted() ? 1 : 0;
+    };
+    const morvex_code code = file_.read(requests_, options);
+    if (code == MORVEX_CANCELLED) throw tools::Interrupted{};
+    check(code);
     requests_.clear();
   }
 

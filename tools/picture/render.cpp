@@ -5,6 +5,7 @@
 #include <numeric>
 #include <tuple>
 
+#include "common/batch_reader.hpp"
 #include "picture/canvas.hpp"
 #include "picture/legend.hpp"
 
@@ -111,6 +112,9 @@ class PartPainter {
   /// edge.
   [[nodiscard]] Vector normalAt(std::uint32_t node, Vector ofFace) const {
     constexpr float kRoundest = 0.8F;  // cosine of the angle
+    // Meshes have a dozen faces around a node; a damaged one may have all of them around one.
+    constexpr std::size_t kMostNeighbours = 64;
+    if (firstFaces_[node + 1] - firstFaces_[node] > kMostNeighbours) return ofFace;
     Vector sum;
     for (std::size_t i = firstFaces_[node]; i < firstFaces_[node + 1]; ++i) {
       const Vector normal = normals_[facesOfNodes_[i]];
@@ -229,6 +233,7 @@ Image render(const Scene& scene, const Style& style) {
   const float unit =
       static_cast<float>(std::min(style.size.width, style.size.height) * samples) / 1000;
   for (const DrawnPart& part : scene.parts) {
+    if (tools::isInterrupted()) throw tools::Interrupted{};
     PartPainter painter(scene, part, view, canvas);
     painter.faces();
     painter.linesAndPoints(std::max(4 * unit, 1.0F));
