@@ -44,25 +44,25 @@ if [[ ! -e "$base/.complete" ]]; then
 fi
 rm -rf "$root"
 cp -a "$base" "$root"
-mkdir "$root/packages" "$root/work"
+mkdir "$root/packages" "$root/trial"
 cp *.deb "$root/packages"
-cp -r "$source/examples" "$root/work"
+cp -r "$source/examples" "$root/trial"
 apt update
 
 echo "== the program alone"
 install_all libmorvex1_*.deb morvex_*.deb
-inside morvex sample /work/crash.mvx --nodes 500 --steps 2
-inside morvex info /work/crash.mvx | grep -q tube
-inside morvex verify -q /work/crash.mvx >/dev/null
-inside morvex thumb /work/crash.mvx -o /work/crash.png --size 160x120
-[[ "$(head -c 4 "$root/work/crash.png" | tail -c 3)" == PNG ]]
+inside morvex sample /trial/crash.mvx --nodes 500 --steps 2
+inside morvex info /trial/crash.mvx | grep -q tube
+inside morvex verify -q /trial/crash.mvx >/dev/null
+inside morvex thumb /trial/crash.mvx -o /trial/crash.png --size 160x120
+[[ "$(head -c 4 "$root/trial/crash.png" | tail -c 3)" == PNG ]]
 gzip -dc "$root/usr/share/man/man1/morvex.1.gz" | grep -q '^\.SH SYNOPSIS'
 gzip -dc "$root/usr/share/man/man1/morvex-thumb.1.gz" | grep -q focus
 
 echo "== hosts in C and C++, by CMake and pkg-config"
 install_all libmorvex-*.deb
 apt install cmake make g++ pkg-config
-cat >"$root/work/CMakeLists.txt" <<'END'
+cat >"$root/trial/CMakeLists.txt" <<'END'
 cmake_minimum_required(VERSION 3.25)
 project(host LANGUAGES C CXX)
 find_package(morvex 7.0 REQUIRED)
@@ -72,7 +72,7 @@ target_link_libraries(read PRIVATE morvex::morvex)
 add_executable(first_array examples/first_array.cpp)
 target_link_libraries(first_array PRIVATE morvex::ensg)
 END
-inside sh -ec 'cd /work && cmake -S . -B build >/dev/null && cmake --build build >/dev/null
+inside sh -ec 'cd /trial && cmake -S . -B build >/dev/null && cmake --build build >/dev/null
   build/read crash.mvx displacement | grep -q "^tube: "
   build/first_array crash.mvx | grep -q "^-*[0-9]"
   cc -std=c99 examples/host.c -o host $(pkg-config --cflags --libs morvex)
@@ -85,7 +85,7 @@ echo "== Python and the reader for ParaView, in plain VTK"
 install_all python3-morvex_*.deb
 inside python3 -c "
 import morvex
-with morvex.open('/work/crash.mvx') as case:
+with morvex.open('/trial/crash.mvx') as case:
     assert case.parts['tube'].coordinates(-1).shape[1] == 3, case
     assert case['stress'].read(step=-1)['block'].size > 0"
 apt install python3-vtk9
@@ -95,7 +95,7 @@ import sys
 sys.path.append('/usr/share/morvex/paraview')
 from morvex_reader import MorvexReader
 reader = MorvexReader()
-reader.SetFileName('/work/crash.mvx')
+reader.SetFileName('/trial/crash.mvx')
 reader.Update()
 grid = reader.GetOutputDataObject(0)
 assert grid.GetNumberOfPoints() > 400, grid"
