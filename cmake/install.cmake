@@ -1,9 +1,10 @@
-# Components: runtime (libraries, programs), devel (headers, CMake package, pkg-config files), doc, and
-# python, which is in its own folder.
+# Components: lib (libmorvex), ensg (libmorvex-ensg), devel (headers, CMake package, pkg-config files) and
+# doc here; programs, python and paraview in their folders.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS morvex-ensg libmorvex EXPORT morvex-targets
-        LIBRARY COMPONENT runtime NAMELINK_COMPONENT devel)
+install(TARGETS libmorvex EXPORT morvex-targets LIBRARY COMPONENT lib NAMELINK_COMPONENT devel)
+install(TARGETS morvex-ensg EXPORT morvex-targets
+        LIBRARY COMPONENT ensg NAMELINK_COMPONENT devel)
 install(DIRECTORY include/morvex TYPE INCLUDE COMPONENT devel)
 install(EXPORT morvex-targets NAMESPACE morvex:: COMPONENT devel
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/morvex)
@@ -28,7 +29,9 @@ endforeach()
 install(FILES README.md SECURITY.md CONTRIBUTING.md CHANGELOG.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc)
 install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc
-        FILES_MATCHING REGEX "\\.(md|svg|c|cpp)$" REGEX "examples/[a-z_]+\\.py$"
+        FILES_MATCHING REGEX "\\.(md|svg|png|c|cpp)$" REGEX "examples/[a-z_]+\\.py$"
         PATTERN trace_read.cpp EXCLUDE)
-install(DIRECTORY build/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/html COMPONENT doc OPTIONAL
-        PATTERN pages EXCLUDE)
+if(NOT MORVEX_PACKAGES)
+  install(DIRECTORY build/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/html COMPONENT doc OPTIONAL
+          PATTERN pages EXCLUDE)
+endif()

@@ -378,6 +378,83 @@ class Dump(TestCase):
         self.assertIn("coordinates_0", text)
 
 
+def pixels_of(png):
+    """Width, and the rows of a PNG file of 8-bit RGB as bytes."""
+    width, height, *kind = struct.unpack_from(">IIBB", png, 16)
+    assert kind == [8, 2]
+    at, packed = 8, b""
+    while at < len(png):
+        size, chunk = struct.unpack_from(">I4s", png, at)
+        packed += png[at + 8:at + 8 + size] if chunk == b"IDAT" else b""
+        at += 12 + size
+    rows, before = [], bytes(3 * width)
+    data = iter(zlib.decompress(packed))
+    for _ in range(height):
+        method, row = next(data), bytearray()
+        for i in range(3 * width):
+            a = row[i - 3] if i >= 3 else 0
+            b, c = before[i], before[i - 3] if i >= 3 else 0
+            nearest = min((a, b, c), key=lambda p, s=a + b - c: abs(s - p))
+            row.append((next(data) + (0, a, b, (a + b) // 2, nearest)[method]) & 255)
+        rows.append(before := bytes(row))
+    return width, rows
+
+
+class Thumb(TestCase):
+    def draw(self, *options):
+        place = pathlib.Path(workspace.name) / "picture.png"
+        self.expect(SUCCESS, "morvex", "thumb", SAMPLE, "-o", place, "--force", *options)
+        return place.read_bytes()
+
+    def test_the_model_is_in_the_picture_and_as_large_as_asked_for(self):
+        width, rows = pixels_of(self.draw("--size", "160x120", "--part", "block", "--by-part",
+                                          "--view", "front"))
+        self.assertEqual((width, len(rows)), (160, 120))
+        # The block, 120 wide and 60 high, fills the width; a margin is left.
+        drawn = [[x for x in range(width) if abs(row[3 * x] - row[3 * x + 2]) > 40] for row in rows]
+        high = [xs for xs in drawn if xs]
+        self.assertAlmostEqual(len(high) / (max(map(max, high)) - min(map(min, high)) + 1), 0.5,
+                               delta=0.03)
+
+    def test_steps_variables_views_and_threads_matter_or_not(self):
+        size = ("--size", "64x48")
+        usual = self.draw(*size)
+        self.assertEqual(usual, self.draw(*size, "--step", "-1", "--threads", "1"))
+        for options in (["--step", "0"], ["--variable", "stress"], ["--view", "10,80"],
+                        ["--part", "tube"], ["--range", "0:1"], ["--edges"],
+                        ["--focus", "0,0,0,50"], ["--variable", "fragment_speed"]):
+            self.assertNotEqual(usual, self.draw(*size, *options), options)
+        self.assertNotEqual(self.draw(*size, "--variable", "displacement"),
+                            self.draw(*size, "--variable", "displacement", "--component", "x"))
+
+    def test_what_can_not_be_drawn_is_one_line_and_leaves_no_file(self):
+        folder = pathlib.Path(tempfile.mkdtemp(dir=workspace.name))
+        place = folder / "picture.png"
+        for code, hint, options in (
+                (USAGE, "such as 640x480", ["--size", "0x5"]), (USAGE, "30,20", ["--view", "1,91"]),
+                (USAGE, "range such as", ["--range", "2:1"]), (USAGE, "distance", ["--focus", "1,2,3"]),
+                (USAGE, "one step", ["--step", "0,1"]),
+                (USAGE, "has no component 'w'", ["--variable", "displacement", "--component", "w"]),
+                (USAGE, "nothing that is drawn has values of 'fragment_speed'",
+                 ["--variable", "fragment_speed", "--part", "tube"]),
+                (USAGE, "is a constant", ["--variable", "crush_force"])):
+            result = self.expect(code, "morvex", "thumb", SAMPLE, "-o", place, *options)
+            self.assertRegex(result.stderr, rf"^morvex: [^\n]*{re.escape(hint)}[^\n]*\n$")
+        data = bytearray(SAMPLE.read_bytes())
+        position, size = payloads(data)["/geometry/0/4/0/coordinates_0"]
+        data[position + 8:position + size] = b"\xFF" * (size - 8)
+        result = self.expect(DATA_ERROR, "morvex", "thumb", copy_with(data), "-o", place)
+        self.assertIn("/geometry/0/4/0/coordinates_0: ", result.stderr)
+        self.assertEqual(list(folder.iterdir()), [])
+
+    def test_a_pipe_gets_the_file_but_no_small_picture(self):
+        self.assertEqual(run("morvex", "info", SAMPLE, "--picture").stdout,
+                         run("morvex", "info", SAMPLE).stdout)
+        command = [TOOLS / "morvex", "thumb", SAMPLE, "-o", "-", "--size", "32x32"]
+        png = subprocess.run(command, stdout=subprocess.PIPE, check=True, env=ENVIRONMENT).stdout
+        self.assertEqual(pixels_of(png)[0], 32)
+
+
 class Messages(TestCase):
     def test_success_is_silent_and_the_log_takes_what_the_library_says(self):
         damaged = damaged_at("/geometry/0/3/1/coordinates_1")

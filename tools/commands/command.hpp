@@ -55,5 +55,6 @@ void addKeyword(CLI::App& app, const std::string& name, std::string& value,
 [[nodiscard]] Command addSample(CLI::App& program, const Common& common);
 [[nodiscard]] Command addDump(CLI::App& program, const Common& common);
 [[nodiscard]] Command addExport(CLI::App& program, const Common& common);
+[[nodiscard]] Command addThumb(CLI::App& program, const Common& common);
 
 }  // namespace morvex::tools

@@ -8,6 +8,8 @@
 #include "common/element_kinds.hpp"
 #include "common/output.hpp"
 #include "common/text_table.hpp"
+#include "picture/render.hpp"
+#include "picture/scene.hpp"
 
 namespace morvex::tools {
 namespace {
@@ -141,12 +143,33 @@ struct InfoOptions {
   Selection selection;
   bool withRanges = false;
   bool asJson = false;
+  bool hasPicture = false;
 };
+
+/// A picture as wide as the terminal; nothing where standard output is none.
+void showPicture(const std::string& path, const File& file, const Selection& selection) {
+  constexpr std::size_t kWidest = 120;  // more is slow on some terminals and shows little more
+  const std::size_t width = std::min(terminalWidth(), kWidest);
+  if (width == 0) return;
+  picture::Wish wish;
+  wish.selection = selection;
+  const picture::Scene scene = picture::readScene(path, file, wish);
+  picture::Style style;
+  style.size = {static_cast<int>(width), static_cast<int>(width * 5 / 8)};
+  style.isPlain = true;
+  put("\n" + picture::halfBlocksOf(picture::render(scene, style)));
+  if (scene.variable.empty()) return;
+  std::string caption = scene.variable + " from " + numberText(scene.range.first) +
+                        " (violet) to " + numberText(scene.range.second) + " (yellow)";
+  if (scene.isTimed) caption += ", step " + std::to_string(scene.step);
+  put(shownText(caption) + "\n");
+}
 
 ExitCode showFile(const std::string& path, const InfoOptions& options, const Common& common) {
   const File file = openFile(path, common.open);
   const Info info = readInfo(path, file, options.selection, {options.withRanges, common.isQuiet});
   put(options.asJson ? infoJson(info) : infoText(info, terminalWidth()));
+  if (options.hasPicture && !options.asJson) showPicture(path, file, options.selection);
   for (const std::string& problem : info.contents.problems) {
     complain("morvex", path + ": " + problem);
   }
@@ -216,13 +239,8 @@ Info readInfo(const std::string& path, const File& file, const Selection& select
   for (int i = 0; i < static_cast<int>(contents.variables.size()); ++i) {
     if (!choice.hasVariable(i)) continue;
     const morvex_variable& variable = contents.variables[static_cast<std::size_t>(i)];
-<<<<<<< HEAD
-    info.variables.push_back({i, variable, {}});
-    auto& shown = info.variables.back();
-=======
     Info::Variable& shown = info.variables.emplace_back(
         Info::Variable{.number = i, .facts = variable, .constants = {}, .ranges = {}});
->>>>>>> look
     if (variable.is_constant == 0) continue;
     attempt(std::string("constant ") + variable.name, [&] {
       for (int step = 0; step < static_cast<int>(variable.steps); ++step) {
@@ -254,6 +272,8 @@ Command addInfo(CLI::App& program, const Common& common) {
                 "also the smallest and largest values of the variables, which are decoded for it; "
                 "by step with --step or --time");
   addJson(*app, options->asJson);
+  app->add_flag("--picture", options->hasPicture,
+                "a small picture of the model as well, on terminals with 24-bit colours");
   app->footer("Examples:\n  morvex info crash.mvx\n  morvex info --ranges --step -1 crash.mvx");
   return {app, [options, &common] {
             return forEachFile(options->files, [&](const std::string& path) {

@@ -12,7 +12,7 @@ namespace morvex::tools {
 namespace {
 
 constexpr std::array kCommands{addInfo,   addList,    addStat, addCat,    addDigest, addDiff,
-                               addVerify, addExplain, addDump, addExport, addSample};
+                               addVerify, addExplain, addDump, addExport, addThumb,  addSample};
 
 /// The parser has no long options with a single dash: it gets -lf under its other name.
 std::vector<std::string> parserArguments(int argc, char** argv) {
