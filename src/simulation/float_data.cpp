@@ -174,7 +174,7 @@ void readCoordinatesInto(ReadContext& context, const std::string& group, const s
   const PrecisionSetting& precision = context.precisions.getPrecision(precisionKey(geometryType));
   FloatRead read(context, group, name, buffer,
                  deliversRawWords(precision, geometryMetadata, part, raw));
-  context.failure = {};
+  const FailureNote note(context, group, name);
   if (read.fromStorage("coordinates.getDataSize() != buffer.size!")) return;
 
   StoredDataset dataset = openStoredDataset(context, group, name);
@@ -193,7 +193,7 @@ void readVariableInto(ReadContext& context, int timestep, const std::string& var
   logVariable(context.metadata, timestep, variableName, group, name);
   const PrecisionSetting& precision = context.precisions.getPrecision(variableName);
   FloatRead read(context, group, name, buffer, isExact(precision));
-  context.failure = {};
+  const FailureNote note(context, group, name);
   if (read.fromStorage("variableValues.getDataSize() != buffer.size!")) return;
 
   StoredDataset dataset = openStoredDataset(context, group, name);

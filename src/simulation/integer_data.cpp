@@ -21,7 +21,7 @@ template <class T>
 void readIntegersInto(ReadContext& context, const std::string& group, const std::string& name,
                       const std::string* secondName, BufferInfo<T, long long> buffer, bool keep,
                       const char* mismatch) {
-  context.failure = {};
+  const FailureNote note(context, group, name);
   const std::string path = group + "/" + name;
   if (readFromStorage<T>(context.storage, path, buffer, mismatch)) return;
 

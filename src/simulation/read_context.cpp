@@ -1,5 +1,6 @@
 #include "simulation/read_context.hpp"
 
+#include <new>
 #include <utility>
 
 #include "core/checked.hpp"
@@ -23,6 +24,16 @@ ChainSettings ReadContext::chainSettings(const ClassCreators& classCreators,
           .sizes = {&size, 1},
           .cache = externalDependencyCache,
           .keyMapper = std::move(keyMapper)};
+}
+
+FailureNote::~FailureNote() {
+  if (std::uncaught_exceptions() == exceptionsBefore_) return;
+  ReadFailure& failure = context_.failure;
+  try {
+    failure.requested = group_ + "/" + name_;
+    if (failure.dataset.empty()) failure.dataset = failure.requested;
+  } catch (const std::bad_alloc&) {  // the failure goes without its place
+  }
 }
 
 }  // namespace morvex

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,8 +22,9 @@ using Providers = std::vector<std::unique_ptr<Kelbor::DataProvider>>;
 /// Where a read failed. Complements the exception: for a failed dependency, that only reports a
 /// missing result.
 struct ReadFailure {
-  /// The first dataset that failed: the requested one or one of its dependencies. Empty without a
-  /// failure.
+  /// The dataset that was asked for. Both are empty without a failure.
+  std::string requested;
+  /// The first dataset that failed: the requested one or one of its dependencies.
   std::string dataset;
   /// True if the file lacks the dataset.
   bool isMissing = false;
@@ -57,6 +59,25 @@ struct ReadContext {
   /// Settings for a chain of `size` values. All is borrowed from this context.
   [[nodiscard]] ChainSettings chainSettings(const ClassCreators& classCreators,
                                             const std::uint64_t& size, KeyMapper keyMapper = {});
+};
+
+/// Completes the context's failure if an exception ends the read that this object is part of.
+class FailureNote {
+ public:
+  /// All arguments are borrowed.
+  FailureNote(ReadContext& context, const std::string& group, const std::string& name)
+      : context_(context), group_(group), name_(name) {
+    context.failure = {};
+  }
+  ~FailureNote();
+  FailureNote(const FailureNote&) = delete;
+  FailureNote& operator=(const FailureNote&) = delete;
+
+ private:
+  ReadContext& context_;
+  const std::string& group_;
+  const std::string& name_;
+  int exceptionsBefore_ = std::uncaught_exceptions();
 };
 
 }  // namespace morvex

@@ -38,7 +38,7 @@ StoredDataset openStoredDataset(ReadContext& context, const std::string& group,
   const auto entry = file.findDataset(group, name);
   if (!entry) {
     const std::string path = group + "/" + name;
-    context.failure = {.dataset = path, .isMissing = true};
+    context.failure = {.requested = {}, .dataset = path, .isMissing = true};
     raise<std::runtime_error>("No dataset " + path);
   }
   if (entry->field1 < sizeof(DatasetHeader)) {

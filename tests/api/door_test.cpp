@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -214,6 +215,34 @@ TEST(Failures, OfAnArrayComeAlone) {
   EXPECT_EQ(failures.front().substr(0, 17), "/variable/series/");
   EXPECT_NE(failures.front().find(": the dataset can't be decoded"), std::string::npos)
       << failures.front();
+}
+
+TEST(Failures, NameTheOneOfSeveralDatasetsThatFailed) {
+  const WrittenFile written(describeSmallFile);
+  const auto size = static_cast<std::streamoff>(std::filesystem::file_size(written.path()));
+  std::set<std::string> named;
+  for (std::streamoff at = 20; at < size; ++at) {
+    written.spoil(at);
+    try {
+      const File file(written.path());
+      std::string first;  // of the axes, one by one
+      for (int axis = 0; axis < 3 && first.empty(); ++axis) {
+        morvex_request of = request(MORVEX_COORDINATES);
+        of.component = axis;
+        if (codeOf([&] { (void)file.read<float>(of); }) == MORVEX_DAMAGED) {
+          first = morvex_last_error()->text;
+        }
+      }
+      if (!first.empty()) {
+        EXPECT_EQ(codeOf([&] { (void)file.coordinates(0); }), MORVEX_DAMAGED);
+        EXPECT_EQ(morvex_last_error()->text, first) << "byte " << at;
+        named.insert(morvex_last_error()->path);
+      }
+    } catch (const Error&) {  // a record
+    }
+    written.spoil(at);
+  }
+  EXPECT_EQ(named.size(), 3U) << "each axis";
 }
 
 TEST(Failures, FollowAFileThatIsNoLongerTheSame) {

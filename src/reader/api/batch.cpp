@@ -28,7 +28,7 @@ std::string pathOf(const Array& array) {
 Failure failureOfRead(File& file, const Array& array, const ReadFailure& where,
                       const CallMessages& messages) {
   Failure failure = failureInFlight();
-  const std::string asked = pathOf(array);
+  const std::string asked = where.requested.empty() ? pathOf(array) : where.requested;
   failure.path = where.dataset.empty() ? asked : where.dataset;
   if (failure.text == "Failed to open file") {
     failure.text = Kelbor::Platform::reasonNotToRead(file.path());
