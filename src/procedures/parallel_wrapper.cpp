@@ -96,6 +96,13 @@ class SliceProvider final : public DataProvider, public PiecewiseSource {
   std::uint64_t position_;
 };
 
+/// The lanes of a thread for its share of the chunks: no more than divide it evenly, so that they run
+/// dry at the same time.
+std::size_t lanesFor(std::size_t share) {
+  const std::size_t rounds = (share + Inflate::kMostLanes - 1) / Inflate::kMostLanes;
+  return rounds == 0 ? 0 : (share + rounds - 1) / rounds;
+}
+
 const DataProcedure& requireInner(const DataProcedure* inner) {
   if (!inner) raise<std::invalid_argument>(kNoClone);
   return *inner;
@@ -399,8 +406,7 @@ bool OmpDecompressionWrapper::runChunks(Inputs& inputs, DataProvider& output) {
 
   const std::size_t chunks = slices.size();
   const std::size_t workers = std::min(chunks, static_cast<std::size_t>(std::max(threads, 1)));
-  // Each thread gets the same number of chunks to begin with, even if its lanes could take more.
-  const std::size_t lanes = workers == 0 ? 0 : (chunks + workers - 1) / workers;
+  const std::size_t lanes = lanesFor(workers == 0 ? 0 : (chunks + workers - 1) / workers);
   std::atomic<std::size_t> nextChunk{0};
   std::atomic<bool> succeeded{true};
   const auto work = [&](std::size_t) {
