@@ -225,8 +225,9 @@ TEST(Failures, NameTheOneOfSeveralDatasetsThatFailed) {
     written.spoil(at);
     try {
       const File file(written.path());
-      std::string first;  // of the axes, one by one
-      for (int axis = 0; axis < 3 && first.empty(); ++axis) {
+      std::string first;                             // of the axes, one by one
+      const bool isWhole = file.part(0).nodes == 6;  // else the targets could be of any size
+      for (int axis = 0; axis < 3 && isWhole && first.empty(); ++axis) {
         morvex_request of = request(MORVEX_COORDINATES);
         of.component = axis;
         if (codeOf([&] { (void)file.read<float>(of); }) == MORVEX_DAMAGED) {
