@@ -78,12 +78,18 @@ def compare_arrays(data, case, step, part, what):
     for variable in case.variables:
         if variable.is_constant or variable.on_particles == (part is not None):
             continue
+        # Values of a step whose mesh is another one are not shown on this mesh.
+        if part is not None and case.model_change == morvex.Change.CONNECTIVITY and \
+                variable.geometry_step(step) != part.step:
+            continue
         for imaginary in (False, True)[:1 + variable.is_complex]:
             try:
                 values = variable.read(step, part, imaginary=imaginary)
             except morvex.NotDefined:
                 continue
-            name = (variable.imaginary_name if imaginary else variable.name)
+            name = variable.name
+            if imaginary:
+                name = variable.imaginary_name or f"{name} (imaginary)"
             per_cell = variable.location == "element" and part is not None and not part.is_block
             expected[name, per_cell] = values[:, SWAPPED] if variable.type == 3 else values
     names = {(attributes.GetArrayName(i), per_cell)
