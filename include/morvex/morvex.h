@@ -87,7 +87,7 @@ MORVEX_API const char* morvex_version(void);
 
 /** A failure. */
 typedef struct morvex_error {
-  morvex_code code;
+  morvex_code code; /**< what became of the call */
   int32_t step;     /**< that was asked for; -1 where there is none */
   int32_t part;     /**< that was asked for; -1 where there is none */
   const char* path; /**< of the dataset that failed, "" where none is known */
@@ -171,20 +171,28 @@ typedef struct morvex_summary {
   morvex_geometry model;     /**< nodes, elements and blocks */
   morvex_geometry particles; /**< measured particles */
   uint32_t version[3];       /**< of the reader that the file requires: major, minor, patch */
-  uint32_t reserved;
+  uint32_t reserved;         /**< 0 */
 } morvex_summary;
 
 /** Initial value of morvex_summary. */
 #define MORVEX_SUMMARY_INIT \
   { sizeof(morvex_summary), NULL, 0, 0, 0, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}, 0 }
 
+/**
+ * A file at a glance.
+ * \param file     an open file
+ * \param summary  its `size` is set by the caller; texts in it belong to the file
+ * \return #MORVEX_BAD_ARGUMENT for a size that no release had
+ */
 MORVEX_API morvex_code morvex_get_summary(morvex_file* file, morvex_summary* summary);
 
 /**
  * The times of all steps of a time set.
+ * \param file     an open file, to which the times belong
  * \param timeset  -1, no time set, has one step at time 0
  * \param values   receives the address of `count` times; may be NULL
  * \param count    number of steps
+ * \return #MORVEX_OUT_OF_RANGE for a time set that is not there
  */
 MORVEX_API morvex_code morvex_get_times(morvex_file* file, int32_t timeset, const float** values,
                                         uint64_t* count);
@@ -209,6 +217,14 @@ typedef struct morvex_part {
     }                                               \
   }
 
+/**
+ * A part of the model at a step.
+ * \param file  an open file
+ * \param step  any step of the model; those of a model that doesn't change have the same answer
+ * \param part  from 0
+ * \param info  its `size` is set by the caller; texts in it belong to the file
+ * \return #MORVEX_OUT_OF_RANGE for a step or part that is not there
+ */
 MORVEX_API morvex_code morvex_get_part(morvex_file* file, int32_t step, int32_t part,
                                        morvex_part* info);
 
@@ -220,8 +236,11 @@ MORVEX_API morvex_code morvex_get_particle_count(morvex_file* file, int32_t step
 
 /**
  * The box around the model at a step.
+ * \param file   an open file
+ * \param step   any step of the model
  * \param box    xmin, ymin, zmin, xmax, ymax, zmax
  * \param given  0 where the file has no box of that step; `box` is then unchanged
+ * \return #MORVEX_OUT_OF_RANGE for a step that is not there
  */
 MORVEX_API morvex_code morvex_get_box(morvex_file* file, int32_t step, float box[6],
                                       int32_t* given);
@@ -253,6 +272,13 @@ typedef struct morvex_variable {
 #define MORVEX_VARIABLE_INIT \
   { sizeof(morvex_variable), NULL, NULL, NULL, 0, 0, 0, 0, 0, 0, 0, 0, 0 }
 
+/**
+ * A variable.
+ * \param file      an open file
+ * \param variable  from 0
+ * \param info      its `size` is set by the caller; texts in it belong to the file
+ * \return #MORVEX_OUT_OF_RANGE for a variable that is not there
+ */
 MORVEX_API morvex_code morvex_get_variable(morvex_file* file, int32_t variable,
                                            morvex_variable* info);
 
@@ -355,6 +381,7 @@ typedef struct morvex_request {
 /**
  * Is told how far a read has come, by one thread at a time but not always the same. Must not call
  * functions with the same file.
+ * \param user   of morvex_read_options
  * \param done   arrays that are finished
  * \param total  arrays of the read
  * \param bytes  delivered so far
@@ -390,7 +417,9 @@ typedef struct morvex_read_options {
  * where components are interleaved, the tables that cells are made from, and up to 128 MiB for each
  * thread of stored steps that others of their series depend on, which stay for later reads.
  *
+ * \param file      an open file
  * \param requests  `count` arrays; their `count` and `code` are written
+ * \param count     number of requests
  * \param options   NULL for the initial values
  * \return #MORVEX_OK if all arrays were read, #MORVEX_CANCELLED if the progress function ended the
  *         read, else the code of the first array, in the order of the requests, that was not read
@@ -400,9 +429,11 @@ MORVEX_API morvex_code morvex_read(morvex_file* file, morvex_request* requests, 
 
 /**
  * The size of an array; nothing is decoded.
+ * \param file         an open file
  * \param request      `target`, `capacity`, `count` and `code` are ignored
  * \param count        number of values, all components together
  * \param value_bytes  bytes of a value; may be NULL
+ * \return #MORVEX_OUT_OF_RANGE, #MORVEX_WRONG_KIND, #MORVEX_NOT_DEFINED, as reading it would
  */
 MORVEX_API morvex_code morvex_get_size(morvex_file* file, const morvex_request* request,
                                        uint64_t* count, uint64_t* value_bytes);
@@ -410,8 +441,11 @@ MORVEX_API morvex_code morvex_get_size(morvex_file* file, const morvex_request* 
 /**
  * The smallest and the largest value of an array, which is decoded for it. Values that are no numbers
  * are left out; without any other the range is {0, -1}.
+ * \param file     an open file
+ * \param request  as for morvex_get_size()
  * \param range    minimum and maximum
  * \param invalid  number of values that are no numbers; may be NULL
+ * \return as morvex_read()
  */
 MORVEX_API morvex_code morvex_get_range(morvex_file* file, const morvex_request* request,
                                         double range[2], uint64_t* invalid);
@@ -419,13 +453,18 @@ MORVEX_API morvex_code morvex_get_range(morvex_file* file, const morvex_request*
 /**
  * Whether the file has an array: a variable may have values on some steps, parts and element types
  * and none on others. Looks for its datasets and decodes nothing.
- * \param answer  1 if all datasets of the array are there or it has no values to read, else 0
+ * \param file     an open file
+ * \param request  as for morvex_get_size()
+ * \param answer   1 if all datasets of the array are there or it has no values to read, else 0
+ * \return as morvex_get_size()
  */
 MORVEX_API morvex_code morvex_has_array(morvex_file* file, const morvex_request* request,
                                         int32_t* answer);
 
 /**
  * Path of a dataset that an array is read from, for messages and tools.
+ * \param file      an open file
+ * \param request   as for morvex_get_size()
  * \param index     from 0: one dataset for each component, then the tables of cells
  * \param path      receives the path with a zero; may be NULL with capacity 0
  * \param capacity  of `path`, in bytes

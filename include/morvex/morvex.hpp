@@ -28,6 +28,7 @@ namespace morvex {
 /** A failed call: what() is the reason, in one line. */
 class Error : public std::runtime_error {
  public:
+  /** Copies what the thread's last failure says. */
   explicit Error(const morvex_error& error)
       : std::runtime_error(error.path[0] == '\0' ? std::string(error.text)
                                                  : std::string(error.path) + ": " + error.text),
@@ -85,7 +86,11 @@ struct Cells {
 /** An open result file. Movable; closes itself. */
 class File {
  public:
-  /** \param threads  most threads of a read; 0 for as many as processors */
+  /**
+   * Opens a result file. Error.
+   * \param path     in the encoding of the file system
+   * \param threads  most threads of a read; 0 for as many as processors
+   */
   explicit File(const std::string& path, int threads = 0) {
     morvex_open_options options = MORVEX_OPEN_OPTIONS_INIT;
     options.threads = threads;
@@ -96,7 +101,9 @@ class File {
     check(morvex_open(path.c_str(), &options, &file_));
   }
   ~File() { morvex_close(file_); }
+  /** What `other` had; only assignments and its end are allowed to it then. */
   File(File&& other) noexcept : file_(std::exchange(other.file_, nullptr)) {}
+  /** Exchanges the two. */
   File& operator=(File&& other) noexcept {
     std::swap(file_, other.file_);
     return *this;
@@ -107,6 +114,7 @@ class File {
   /** For the functions of morvex.h. */
   [[nodiscard]] morvex_file* handle() const noexcept { return file_; }
 
+  /** The file at a glance. */
   [[nodiscard]] morvex_summary summary() const {
     morvex_summary info = MORVEX_SUMMARY_INIT;
     check(morvex_get_summary(file_, &info));
@@ -125,6 +133,7 @@ class File {
     check(morvex_get_part_count(file_, step, &count));
     return static_cast<int>(count);
   }
+  /** A part of the model at a step. */
   [[nodiscard]] morvex_part part(int part, int step = 0) const {
     morvex_part info = MORVEX_PART_INIT;
     check(morvex_get_part(file_, step, part, &info));
@@ -136,6 +145,7 @@ class File {
     check(morvex_find_part(file_, step, name.c_str(), &part));
     return part;
   }
+  /** A variable, by number. */
   [[nodiscard]] morvex_variable variable(int variable) const {
     morvex_variable info = MORVEX_VARIABLE_INIT;
     check(morvex_get_variable(file_, variable, &info));
