@@ -44,7 +44,7 @@ Feed::Feed(const File& file, bool isQuiet)
 void Feed::array(const morvex_request& request, Take take) {
   items_.push_back({.take = std::move(take), .action = {}, .section = asked_});
   // The kind matters for constants alone, which are no arrays here.
-  reader_.add({ArrayKind::coordinates, request});
+  reader_.add({ArrayKind::kCoordinates, request});
 }
 
 void Feed::then(std::function<void()> action) {
