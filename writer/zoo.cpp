@@ -10,8 +10,10 @@
 namespace morvex::Writer {
 namespace {
 
+/// A few, so that a mix-up of first and last shows.
 constexpr int kElementsPerType = 3;
 constexpr int kFixedTypes = 30;
+// Element types.
 constexpr int kTriangles = 6;
 constexpr int kQuads = 10;
 constexpr int kHexahedra = 26;
@@ -31,6 +33,7 @@ float asFloat(double value) {
   return static_cast<float>(value);
 }
 
+/// Four steps a second.
 float timeOf(int step) {
   return 0.25F * static_cast<float>(step);
 }
@@ -45,6 +48,7 @@ float valueAt(const ValueKey& key, std::size_t place) {
 /// Collects the nodes and elements of a part at a step.
 class Mesh {
  public:
+  /// Adds a node and returns its stored number.
   std::int32_t node(const Point& at, const Point& offset) {
     for (std::size_t axis = 0; axis < 3; ++axis) {
       axes_[axis].push_back(asFloat(at[axis] + offset[axis]));
@@ -58,6 +62,7 @@ class Mesh {
     return numbers;
   }
 
+  /// Stores all added nodes as those of the part at a step.
   void putNodes(PartBuilder& part, int step) const {
     part.nodes(axes_[0], axes_[1], axes_[2], step);
   }
@@ -98,6 +103,7 @@ void putPolygons(PartBuilder& part, int step) {
   part.nsided(sizes, connectivity, Ids::kWindows, step).ghostsWithoutNodes(2, 0, step);
 }
 
+/// Prisms of triangles to heptagons in a row along x, with a ghost.
 void putPolyhedra(PartBuilder& part, int step) {
   Mesh mesh;
   std::vector<std::int32_t> faces;
@@ -138,6 +144,7 @@ void putSolid(PartBuilder& part, int side, int step) {
   Mesh mesh;
   putLattice(mesh, {side, side, side}, 0.0, step);
   mesh.putNodes(part, step);
+  // Stored number of a node of the lattice, whose i runs fastest.
   const auto at = [side](int i, int j, int k) { return (k * side + j) * side + i + 1; };
   std::vector<std::int32_t> hexahedra;
   BorderFaces bottom;
@@ -219,6 +226,7 @@ class Zoo::Maker {
   }
 
  private:
+  // In the order in which they are added to the file.
   enum Part { kElements, kPolygons, kPolyhedra, kSolid, kGrowing, kBlock, kSheet, kEmpty, kParts };
 
   void makeGeometry() {
@@ -226,6 +234,7 @@ class Zoo::Maker {
     const int side = std::max(static_cast<int>(std::cbrt(0.4 * options_.nodes)), 2);
     const std::array<int, 3> block{side, side + 1, std::max(side - 1, 2)};
     const std::array<int, 3> sheet{2 * side, side, 1};
+    // One name has a slash and blanks: exports make names of files and keys of it.
     for (const char* name : {"elements", "polygons", "polyhedra", "solid", "growing", "block",
                              "sheet / flat", "empty"}) {
       parts_.push_back(&file_.part(name));
@@ -277,6 +286,7 @@ class Zoo::Maker {
         putOnNodes(velocity, step, part);
       }
       for (const int part : {kGrowing, kBlock, kSheet}) putOnNodes(stretch, step, part);
+      // Steps without any values.
       if (step % 2 == 1) putOnNodes(gradient, step, kSolid);
       putOnNodes(wear, step, kSolid);
     }
@@ -337,6 +347,7 @@ class Zoo::Maker {
     std::vector<float> loads;
     for (int step = 0; step < options_.steps; ++step) loads.push_back(valueAt({.step = step}, 0));
     file_.variable("load", kNode).constant(loads).onTimeSet(all_);
+    // Neither a time set nor steps: one number.
     file_.variable("density", kNode).constant({7850.0F});
 
     makeParticleVariables();
@@ -385,6 +396,7 @@ class Zoo::Maker {
     putCount(kNFacedType, state.nfacedFaces.size());
   }
 
+  /// Nothing where the part has no elements of the type at the step.
   void putOnType(VariableBuilder& variable, int step, int part, int type,
                  bool isImaginary = false) {
     const PartState& state = parts_[static_cast<std::size_t>(part)]->state(step);

@@ -24,6 +24,7 @@ std::vector<T> joined(std::vector<T> first, const std::vector<T>& second) {
   return first;
 }
 
+/// The same points one unit higher: the top of a prism.
 std::vector<Point> lifted(std::vector<Point> points) {
   for (Point& point : points) point[2] += 1.0;
   return points;
@@ -68,6 +69,7 @@ std::vector<Point> elementPoints(int type) {
     }
     points.push_back(middle);
   }
+  // Bars of three nodes are stored in the order of their places.
   if (type == 4) std::swap(points[1], points[2]);
   return points;
 }
@@ -89,6 +91,7 @@ PolyhedronShape prism(int sides) {
   std::vector<std::int32_t> top;
   for (int i = 0; i < sides; ++i) {
     const int next = (i + 1) % sides;
+    // The bottom is seen from below: its nodes run the other way round.
     bottom.push_back(sides - 1 - i);
     top.push_back(sides + i);
     shape.faces.push_back({i, next, sides + next, sides + i});

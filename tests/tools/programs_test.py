@@ -5,14 +5,17 @@ Reads MORVEX_TOOLS (folder of the programs), MORVEX_EXAMPLES (folder of the exam
 (the project) from the environment; arguments name the classes to run.
 """
 
+import fcntl
 import json
 import os
 import pathlib
+import pty
 import re
 import shutil
 import struct
 import subprocess
 import tempfile
+import termios
 import unittest
 import zlib
 
@@ -313,7 +316,7 @@ class Manual(TestCase):
         self.expect(SUCCESS, "morvex", "--write-manual", folder)
         completion = (folder / "morvex.bash").read_text(encoding="utf-8")
         text = run("morvex", "--help").stdout
-        commands = re.findall(r"(?m)^  ([a-z]+)  ", text[text.index("Subcommands:"):])
+        commands = re.findall(r"(?m)^  ([a-z]+)  ", text[text.index("Commands:"):])
         self.assertIn("list", commands)
         for command in commands:
             page = (folder / f"morvex-{command}.1").read_text(encoding="utf-8").replace("\\-", "-")
@@ -453,6 +456,45 @@ class Thumb(TestCase):
         command = [TOOLS / "morvex", "thumb", SAMPLE, "-o", "-", "--size", "32x32"]
         png = subprocess.run(command, stdout=subprocess.PIPE, check=True, env=ENVIRONMENT).stdout
         self.assertEqual(pixels_of(png)[0], 32)
+
+
+class Width(TestCase):
+    def on_terminal(self, *arguments):
+        """What the program writes to a terminal of 80 columns."""
+        ours, theirs = pty.openpty()
+        fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("4H", 24, 80, 0, 0))
+        with subprocess.Popen([TOOLS / "morvex", *map(str, arguments)], stdout=theirs,
+                              stderr=subprocess.DEVNULL, env=ENVIRONMENT):
+            os.close(theirs)
+            text = b""
+            while piece := self.read(ours):
+                text += piece
+        os.close(ours)
+        return text.decode().splitlines()
+
+    @staticmethod
+    def read(descriptor):
+        try:
+            return os.read(descriptor, 1 << 16)
+        except OSError:  # the other end is closed
+            return b""
+
+    def test_lines_fit_a_terminal_and_nothing_is_cut_in_a_pipe(self):
+        zoo = SAMPLE.with_suffix(".zoo")
+        self.expect(SUCCESS, "morvex", "sample", zoo, "--kind", "zoo", *SAMPLE_OPTIONS, "--force")
+        commands = run("morvex", "--help").stdout.partition("Commands:")[2].split("\n\n")[0]
+        names = re.findall(r"^  (\w+)", commands, re.MULTILINE)
+        self.assertIn("thumb", names)
+        for command in (["info", "--ranges", zoo], ["stat", zoo], ["verify", zoo], ["dump", zoo],
+                        ["diff", SAMPLE, zoo], ["explain", zoo, "variables", "--analyze", "--step", "1"],
+                        ["--help"], *([name, "--help"] for name in names)):
+            with self.subTest(command=command):
+                lines = self.on_terminal(*command)
+                self.assertGreater(len(lines), 5)
+                self.assertEqual([line for line in lines if len(line) > 80 and " " in line.strip()], [])
+        whole = run("morvex", "info", zoo).stdout
+        self.assertIn("on triangles and quadrilaterals, every third step", whole)
+        self.assertNotIn("...", whole)
 
 
 class Messages(TestCase):

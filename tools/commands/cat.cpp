@@ -15,6 +15,7 @@
 namespace morvex::tools {
 namespace {
 
+/// What the user asks for. Without `output` the values are written to standard output.
 struct CatOptions {
   std::string file;
   std::vector<std::string> arrays;
@@ -28,6 +29,7 @@ struct CatOptions {
 /// Takes what is written: standard output or a new file.
 class Sink {
  public:
+  /// Failure kUsageError if the output file is there and must stay, before anything is decoded.
   explicit Sink(const CatOptions& options) {
     if (!options.output.empty()) file_.emplace(options.output, options.mayReplace);
   }
@@ -38,6 +40,7 @@ class Sink {
       put(bytes);
     }
   }
+  /// Puts the file in its place; without this call it vanishes with the sink.
   void commit() {
     if (file_) file_->commit();
   }
@@ -55,6 +58,7 @@ struct Column {
   std::vector<std::byte> bytes = {};
 };
 
+/// The shape of an array; its bytes are filled in when it was read. Error.
 Column columnOf(const File& file, const ArrayId& array) {
   Column column{.id = array, .path = pathOf(file, array)};
   const std::uint64_t count = sizeOf(file, array).count;
@@ -69,6 +73,7 @@ Column columnOf(const File& file, const ArrayId& array) {
   return column;
 }
 
+/// Columns of equally many rows.
 using Table = std::vector<Column>;
 
 /// As NumPy calls it.
@@ -96,6 +101,7 @@ std::uint64_t widthOf(const Table& table) {
   return width;
 }
 
+/// Reads back as the same bits.
 std::string valueText(float value) {
   return numberText(value);
 }
@@ -117,6 +123,7 @@ void forEachCell(const Table& table, std::uint64_t row, const Use& use) {
 
 /// Rows as text, in pieces: the text of a large array takes several times its memory.
 void writeRows(const Table& table, char separator, Sink& sink) {
+  // 64 KiB: a write costs little against formatting, and Ctrl-C is noticed at once.
   constexpr std::size_t kPiece = 1U << 16U;
   std::string text;
   for (std::uint64_t row = 0; row < table.front().rows; ++row) {
@@ -144,6 +151,7 @@ std::string csvName(std::string name) {
   return '"' + name + '"';
 }
 
+/// A heading of paths, with the node's place in brackets where an array has several columns.
 void writeCsv(const Table& table, Sink& sink) {
   std::string heading;
   for (const Column& column : table) {
@@ -159,7 +167,9 @@ void writeCsv(const Table& table, Sink& sink) {
 /// Rows of all columns one after the other: NumPy's arrays have C order.
 void writeNpy(const Table& table, Sink& sink) {
   const std::size_t size = withValueType(table.front().id, []<class T>(T) { return sizeof(T); });
-  sink.write(npyHeader(typeOf(table.front()), table.front().rows, widthOf(table)));
+  std::vector<std::uint64_t> shape{table.front().rows, widthOf(table)};
+  if (shape.back() == 1) shape.pop_back();  // one column is a one-dimensional array
+  sink.write(npyHeader(typeOf(table.front()), shape));
   std::string rows;
   for (std::uint64_t row = 0; row < table.front().rows; ++row) {
     for (const Column& column : table) {
@@ -176,6 +186,7 @@ std::vector<Table> tablesOf(const File& file, ArrayList& list) {
   std::vector<Table> tables;
   for (const Section& section : list.sections()) {
     for (const ArrayId& array : list.arraysOf(section)) {
+      // Variables may have no values on some parts, steps or types; all else must be there.
       std::int32_t has = 1;
       if (array.kind == ArrayKind::kVariables) {
         check(morvex_has_array(file.handle(), &array.request, &has));
@@ -217,6 +228,7 @@ ExitCode catFile(const CatOptions& options, const Common& common) {
     throw Failure(kUsageError, "--csv and --npy exclude each other");
   Selection selection = options.selection;
   selection.arrays.insert(selection.arrays.end(), options.arrays.begin(), options.arrays.end());
+  // Nobody wants all values of a file as text: it is a forgotten argument.
   if (selection.arrays.empty() && selection.parts.empty() && selection.variables.empty()) {
     throw Failure(kUsageError,
                   "an array is missing: a path of 'morvex list', a kind, --variable or --part");
@@ -227,8 +239,10 @@ ExitCode catFile(const CatOptions& options, const Common& common) {
   const File file = openFile(options.file, common.open);
   const Contents contents = readContents(file);
   const Choice choice(selection, file, contents);
+  // Sizes first, so that a choice that can't be one table is refused before an array is read.
   ArrayList list(file, contents, choice);
   std::vector<Table> tables = tablesOf(file, list);
+  // CSV and NumPy files are one table; text has one after the other.
   const bool isText = !options.asCsv && !options.asNpy;
   if (!isText) tables = {joined(std::move(tables), options.asNpy)};
 
@@ -239,6 +253,7 @@ ExitCode catFile(const CatOptions& options, const Common& common) {
   std::size_t table = 0;
   std::size_t column = 0;
   bool isComplete = true;
+  // Fills the next column, and writes the table when it is the last one.
   const auto receive = [&](const ArrayResult& result) {
     Table& filled = tables[table];
     if (result.failure) {
@@ -264,6 +279,7 @@ ExitCode catFile(const CatOptions& options, const Common& common) {
     isComplete = true;
   };
   BatchReader reader(file, receive, [](double, std::uint64_t) { return !isInterrupted(); });
+  // Listed before the first is read: the tables are emptied while they are written.
   std::vector<ArrayId> arrays;
   for (const Table& listed : tables) {
     for (const Column& each : listed) arrays.push_back(each.id);

@@ -14,6 +14,7 @@ CLI::Validator wholeNumber(long long least, long long most) {
   CLI::Validator validator("");
   return validator.operation([least, most](std::string& text) {
     long long number = 0;
+    // The parser's own range check prints its limits as floating-point numbers.
     const bool isNumber = CLI::detail::lexical_cast(text, number);
     if (isNumber && number >= least && number <= most) return std::string();
     return "'" + text + "' is no whole number from " + std::to_string(least) + " to " +
@@ -76,8 +77,10 @@ void addCount(CLI::App& app, const std::string& name, int& value, int least,
 
 void addKeyword(CLI::App& app, const std::string& name, std::string& value,
                 const std::vector<std::string>& words, const std::string& description) {
+  // Help and man pages then list the words first.
   std::string list;
   for (const std::string& word : words) list += (list.empty() ? "" : ", ") + word;
+  // The parser's own check reports such lists in braces.
   CLI::Validator known("");
   known.operation([words, list](const std::string& text) {
     return std::ranges::find(words, text) != words.end() ? std::string()
@@ -94,11 +97,13 @@ ExitCode forEachFile(const std::vector<std::string>& files,
     try {
       code = work(file);
     } catch (const Failure& failure) {
-      // Lost output is lost for the other files as well.
+      // Lost output is lost for the other files as well. A single file: the program reports the
+      // failure when it ends.
       if (files.size() == 1 || failure.code() == kOutputFailed) throw;
       complain("morvex", failure.what());
       code = failure.code();
     }
+    // The highest code wins: a file that can't be opened hides findings in another.
     worst = std::max(worst, code);
   }
   return worst;

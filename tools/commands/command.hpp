@@ -24,8 +24,10 @@ struct Command {
 };
 
 // Options of the same meaning have the same name and description in every command.
+/// The targets are borrowed: they must live until the command has run.
 void addFile(CLI::App& app, std::string& file);
 void addFiles(CLI::App& app, std::vector<std::string>& files);
+/// Parts, variables, steps and time; includes addSteps().
 void addSelection(CLI::App& app, Selection& selection);
 /// For commands that read or list arrays.
 void addArrays(CLI::App& app, Selection& selection);

@@ -8,6 +8,7 @@ namespace {
 
 /// Real files have four levels.
 constexpr int kDeepestGroup = 32;
+/// Far more than any real file has: damaged tables may list the same groups again and again.
 constexpr std::uint64_t kMostEntries = 50'000'000;
 
 }  // namespace
@@ -24,6 +25,7 @@ void ContainerWalk::attempt(const std::string& what, const Work& work) {
 void ContainerWalk::visit(const std::string& path, int depth) {
   if (isInterrupted()) throw Interrupted{};
   if (depth > kDeepestGroup) return onFailure_(path + ": groups are nested too deeply");
+  // A group that can't be listed is reported and shown as empty.
   std::vector<std::string> groups;
   std::vector<std::string> datasets;
   attempt(path, [&] { file_.listEntries(path, groups, datasets); });

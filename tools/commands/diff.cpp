@@ -20,6 +20,7 @@ using Json = nlohmann::ordered_json;
 /// Raised when a key changes its meaning or goes.
 constexpr int kSchema = 1;
 
+/// As typed. Both tolerances are 0 unless they are given: then only equal numbers are equal.
 struct DiffOptions {
   std::string a;
   std::string b;
@@ -28,6 +29,7 @@ struct DiffOptions {
   bool asJson = false;
 };
 
+/// A heading with a line for each item and an empty line; nothing without items.
 std::string lines(const char* heading, const std::vector<std::string>& items) {
   if (items.empty()) return "";
   std::string text = std::string(heading) + "\n";
@@ -35,15 +37,18 @@ std::string lines(const char* heading, const std::vector<std::string>& items) {
   return text + "\n";
 }
 
+/// Paths are kept as stored for JSON, and made fit for a terminal here.
 std::vector<std::string> shown(std::vector<std::string> paths) {
   for (std::string& path : paths) path = shownText(std::move(path));
   return paths;
 }
 
+/// For example "1 array" or "3 arrays".
 std::string countText(std::uint64_t count, const std::string& what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
+/// The outcome in one sentence, for the end of tables that may be long.
 std::string verdict(const Comparison& comparison) {
   std::string text;
   if (comparison.hasDifferences()) {
@@ -62,7 +67,7 @@ std::string verdict(const Comparison& comparison) {
   } else {
     text = "No differences in " + countText(comparison.arrays, "array");
   }
-  return text + ".\n";
+  return text + ".";
 }
 
 /// Four digits are enough to judge by; the values themselves are exact.
@@ -78,6 +83,7 @@ std::string comparisonText(const Comparison& comparison, std::size_t width) {
   text += lines("Only in B", shown(comparison.onlyB));
   TextTable table({"what", ">step", "part", ">differ", ">largest", ">index", ">A", ">B"});
   for (const Difference& row : comparison.differences) {
+    // With the number, as names may repeat.
     const std::string part =
         row.part < 0 ? "-" : std::to_string(row.part) + " " + shownText(row.partName);
     table.row({shownText(row.what), std::to_string(row.step), part, std::to_string(row.differing),
@@ -85,7 +91,7 @@ std::string comparisonText(const Comparison& comparison, std::size_t width) {
                numberText(static_cast<float>(row.a)), numberText(static_cast<float>(row.b))});
   }
   if (!table.empty()) text += "Values\n" + table.text(width) + "\n";
-  return text + verdict(comparison);
+  return text + wrapped(verdict(comparison), width, 0) + "\n";
 }
 
 std::string comparisonJson(const DiffOptions& options, const Comparison& comparison) {
@@ -119,6 +125,7 @@ std::string comparisonJson(const DiffOptions& options, const Comparison& compari
   return object.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
+/// Each file has its own choice: the same name may have another number in the other file.
 ExitCode diffFiles(const DiffOptions& options, const Common& common) {
   const File fileA = openFile(options.a, common.open);
   const File fileB = openFile(options.b, common.open);
@@ -135,10 +142,12 @@ ExitCode diffFiles(const DiffOptions& options, const Common& common) {
     put(comparisonText(comparison, terminalWidth()));
   }
   for (const std::string& problem : comparison.problems) complain("morvex", problem);
+  // Before the findings: what could not be read may differ as well.
   if (!comparison.problems.empty()) return kDataError;
   return comparison.hasDifferences() ? kFindings : kSuccess;
 }
 
+/// Adds an option for a finite number, 0 or more.
 void addTolerance(CLI::App& app, const std::string& name, double& value,
                   const std::string& description) {
   app.add_option(name, value, description)
@@ -166,7 +175,9 @@ Command addDiff(CLI::App& program, const Common& common) {
   addSelection(*app, options->selection);
   addArrays(*app, options->selection);
   addJson(*app, options->asJson);
-  app->footer("Examples:\n  morvex diff before.mvx after.mvx --tolerance 1e-6");
+  app->footer(
+      "Examples:\n  morvex diff before.mvx after.mvx --tolerance 1e-6\n"
+      "  morvex diff -q before.mvx after.mvx --variable stress && echo equal");
   return {app, [options, &common] { return diffFiles(*options, common); }};
 }
 

@@ -40,6 +40,8 @@ struct Side {
   const Choice& choice;
 };
 
+/// What differs between two files. Paths and names are as stored and may contain control
+/// characters.
 struct Comparison {
   std::vector<std::string> structure;  ///< differences of parts, variables and times, in words
   std::vector<std::string> onlyA;      ///< arrays, or groups with all their arrays

@@ -15,11 +15,13 @@ class Structure {
   Structure(const Side& a, const Side& b, const Tolerance& tolerance)
       : a_(a), b_(b), tolerance_(tolerance) {}
 
+  /// To be called once.
   std::vector<std::string> run() {
     times();
     geometry("model", a_.contents.summary.model, b_.contents.summary.model);
     geometry("particles", a_.contents.summary.particles, b_.contents.summary.particles);
     const morvex_geometry& model = a_.contents.summary.model;
+    // Steps that one file lacks are reported as a number of steps.
     const std::uint64_t states = std::min(model.steps, b_.contents.summary.model.steps);
     for (const int step : a_.choice.steps(model.timeset, states)) {
       // Where only coordinates change, the first step has the parts of all.
@@ -30,6 +32,7 @@ class Structure {
   }
 
  private:
+  /// A line unless both values are the same. `what` names the place, such as "part 2 tube, nodes".
   template <class T>
   void require(const std::string& what, const T& a, const T& b) {
     if (a != b) found_.push_back(what + ": " + text(a) + " and " + text(b));
@@ -37,6 +40,7 @@ class Structure {
   static std::string text(const std::string& value) { return shownText(value); }
   static std::string text(std::integral auto value) { return std::to_string(value); }
 
+  /// Numbers of steps and the first differing time of each set, within the tolerance of values.
   void times() {
     const auto& a = a_.contents.timesets;
     const auto& b = b_.contents.timesets;
@@ -57,11 +61,13 @@ class Structure {
     }
   }
 
+  /// How the geometry changes and over how many steps.
   void geometry(const std::string& name, const morvex_geometry& a, const morvex_geometry& b) {
     require(name, changeName(a), changeName(b));
     require(name + ", steps", a.steps, b.steps);
   }
 
+  /// By number, as a host asks for parts: names may repeat.
   void parts(int step) {
     std::vector<morvex_part> a;
     std::vector<morvex_part> b;
@@ -72,6 +78,7 @@ class Structure {
       found_.push_back("parts at step " + std::to_string(step) + ": " + failure.what());
       return;
     }
+    // Most models have the same parts at all steps: step 0 goes without saying.
     const std::string at = step == 0 ? "" : " at step " + std::to_string(step);
     require("number of parts" + at, a.size(), b.size());
     for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) {
@@ -91,6 +98,7 @@ class Structure {
     }
   }
 
+  /// Variables that one file lacks, and what differs in those of the same name.
   void variables() {
     const auto& all = b_.contents.variables;
     for (int i = 0; i < static_cast<int>(a_.contents.variables.size()); ++i) {

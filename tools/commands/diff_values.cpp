@@ -16,6 +16,7 @@ namespace {
 /// What two arrays differ in.
 struct Outcome {
   std::uint64_t differing = 0;
+  // Below every difference, so that the first one counts.
   double largest = -1;
   std::size_t index = 0;
   double a = 0;
@@ -59,6 +60,8 @@ struct Pair {
   std::string path;
 };
 
+/// Walks the sections of A beside those of B and compares pairs of arrays in batches, so that two files
+/// of any size need bounded memory.
 class ValueComparison {
  public:
   ValueComparison(const Side& a, const Side& b, const Tolerance& tolerance, bool isQuiet)
@@ -73,9 +76,11 @@ class ValueComparison {
         readerB_(
             b.file, [this](const ArrayResult& result) { compare(result); }, progress()) {}
 
+  /// To be called once. `into` is borrowed. Throws Interrupted.
   void run(Comparison& into) {
     into_ = &into;
     const std::vector<Section> sectionsA = listA_.sections();
+    // Sections of B that no section of A has taken yet, by group.
     std::map<std::string, Section> rest;
     for (const Section& section : listB_.sections()) rest.emplace(listB_.nameOf(section), section);
     total_ = static_cast<double>(sectionsA.size());
@@ -105,6 +110,7 @@ class ValueComparison {
   }
 
  private:
+  /// In sections of A, which are paired with those of B.
   BatchReader::Progress progress() {
     return [this](double, std::uint64_t) {
       bar_.show(total_ == 0.0 ? 1.0 : done_ / total_, bytes_);
@@ -134,6 +140,7 @@ class ValueComparison {
     return arrays;
   }
 
+  /// Lists a section that the other file lacks as one line, not array by array.
   void addOnly(const Side& side, ArrayList& list, const Section& section, const Side& other,
                std::vector<std::string>& only) {
     if (section.of == Section::Of::kVariable) {
@@ -164,6 +171,7 @@ class ValueComparison {
     for (const auto& [path, array] : arraysB) into_->onlyB.push_back(path);
   }
 
+  /// Queues two arrays of the same size. Others are only counted: their values can't be paired.
   void add(Pair pair) {
     try {
       const ArraySize size = sizeOf(a_.file, pair.a);
@@ -194,6 +202,7 @@ class ValueComparison {
     waiting_ = 0;
   }
 
+  /// Receives the arrays of A in the order of `pairs_`; an entry for each, also after a failure.
   void keep(const ArrayResult& result) {
     bytes_ += result.bytes.size();
     auto& bytes = kept_.emplace_back();
@@ -204,6 +213,7 @@ class ValueComparison {
     }
   }
 
+  /// Receives the arrays of B in the same order.
   void compare(const ArrayResult& result) {
     const Pair& pair = pairs_[next_];
     const auto& first = kept_[next_++];
@@ -220,6 +230,7 @@ class ValueComparison {
     if (outcome.differing == 0) return;
     ++into_->differingArrays;
     row.differing += outcome.differing;
+    // Components and element types share a row, which shows the worst of them.
     if (outcome.largest <= row.largest) return;
     row.largest = outcome.largest;
     row.a = outcome.a;
@@ -240,6 +251,7 @@ class ValueComparison {
                          array.kind != ArrayKind::kConstants &&
                          (variable == nullptr || variable->on_particles == 0);
     const int part = hasPart ? asked.part : -1;
+    // By number, not by name: two variables of one name have rows of their own.
     const auto [place, isNew] =
         rows_.try_emplace(std::array{static_cast<int>(array.kind), isVariable ? asked.variable : -1,
                                      asked.step, part},
@@ -249,6 +261,7 @@ class ValueComparison {
       row.what = variable != nullptr ? variable->name : kindName(array.kind);
       row.step = asked.step;
       row.part = part;
+      // Parts keep their names, so those of the first step serve variables of any time set.
       const auto& parts = listA_.parts(isVariable ? 0 : asked.step);
       const auto number = static_cast<std::size_t>(std::max(part, 0));
       if (hasPart && number < parts.size()) row.partName = parts[number].name;

@@ -25,6 +25,7 @@ struct DigestOptions {
   bool asJson = false;
 };
 
+/// Decodes the choice in bounded memory and sums up digests of its arrays.
 ExitCode digestFile(const std::string& path, const DigestOptions& options, const Common& common) {
   const File file = openFile(path, common.open);
   const Contents contents = readContents(file);
@@ -33,6 +34,7 @@ ExitCode digestFile(const std::string& path, const DigestOptions& options, const
   std::uint64_t sum = 0;
   std::uint64_t arrays = 0;
   std::uint64_t bytes = 0;
+  // Kept until the end in JSON, where the digest of all comes first; text is written at once.
   Json byArray = Json::array();
   std::vector<std::string> problems = contents.problems;
   Scan(file, list, common.isQuiet)
@@ -88,7 +90,9 @@ Command addDigest(CLI::App& program, const Common& common) {
   addArrays(*app, options->selection);
   app->add_flag("--by-array", options->byArray, "a digest of each array instead of their sum");
   addJson(*app, options->asJson);
-  app->footer("Examples:\n  morvex digest before.mvx after.mvx");
+  app->footer(
+      "Examples:\n  morvex digest before.mvx after.mvx\n"
+      "  morvex digest --by-array crash.mvx --step -1");
   return {app, [options, &common] {
             return forEachFile(options->files, [&](const std::string& path) {
               return digestFile(path, *options, common);

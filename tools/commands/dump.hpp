@@ -26,12 +26,14 @@ class Dump {
   [[nodiscard]] std::uint64_t failures() const noexcept { return failures_; }
 
  private:
+  /// Sums over the datasets below a group.
   struct Subtree {
     std::uint64_t datasets = 0;
     std::uint64_t logicalBytes = 0;
     std::uint64_t storedBytes = 0;
   };
 
+  /// Writes a line, broken at the width of the terminal.
   void line(const std::string& text);
   void heading(const std::string& text);
   /// Runs a piece of work; a failure becomes a line.
@@ -40,6 +42,7 @@ class Dump {
   void fail(const std::string& what);
 
   void dataset(const std::string& group, const std::string& name, Subtree& total);
+  /// The recipe that rebuilds a dataset, by number and label; begins with two blanks.
   [[nodiscard]] std::string recipeText(const std::string& group, const std::string& name);
 
   StoredFile& stored_;

@@ -23,6 +23,7 @@ struct DumpOptions {
 ExitCode dumpFile(const DumpOptions& options, const Common& common) {
   const QuietLog quiet;
   StoredFile file(options.file, common.open);
+  // A group alone asks for the tree below it; without any choice everything is shown.
   const bool hasGroup = options.group != "/";
   const bool all = !options.recipes && !options.records && !options.tree && !hasGroup;
   Dump dump(file);

@@ -7,6 +7,7 @@
 namespace morvex::tools {
 namespace {
 
+/// Wrapper and wrapped class, for example "OmpDecompressionWrapper of Dequantization".
 std::string className(const ProcedureTags& tags) {
   std::string text;
   for (const std::int32_t tag : tags.nested) {
@@ -17,6 +18,7 @@ std::string className(const ProcedureTags& tags) {
   return tags.isTooDeep ? text + " of wrappers nested too deeply" : text;
 }
 
+/// The source of a procedure's input in words; visits the variant of the recipe.
 struct InputWords {
   using result_type = std::string;
 
@@ -48,10 +50,12 @@ void Dump::recipes() {
     const Recipe& recipe = entry.recipe;
     attempt("chain", [&] {
       ProcedureTagReader classes(recipe);
+      // The inputs of all procedures are one list, cut by their counts.
       std::size_t next = 0;
       for (std::size_t step = 0; step < recipe.inputCounts.size(); ++step) {
         std::string text = "    step " + std::to_string(step) + ": " + className(classes.next());
         for (std::uint32_t k = 0; k < recipe.inputCounts[step]; ++k, ++next) {
+          // Damaged counts may ask for more inputs than the list has.
           if (next >= recipe.inputs.size()) {
             fail("step " + std::to_string(step) + " takes more inputs than are wired");
             break;

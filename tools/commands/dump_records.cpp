@@ -1,10 +1,10 @@
 // The metadata records field by field, including those that no query uses.
 
 #include <algorithm>
-#include <numeric>
-#include <type_traits>
+#include <span>
 
 #include "commands/dump.hpp"
+#include "commands/record_fields.hpp"
 #include "common/output.hpp"
 #include "common/text_table.hpp"
 #include "metadata/case_records.hpp"
@@ -22,25 +22,10 @@
 namespace morvex::tools {
 namespace {
 
+/// Where files have all records but those of time and file sets.
 constexpr const char* kRecordGroup = "/kelbor";
 
-template <class T>
-std::string valueText(const T& value) {
-  if constexpr (std::is_same_v<T, float>) {
-    return numberText(value);
-  } else if constexpr (std::is_same_v<T, std::string>) {
-    return "\"" + shownText(value) + "\"";
-  } else if constexpr (std::is_arithmetic_v<T>) {
-    return std::to_string(value);
-  } else {  // a row of numbers without the zeros at its end
-    std::size_t size = value.size();
-    while (size > 1 && value[size - 1] == 0) --size;
-    std::string text = "[";
-    for (std::size_t k = 0; k < size; ++k) text += (k == 0 ? "" : " ") + valueText(value[k]);
-    return text + (size < value.size() ? " 0...]" : "]");
-  }
-}
-
+/// Two digits for each byte, in stored order.
 std::string hexText(std::span<const std::byte> bytes) {
   static constexpr const char* kDigits = "0123456789abcdef";
   std::string text;
@@ -51,53 +36,7 @@ std::string hexText(std::span<const std::byte> bytes) {
   return text;
 }
 
-/// Fields of one record as lines "name  value".
-class Fields {
- public:
-  explicit Fields(std::size_t limit) : limit_(limit) {}
-
-  template <class T>
-  void one(const std::string& name, const T& value) {
-    add(name, valueText(value));
-  }
-
-  void text(const std::string& name, const std::string& words) { add(name, words); }
-
-  template <class Range>
-  void list(const std::string& name, const Range& values) {
-    std::string words;
-    std::size_t shown = 0;
-    for (auto&& value : values) {
-      if (shown++ == limit_) {
-        words += " ... (" + std::to_string(values.size()) + " values)";
-        break;
-      }
-      using Value = std::decay_t<decltype(value)>;
-      words += shown == 1 ? "" : ", ";
-      if constexpr (std::is_same_v<Range, std::vector<bool>>) {
-        words += value ? "1" : "0";
-      } else if constexpr (std::is_same_v<Value, std::uint8_t>) {
-        words += std::to_string(value);
-      } else {
-        words += valueText(value);
-      }
-    }
-    add(name, words.empty() ? "-" : words);
-  }
-
-  [[nodiscard]] const std::string& lines() const noexcept { return lines_; }
-
- private:
-  void add(const std::string& name, const std::string& words) {
-    constexpr std::size_t kColumn = 26;
-    lines_ += "    " + name + std::string(name.size() < kColumn ? kColumn - name.size() : 1, ' ') +
-              words + "\n";
-  }
-
-  std::size_t limit_;
-  std::string lines_;
-};
-
+/// `box` is a field of the same record.
 std::string caseText(const CaseMetaData& data, const StoredBox& box, std::size_t limit) {
   Fields fields(limit);
   fields.list("boundingBox", box);
@@ -118,6 +57,7 @@ std::string caseText(const CaseMetaData& data, const StoredBox& box, std::size_t
   return fields.lines();
 }
 
+/// Tables have an entry for each part. Fields that no query uses have neutral names.
 std::string geometryText(const GeometryMetadata& data, std::size_t limit) {
   Fields fields(limit);
   fields.one("numParts", data.numParts);
@@ -140,12 +80,14 @@ std::string geometryText(const GeometryMetadata& data, std::size_t limit) {
   return fields.lines();
 }
 
+/// No query uses octrees: their fields are shown as stored, entry by entry.
 std::string octreeText(const OctreeMetaData& data, std::size_t limit) {
   Fields fields(limit);
   fields.list("entryCounts", data.entryCounts);
   fields.list("partValues", data.partValues);
   for (std::size_t part = 0; part < data.entryCounts.size(); ++part) {
     const std::string of = "[" + std::to_string(part) + "]";
+    // Only parts with a tree have entries.
     if (data.entryCounts[part] == 0) continue;
     fields.list("entryValuesA" + of, data.entryValuesA[part]);
     fields.list("entryPairs" + of, data.entryPairs[part]);
@@ -159,6 +101,7 @@ std::string octreeText(const OctreeMetaData& data, std::size_t limit) {
   return fields.lines();
 }
 
+/// Tables have an entry for each variable, in the order of its number.
 std::string variablesText(const VariableMetaData& data, std::size_t limit) {
   Fields fields(limit);
   fields.list("names", data.names);
@@ -185,6 +128,7 @@ std::string variablesText(const VariableMetaData& data, std::size_t limit) {
   return fields.lines();
 }
 
+/// By variable or geometry. The names of the types are in the order of their stored numbers.
 std::string precisionsText(const Precisions& data, std::size_t limit) {
   static constexpr std::array<const char*, 5> kTypes{
       "uniform", "relative", "adaptive shift", "adaptive exponent", "adaptive scaled exponent"};
@@ -223,10 +167,13 @@ std::string fileSetText(const FileSet& data, std::size_t limit) {
   return fields.lines();
 }
 
+/// Blocks of bytes that recipes refer to by number. Their fields depend on the procedure, so they
+/// are shown as bytes.
 std::string parametersText(const std::vector<std::vector<std::byte>>& blocks, std::size_t limit) {
   Fields fields(limit);
   std::size_t number = 0;
   for (const auto& block : blocks) {
+    // Here `limit` is a number of blocks, and of words of 4 bytes in each.
     if (number++ == limit) {
       fields.text("...", std::to_string(blocks.size()) + " blocks");
       break;
@@ -243,6 +190,7 @@ std::string parametersText(const std::vector<std::vector<std::byte>>& blocks, st
 std::optional<std::uint32_t> recordNumber(const std::string& name, const std::string& prefix) {
   if (!name.starts_with(prefix)) return std::nullopt;
   const std::string digits = name.substr(prefix.size());
+  // Nine digits always fit 32 bits.
   if (digits.empty() || digits.size() > 9 ||
       digits.find_first_not_of("0123456789") != std::string::npos) {
     return std::nullopt;
@@ -265,6 +213,7 @@ class RecordDump {
     return "    version of the reader that is needed: " + readVersion(cursor).toString() +
            " (first word " + std::to_string(first) + ")\n";
   }
+  /// The functions that follow have to be called in the order of Dump::records().
   std::string caseData() {
     return with("casemetadata", [&](auto bytes) {
       StoredBox box = kInvertedBox;
@@ -275,6 +224,7 @@ class RecordDump {
   std::string geometries() {
     return with("geometrymetadata", [&](auto bytes) {
       const auto counts = geometryStateCounts(case_);
+      // Each record is decoded with counts of those before it.
       geometries_ = readGeometryMetadata(bytes, case_, counts);
       return states(geometries_, geometryText);
     });
@@ -295,6 +245,7 @@ class RecordDump {
       return variablesText(variables_, limit_);
     });
   }
+  /// Needs the names of the variables, which were read before.
   std::string precisions() {
     return with("precisions", [&](auto bytes) {
       Precisions table("ensg");
@@ -315,6 +266,7 @@ class RecordDump {
       return fields.lines() + patterns(data);
     });
   }
+  /// Boxes of the model, state by state: read into its geometry records, as the reader does.
   std::string boxes() {
     return with("metadatapertimestep", [&](auto bytes) {
       if (geometries_.empty()) return std::string("    no geometry takes them\n");
@@ -338,6 +290,7 @@ class RecordDump {
   }
 
  private:
+  /// Describes a record by `read`; "absent" if the file has none. Throws what `read` throws.
   template <class Read>
   std::string with(const char* name, const Read& read) {
     const RecordBytes record(file_, kRecordGroup, name);
@@ -381,6 +334,7 @@ class RecordDump {
 
   Kelbor::MathModule::SdfFile& file_;
   std::size_t limit_;
+  // What later records need of earlier ones.
   CaseMetaData case_;
   std::vector<std::vector<GeometryMetadata>> geometries_;
   VariableMetaData variables_;
@@ -390,7 +344,8 @@ void Dump::records(std::size_t limit) {
   heading("Records");
   RecordDump dump(file_, limit);
   using Member = std::string (RecordDump::*)();
-  // In the order in which they depend on each other.
+  // In the order in which they depend on each other. If a record fails, its members stay empty, and
+  // the next ones describe what they can.
   const std::pair<const char*, Member> kRecords[] = {
       {"version", &RecordDump::version},
       {"casemetadata", &RecordDump::caseData},
@@ -407,6 +362,7 @@ void Dump::records(std::size_t limit) {
     line("  " + path);
     attempt(path, [&, read = member] { put((dump.*read)()); });
   }
+  // Sets have a record each, with the number in its name.
   const auto numbered = [&](const std::string& group, const std::string& prefix, auto member) {
     std::vector<std::string> names;
     attempt(group, [&] { file_.listDatasets(group, names); });

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "commands/container_walk.hpp"
 #include "commands/dump.hpp"
 #include "common/output.hpp"
@@ -8,6 +10,7 @@ namespace {
 
 using Kelbor::MathModule::DatasetInfo;
 
+/// Where the bytes are: in the tables of the container, or outside, plain or deflated.
 const char* storageName(DatasetInfo::Storage storage) {
   switch (storage) {
     case DatasetInfo::Storage::kInlined:
@@ -28,7 +31,8 @@ bool isRecipeCoded(const std::string& group, const std::string& name) {
 }  // namespace
 
 void Dump::line(const std::string& text) {
-  put(text + "\n");
+  const std::size_t indent = std::min(text.find_first_not_of(' '), text.size());
+  put(wrapped(text, terminalWidth(), indent + 4) + "\n");
 }
 
 void Dump::heading(const std::string& text) {
@@ -51,10 +55,12 @@ std::string Dump::recipeText(const std::string& group, const std::string& name) 
   } else {
     text += ", which is not in the list";
   }
+  // Blocks of parameters count from 1; 0 is none.
   if (header->conParamIndex != 0) text += ", parameters " + std::to_string(header->conParamIndex);
   return text;
 }
 
+// One line for each dataset, so that its name can be searched for with grep.
 void Dump::dataset(const std::string& group, const std::string& name, Subtree& total) {
   const auto info = file_.getDatasetInfo(group, name);
   if (!info) return fail(group + "/" + name + " is listed and can't be found");
@@ -72,6 +78,7 @@ void Dump::dataset(const std::string& group, const std::string& name, Subtree& t
 
 void Dump::tree(const std::string& group) {
   heading("Groups and datasets");
+  // Read now, so that a damaged record is one failure and not one for each dataset.
   attempt("/kelbor/recipes", [&] { (void)stored_.recipes(); });
   Subtree total;
   ContainerWalk(

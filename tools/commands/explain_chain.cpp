@@ -15,8 +15,7 @@ namespace {
 
 namespace ClassTags = Kelbor::MathModule::ClassTags;
 
-constexpr std::string_view kQuantisedSuffix = "_vquant";
-
+/// The precision of quantised numbers in words, with its parameters as stored.
 std::string precisionWords(const PrecisionSetting& precision) {
   std::string parameters;
   for (const double parameter : precision.parameters) {
@@ -68,8 +67,10 @@ class Explainer {
       : stored_(stored), simulation_(simulation) {}
 
   /// Place of the dataset in the explanation, after all that it depends on.
+  /// Failure kDataError if the dataset can't be explained.
   int add(const std::string& path) {
     if (const auto known = places_.find(path); known != places_.end()) return known->second;
+    // Damaged recipes may refer to each other in a circle.
     if (!open_.insert(path).second) {
       throw Failure(kDataError, path + ": depends on itself");
     }
@@ -81,9 +82,11 @@ class Explainer {
     return place;
   }
 
+  /// Once all datasets were added.
   [[nodiscard]] Explanation take() { return std::move(explanation_); }
 
  private:
+  /// Failure kDataError if the dataset or its recipe is missing.
   ExplainedDataset describe(const std::string& path) {
     const auto [group, name] = splitDatasetPath(path);
     const auto header = stored_.header(group, name);
@@ -102,6 +105,7 @@ class Explainer {
                              .problems = {}};
     const Recipe& recipe = zipRecipe.recipe;
     ProcedureTagReader classes(recipe);
+    // The inputs of all procedures are one list, cut by their counts.
     std::size_t next = 0;
     for (std::size_t i = 0; i < recipe.inputCounts.size(); ++i) {
       ChainStep& step = dataset.steps.emplace_back();
@@ -116,6 +120,7 @@ class Explainer {
   /// Class, wrapper and parameters of a procedure in words.
   void describeClass(const ProcedureTags& tags, const std::string& path, ChainStep& step) {
     const std::int32_t tag = tags.nested.back();
+    // The innermost class does the work; what wraps it runs copies of it on chunks.
     const char* known = Kelbor::MathModule::classTagName(tag);
     step.name = known ? known : "class " + std::to_string(tag);
     step.words = wordsOf(tag);
@@ -135,6 +140,7 @@ class Explainer {
     return precisionWords(simulation_.reads().precisions.getPrecision(name));
   }
 
+  /// Explains a referenced dataset first, which adds it to the explanation.
   ChainStep::Input describeInput(const Recipe::Input& input, const std::string& group,
                                  const std::string& name, std::vector<std::string>& problems) {
     if (const auto* chain = boost::get<Recipe::ChainInput>(&input)) {
@@ -148,6 +154,7 @@ class Explainer {
       try {
         return {.dataset = add(path), .words = {}};
       } catch (const Failure& failure) {
+        // The rest of the chain is still worth showing.
         if (!reference->optional) problems.emplace_back(failure.what());
         return {.words = path + (reference->optional ? ", optional, not there" : ", missing")};
       }
@@ -174,6 +181,7 @@ class Explainer {
     return std::string(what) + " in " + name + suffix + ", " + sizeWords(group, name + suffix);
   }
 
+  /// Bytes of a dataset after inflating, or "missing".
   std::string sizeWords(const std::string& group, const std::string& name) {
     const auto info = stored_.file().getDatasetInfo(group, name);
     return info ? std::to_string(info->logicalSize) + " bytes" : "missing";

@@ -19,6 +19,7 @@ struct ExplainOptions {
   bool asDot = false;
 };
 
+/// With microseconds: small arrays take a few of them.
 std::string millisecondsText(double seconds) {
   std::array<char, 32> text{};
   std::snprintf(text.data(), text.size(), "%.3f ms", 1e3 * seconds);
@@ -28,9 +29,14 @@ std::string millisecondsText(double seconds) {
 /// The explanation as indented text: each dataset once, below the first one that depends on it.
 class Outline {
  public:
-  Outline(const Explanation& explanation, const Analysis* analysis)
-      : explanation_(explanation), analysis_(analysis), isShown_(explanation.datasets.size()) {}
+  /// Both are borrowed; `analysis` may be null. `width`: columns of a line, 0 for any number.
+  Outline(const Explanation& explanation, const Analysis* analysis, std::size_t width)
+      : explanation_(explanation),
+        analysis_(analysis),
+        width_(width),
+        isShown_(explanation.datasets.size()) {}
 
+  /// To be called once. The requested dataset is the last of the explanation and the first line.
   std::string text() {
     dataset(explanation_.datasets.size() - 1, 0);
     return std::move(text_);
@@ -38,12 +44,15 @@ class Outline {
 
  private:
   void line(int depth, const std::string& text) {
-    text_ += std::string(static_cast<std::size_t>(2 * depth), ' ') + text + "\n";
+    const auto indent = static_cast<std::size_t>(2 * depth);
+    text_ += wrapped(std::string(indent, ' ') + text, width_, indent + 4) + "\n";
   }
 
+  /// Recurses into what the dataset depends on. Explanations have no cycles.
   void dataset(std::size_t place, int depth) {
     const ExplainedDataset& dataset = explanation_.datasets[place];
     const std::string path = shownText(dataset.path);
+    // The steps of a series share what they depend on; repeating it would fill the outline.
     if (isShown_[place]) return line(depth, path + "  (shown above)");
     isShown_[place] = true;
     line(depth, path);
@@ -61,9 +70,11 @@ class Outline {
     if (analysis_ && place < analysis_->datasets.size())
       runs(analysis_->datasets[place], depth + 1);
     for (const std::string& problem : dataset.problems) line(depth + 1, "FAILED " + problem);
+    // After the chain, so that its lines stay together.
     for (const std::size_t other : needed) this->dataset(other, depth + 1);
   }
 
+  /// An input by its number in the chain, its path or a description.
   [[nodiscard]] std::string inputText(const ChainStep::Input& input) const {
     if (input.step >= 0) return "procedure " + std::to_string(input.step);
     if (input.dataset < 0) return shownText(input.words);
@@ -72,6 +83,7 @@ class Outline {
 
   /// Inner runs are indented. Copies of one procedure, each for a chunk, are one line.
   void runs(const std::vector<ProcedureRun>& runs, int depth) {
+    // Chunks run one after the other, as there is one thread.
     for (std::size_t i = 0; i < runs.size();) {
       ProcedureRun sum = runs[i];
       std::size_t count = 1;
@@ -90,7 +102,8 @@ class Outline {
 
   const Explanation& explanation_;
   const Analysis* analysis_;
-  std::vector<bool> isShown_;
+  std::size_t width_;
+  std::vector<bool> isShown_;  ///< by dataset: the file may refer to one many times
   std::string text_;
 };
 
@@ -123,6 +136,7 @@ std::string dotText(const Explanation& explanation, const std::string& prefix) {
         std::string from = nodeOf(d, i) + "_" + std::to_string(k);
         if (input.step >= 0) from = nodeOf(d, static_cast<std::size_t>(input.step));
         if (input.dataset >= 0) from = resultOf(static_cast<std::size_t>(input.dataset));
+        // Stored bytes are a node of their own, which nothing else refers to.
         if (input.step < 0 && input.dataset < 0) {
           text += "  " + from + " [shape=note, label=" + quoted(input.words) + "];\n";
         }
@@ -146,8 +160,10 @@ ExitCode explainFile(const ExplainOptions& options, const Common& common) {
   EnsgSimulation simulation(&manager, options.file, /*keepUnloaded=*/false);
   ArrayList list(file, contents, choice);
   if (options.asDot) put("digraph morvex {\n  rankdir=LR;\n");
+  // Explained so far; numbers the nodes of the graphs.
   std::uint64_t arrays = 0;
   ExitCode code = kSuccess;
+  // Prints one array, or adds it to the graph. Throws what the inner layers throw.
   const auto explainArray = [&](const ArrayId& array) {
     const std::string path = pathOf(file, array);
     if (array.kind == ArrayKind::kConstants) {
@@ -167,24 +183,31 @@ ExitCode explainFile(const ExplainOptions& options, const Common& common) {
       const bool isVariable = array.kind == ArrayKind::kVariables;
       const auto variable = static_cast<std::size_t>(array.request.variable);
       const bool onParticles = isVariable && contents.variables[variable].on_particles != 0;
+      // Blocks are read by calls of their own, and block values have no element type.
       const bool isBlock =
           array.kind == ArrayKind::kBlockCoordinates ||
           (isVariable && !onParticles && file.part(array.request.part, 0).is_block != 0);
       const bool isPerNode = isVariable && contents.variables[variable].location == MORVEX_PER_NODE;
       analysis = analyse(simulation, array, size, path, isBlock, isPerNode);
     }
-    put((arrays++ == 0 ? "" : "\n") + Outline(explanation, analysis ? &*analysis : nullptr).text());
+    const std::size_t width = terminalWidth();
+    const auto line = [width](const std::string& text) {
+      put(wrapped("  " + text, width, 6) + "\n");
+    };
+    put((arrays++ == 0 ? "" : "\n") +
+        Outline(explanation, analysis ? &*analysis : nullptr, width).text());
     const auto form = stored.formOf(path);
-    put("  " + std::to_string(size.count) + " values, " + std::to_string(size.bytes()) +
-        " bytes decoded" + (form ? ", " + form->name() : "") + "\n");
+    line(std::to_string(size.count) + " values, " + std::to_string(size.bytes()) +
+         " bytes decoded" + (form ? ", " + form->name() : ""));
     if (analysis) {
       // The last dataset is the array itself, which no cache keeps.
       const std::size_t others = explanation.datasets.size() - 1;
+      // The array itself runs again in any case and is no other result.
       const std::size_t again = analysis->runAgain == 0 ? 0 : analysis->runAgain - 1;
-      put("  read in " + millisecondsText(analysis->firstSeconds) + ", again in " +
-          millisecondsText(analysis->secondSeconds) + " with " +
-          std::to_string(others - std::min(others, again)) + " of " + std::to_string(others) +
-          " other results from the cache\n");
+      line("read in " + millisecondsText(analysis->firstSeconds) + ", again in " +
+           millisecondsText(analysis->secondSeconds) + " with " +
+           std::to_string(others - std::min(others, again)) + " of " + std::to_string(others) +
+           " other results from the cache");
     }
   };
   for (const Section& section : list.sections()) {
@@ -225,8 +248,8 @@ Command addExplain(CLI::App& program, const Common& common) {
                 "also read them, on one thread: time and bytes of each procedure, cached results");
   app->add_flag("--dot", options->asDot, "the graph in Graphviz's language");
   app->footer(
-      "Examples:\n  morvex explain crash.mvx /variable/stress/2/0/10_0_data --analyze\n  morvex "
-      "explain crash.mvx '/variable/stress/*' --step 2 --dot | dot -Tsvg > stress.svg");
+      "Examples:\n  morvex explain crash.mvx /variable/stress/2/0/10_0_data --analyze\n"
+      "  morvex explain crash.mvx '/variable/stress/2/*' --dot | dot -Tsvg > out.svg");
   return {app, [options, &common] { return explainFile(*options, common); }};
 }
 

@@ -29,8 +29,10 @@ std::uint64_t bytesOf(const Kelbor::Provider* provider) {
 /// Collects runs. A run without an outer one begins another dataset.
 class RunRecorder final : public Kelbor::RunObserver {
  public:
+  /// The runs of each dataset, in the order in which the datasets were computed.
   [[nodiscard]] std::vector<std::vector<ProcedureRun>> take() { return std::move(datasets_); }
 
+  /// A procedure starts, inside the one that waits for it.
   void runBegins(const Kelbor::DataProcedure& procedure) override {
     if (open_.empty()) datasets_.emplace_back();
     std::vector<ProcedureRun>& runs = datasets_.back();
@@ -42,6 +44,7 @@ class RunRecorder final : public Kelbor::RunObserver {
         {.name = name.substr(name.rfind(':') + 1), .depth = static_cast<int>(open_.size()) - 1});
   }
 
+  /// Sizes are taken here, as outputs have no shape before the run.
   void runEnds(const Kelbor::DataProcedure& procedure) noexcept override {
     const Open ended = open_.back();
     open_.pop_back();
@@ -69,6 +72,7 @@ class RunRecorder final : public Kelbor::RunObserver {
 };
 
 template <class T>
+/// A view of the bytes as values of type T, for the reader to fill.
 BufferInfo<T, long long> bufferOf(std::vector<std::byte>& bytes) {
   return {reinterpret_cast<T*>(bytes.data()), static_cast<long long>(bytes.size() / sizeof(T))};
 }
@@ -80,6 +84,8 @@ Analysis analyse(EnsgSimulation& simulation, const ArrayId& array, ArraySize siz
   const morvex_request& asked = array.request;
   std::vector<std::byte> bytes(static_cast<std::size_t>(size.bytes()));
   const auto [group, name] = splitDatasetPath(path);
+  // The calls are those that libmorvex makes for the same request. `keep` is false, as in its batches:
+  // results that only this array needs don't fill the cache.
   const auto read = [&, &group = group, &name = name] {
     switch (asked.kind) {
       case MORVEX_COORDINATES:
@@ -110,6 +116,7 @@ Analysis analyse(EnsgSimulation& simulation, const ArrayId& array, ArraySize siz
   const int threads = Kelbor::Platform::threadCount();
   Kelbor::Platform::setThreadCount(1);
   Analysis analysis;
+  // Twice: the second read shows what the cache saves.
   for (const bool isFirst : {true, false}) {
     RunRecorder recorder;
     const Kelbor::ScopedRunObserver observer(&recorder);

@@ -25,16 +25,19 @@ std::string baseName(const std::string& path) {
   std::string name = path.substr(path.rfind('/') + 1);
   name = name.substr(0, name.rfind('.'));
   for (char& letter : name) {
+    // Case files separate words by blanks, and XML reserves some characters.
     const bool isPlain = std::isalnum(static_cast<unsigned char>(letter)) != 0;
     if (!isPlain && letter != '_' && letter != '-') letter = '_';
   }
   return name.empty() ? "export" : name;
 }
 
+/// What can't be read is left out and reported; the files that are written are complete.
 ExitCode exportFile(const ExportOptions& options, const Common& common) {
   const File file = openFile(options.file, common.open);
   const Contents contents = readContents(file);
   const Choice choice(options.selection, file, contents);
+  // Checked before any array is read.
   NewFolder folder(options.folder, options.mayReplace);
   Feed feed(file, common.isQuiet);
   for (const std::string& problem : contents.problems) feed.lose("metadata", problem);
@@ -61,6 +64,9 @@ Command addExport(CLI::App& program, const Common& common) {
   app->get_option("--format")->required();
   addSelection(*app, options->selection);
   app->add_flag("--force", options->mayReplace, "replace files of the same names");
+  app->footer(
+      "Examples:\n  morvex export crash.mvx ensight --format ensight\n"
+      "  morvex export crash.mvx last --format vtu --part tube --step -1");
   return {app, [options, &common] { return exportFile(*options, common); }};
 }
 

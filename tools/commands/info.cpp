@@ -14,6 +14,7 @@
 namespace morvex::tools {
 namespace {
 
+/// For example "hexahedron8 512, n-sided 3"; "-" for a part without elements.
 std::string elementsText(const std::uint64_t (&counts)[MORVEX_ELEMENT_TYPES]) {
   std::string text;
   for (int type = 0; type < MORVEX_ELEMENT_TYPES; ++type) {
@@ -24,6 +25,7 @@ std::string elementsText(const std::uint64_t (&counts)[MORVEX_ELEMENT_TYPES]) {
   return text.empty() ? "-" : text;
 }
 
+/// "unstructured", or for example "block 4x4x2", the nodes along i, j and k.
 std::string partShape(const morvex_part& part) {
   if (part.is_block == 0) return "unstructured";
   std::string text = "block ";
@@ -33,6 +35,7 @@ std::string partShape(const morvex_part& part) {
   return text;
 }
 
+/// How a geometry changes, with its steps and time set unless it is static.
 std::string geometryText(const morvex_geometry& geometry) {
   std::string text = changeName(geometry);
   if (geometry.change > MORVEX_STATIC) {
@@ -42,20 +45,23 @@ std::string geometryText(const morvex_geometry& geometry) {
   return text;
 }
 
+/// One line for each axis: six numbers with all their digits may need 100 columns.
 std::string boxText(const std::optional<std::array<float, 6>>& box) {
   if (!box) return "not given";
   std::string text;
   for (std::size_t axis = 0; axis < 3; ++axis) {
-    text += std::string(axis == 0 ? "" : "   ") + "xyz"[axis] + " " + numberText((*box)[axis]) +
-            " to " + numberText((*box)[axis + 3]);
+    text += std::string(axis == 0 ? "" : "\n          ") + "xyz"[axis] + " " +
+            numberText((*box)[axis]) + " to " + numberText((*box)[axis + 3]);
   }
   return text;
 }
 
+/// The library reports -1 for a variable without a time set, which has one step.
 std::string timesetText(const morvex_variable& variable) {
   return variable.timeset < 0 ? "-" : std::to_string(variable.timeset);
 }
 
+/// First and last time of each set; the JSON form has the others.
 std::string timeSetTables(const Contents& contents) {
   TextTable table({">set", ">steps", ">first time", ">last time"});
   for (std::size_t set = 0; set < contents.timesets.size(); ++set) {
@@ -67,9 +73,12 @@ std::string timeSetTables(const Contents& contents) {
   return table.empty() ? "\nTime sets: none, one step\n" : "\nTime sets\n" + table.text();
 }
 
+/// Parts, then the sum of each element type, then border faces. Faces have a table of their own: few
+/// parts have any, and a column would be empty in most files.
 std::string partTables(const Info& info, std::size_t width) {
   TextTable parts({">part", ">id", "name", "shape", ">nodes", "elements"});
   TextTable faces({">part", "border faces"});
+  // Sums over the parts that are shown.
   std::array<std::uint64_t, MORVEX_ELEMENT_TYPES> totals{};
   std::uint64_t nodes = 0;
   for (const auto& [number, part] : info.parts) {
@@ -83,6 +92,7 @@ std::string partTables(const Info& info, std::size_t width) {
       faces.row({std::to_string(number), elementsText(part.border_faces)});
     }
   }
+  // With the number that hosts and dataset paths use for a type.
   TextTable sums({">type", "element", ">count"});
   for (std::size_t type = 0; type < totals.size(); ++type) {
     if (totals[type] == 0) continue;
@@ -90,6 +100,7 @@ std::string partTables(const Info& info, std::size_t width) {
         {std::to_string(type), elementName(static_cast<int>(type)), std::to_string(totals[type])});
   }
   std::string text = "\nParts";
+  // Other models have the same parts at all steps.
   if (info.contents.summary.model.change == MORVEX_CONNECTIVITY_CHANGES) {
     text += " at step " + std::to_string(info.step);
   }
@@ -100,6 +111,7 @@ std::string partTables(const Info& info, std::size_t width) {
   return text;
 }
 
+/// The number of particles, as a range over all steps where it changes; empty without particles.
 std::string particleText(const Info& info) {
   if (info.particles.empty()) return "";
   const auto [least, most] = std::ranges::minmax(info.particles);
@@ -109,9 +121,10 @@ std::string particleText(const Info& info) {
 }
 
 std::string variableTables(const Info& info, std::size_t width) {
-  TextTable arrays({">#", "name", "type", ">components", "location", "complex", "of", ">time set",
-                    ">steps", "description"});
-  TextTable constants({">#", "name", ">time set", ">steps", ">first value", ">last value"});
+  // Few columns, so that names stay whole in 80 columns: a type implies its components.
+  TextTable arrays({">#", "name", "type", "location", ">set", ">steps", "description"});
+  TextTable complexes({">#", "name", "imaginary part", ">frequency"});
+  TextTable constants({">#", "name", ">set", ">steps", ">first value", ">last value"});
   for (const auto& [number, variable, values, ranges] : info.variables) {
     if (variable.is_constant != 0) {
       constants.row({std::to_string(number), shownText(variable.name), timesetText(variable),
@@ -120,24 +133,25 @@ std::string variableTables(const Info& info, std::size_t width) {
                      values.empty() ? "-" : numberText(values.back())});
       continue;
     }
-    std::string complexText = "no";
+    const std::string name = shownText(variable.name);
+    const std::string description = shownText(variable.description);
+    arrays.row({std::to_string(number), name, typeName(variable),
+                variable.on_particles != 0 ? "particle" : locationName(variable),
+                timesetText(variable), std::to_string(variable.steps),
+                description == name ? "" : description});  // solvers often repeat the name
     if (variable.is_complex != 0) {
-      complexText = "frequency " + numberText(variable.frequency);
-      if (variable.imaginary_name[0] != '\0') {
-        complexText += ", " + shownText(variable.imaginary_name);
-      }
+      complexes.row({std::to_string(number), name, shownText(variable.imaginary_name),
+                     numberText(variable.frequency)});
     }
-    arrays.row({std::to_string(number), shownText(variable.name), typeName(variable),
-                std::to_string(variable.components), locationName(variable), complexText,
-                variable.on_particles != 0 ? "particles" : "model", timesetText(variable),
-                std::to_string(variable.steps), shownText(variable.description)});
   }
   std::string text = "\nVariables";
   text += arrays.empty() ? ": none\n" : "\n" + arrays.text(width);
+  if (!complexes.empty()) text += "\nComplex variables\n" + complexes.text(width);
   if (!constants.empty()) text += "\nConstants\n" + constants.text(width);
   return text;
 }
 
+/// As typed.
 struct InfoOptions {
   std::vector<std::string> files;
   Selection selection;
@@ -155,6 +169,7 @@ void showPicture(const std::string& path, const File& file, const Selection& sel
   wish.selection = selection;
   const picture::Scene scene = picture::readScene(path, file, wish);
   picture::Style style;
+  // A pixel is as wide as a column and half as high as a line, so pixels are about square.
   style.size = {static_cast<int>(width), static_cast<int>(width * 5 / 8)};
   style.isPlain = true;
   put("\n" + picture::halfBlocksOf(picture::render(scene, style)));
@@ -165,6 +180,7 @@ void showPicture(const std::string& path, const File& file, const Selection& sel
   put(shownText(caption) + "\n");
 }
 
+/// Problems are reported after the data: a damaged record doesn't hide the rest.
 ExitCode showFile(const std::string& path, const InfoOptions& options, const Common& common) {
   const File file = openFile(path, common.open);
   const Info info = readInfo(path, file, options.selection, {options.withRanges, common.isQuiet});
@@ -178,6 +194,7 @@ ExitCode showFile(const std::string& path, const InfoOptions& options, const Com
 
 }  // namespace
 
+// Unknown types, as a later release may write them, are shown by number.
 std::string typeName(const morvex_variable& variable) {
   static constexpr std::array<const char*, 5> kNames{"", "scalar", "vector", "symmetric tensor",
                                                      "tensor"};
@@ -212,6 +229,7 @@ Info readInfo(const std::string& path, const File& file, const Selection& select
   info.contents = readContents(file);
   Contents& contents = info.contents;
   const Choice choice(selection, file, contents);
+  // A failed question only leaves out its own answer.
   const auto attempt = [&](const std::string& question, const auto& ask) {
     try {
       ask();
@@ -220,6 +238,7 @@ Info readInfo(const std::string& path, const File& file, const Selection& select
     }
   };
   // Ranges may be of several steps; parts and box are then those of the first.
+  // One step of the model can be shown at a time; modelStep() refuses a list.
   info.step = wishes.withRanges ? choice.firstModelStep() : choice.modelStep();
   attempt("parts", [&] {
     int number = 0;
@@ -231,6 +250,7 @@ Info readInfo(const std::string& path, const File& file, const Selection& select
   attempt("box", [&] { info.box = file.box(info.step); });
   attempt("particles", [&] {
     const morvex_geometry& particles = contents.summary.particles;
+    // One count for all steps unless the particles come and go.
     const int last = stateAt(particles, static_cast<int>(particles.steps) - 1);
     for (int state = 0; particles.steps != 0 && state <= last; ++state) {
       info.particles.push_back(file.particleCount(state));

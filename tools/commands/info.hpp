@@ -42,6 +42,7 @@ struct Info {
   std::vector<Variable> variables;
 };
 
+/// Settings of `info` beside the selection.
 struct InfoWishes {
   bool withRanges = false;
   bool isQuiet = false;  ///< no progress

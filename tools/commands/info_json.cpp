@@ -22,10 +22,12 @@ Json countsJson(const std::uint64_t (&counts)[MORVEX_ELEMENT_TYPES]) {
   return object;
 }
 
+/// null for what has no time set: 0 is the number of one.
 Json timesetJson(int timeset) {
   return timeset < 0 ? Json(nullptr) : Json(timeset);
 }
 
+/// null for a geometry that the file doesn't have.
 Json geometryJson(const morvex_geometry& geometry) {
   if (geometry.change == MORVEX_ABSENT) return nullptr;
   return {{"adaptivity", changeName(geometry)},
@@ -33,6 +35,7 @@ Json geometryJson(const morvex_geometry& geometry) {
           {"steps", geometry.steps}};
 }
 
+/// null where the file has no box of the step.
 Json boxJson(const std::optional<std::array<float, 6>>& box) {
   if (!box) return nullptr;
   const auto& [x0, y0, z0, x1, y1, z1] = *box;
@@ -70,6 +73,7 @@ Json variableJson(const Info::Variable& shown) {
   object["steps"] = variable.steps;
   object["constant"] = variable.is_constant != 0;
   if (variable.is_constant != 0) object["values"] = shown.constants;
+  // Only with `--ranges`; a step of null is all steps.
   for (const auto& [key, range] : shown.ranges) {
     object["ranges"].push_back({{"component", key.component},
                                 {"imaginary", key.isImaginary},

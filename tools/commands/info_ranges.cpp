@@ -12,6 +12,7 @@ void readRanges(Info& info, const File& file, const Choice& choice, bool isQuiet
   std::erase_if(sections, [](const Section& section) {
     return section.of != Section::Of::kVariable;  // the box is the range of the coordinates
   });
+  // By number: a selection leaves gaps.
   std::map<int, Info::Variable*> variables;
   for (Info::Variable& variable : info.variables) variables[variable.number] = &variable;
   const auto fail = [&](const std::string& what) { info.contents.problems.push_back(what); };
@@ -25,6 +26,8 @@ void readRanges(Info& info, const File& file, const Choice& choice, bool isQuiet
               if (!isAbsent(file, result)) fail(result.failure->what());
               return;
             }
+            // One range over all parts and element types, and over all steps unless the user chose
+            // some.
             const Info::RangeKey key{choice.namesSteps() ? asked.step : -1, asked.component,
                                      asked.imaginary != 0};
             visitValues(result.id, result.bytes, [&](auto values) {
@@ -44,11 +47,12 @@ std::string componentText(const morvex_variable& variable, const Info::RangeKey&
 }
 
 std::string rangeTable(const Info& info, std::size_t width) {
-  TextTable table({">#", "name", "component", ">step", ">min", ">max", ">values", ">not numbers"});
+  TextTable table({">#", "name", "component", ">step", ">min", ">max", ">values", ">NaN"});
   for (const Info::Variable& variable : info.variables) {
     for (const auto& entry : variable.ranges) {
       const Info::RangeKey& key = entry.first;
       const ValueRange& range = entry.second;
+      // Values are floats: as doubles they would be printed with digits that no file has.
       const auto bound = [&](double value) {
         return range.isEmpty() ? "-" : numberText(static_cast<float>(value));
       };

@@ -18,6 +18,7 @@ using Json = nlohmann::ordered_json;
 /// Raised when a key changes its meaning or goes.
 constexpr int kSchema = 1;
 
+/// As typed.
 struct ListOptions {
   std::vector<std::string> files;
   Selection selection;
@@ -25,6 +26,7 @@ struct ListOptions {
   bool asJson = false;
 };
 
+/// What a line shows of an array.
 struct Row {
   std::string path;
   ArrayKind kind;
@@ -44,13 +46,16 @@ TextTable tableOf(const ListOptions& options) {
 /// Writes rows while they come: a file may have millions of arrays.
 class Listing {
  public:
+  /// Both are borrowed. JSON begins at once, so finish() has to be called.
   explicit Listing(const std::string& path, const ListOptions& options)
       : options_(options), table_(tableOf(options)) {
     if (!options_.asJson) return;
+    // File names may have any bytes; what is no UTF-8 becomes U+FFFD instead of an exception.
     const std::string file = Json(path).dump(-1, ' ', false, Json::error_handler_t::replace);
     put("{\"schema\": " + std::to_string(kSchema) + ", \"file\": " + file + ", \"arrays\": [");
   }
 
+  /// Writes at once or with the next thousand rows.
   void add(const Row& row) {
     if (options_.asJson) {  // written piece by piece as well
       put((count_++ == 0 ? "\n " : ",\n ") + json(row));
@@ -71,6 +76,7 @@ class Listing {
     if (++count_ % kRowsAtOnce == 0) put(table_.take());
   }
 
+  /// Writes the rows that wait, or the end of the JSON object.
   void finish() {
     if (options_.asJson) return put("\n]}\n");
     if (!table_.empty()) put(table_.take());
@@ -102,12 +108,15 @@ class Listing {
   std::uint64_t count_ = 0;
 };
 
+/// Sizes are from the tables of the container; arrays are decoded for ranges alone.
 ExitCode listFile(const std::string& path, const ListOptions& options, const Common& common) {
   const File file = openFile(path, common.open);
   const Contents contents = readContents(file);
   const Choice choice(options.selection, file, contents);
+  // Opened a second time: the library shows no stored sizes.
   StoredFile stored(path, common.open);
   ArrayList list(file, contents, choice);
+  // A heading only where there are several files, as head and tail have it.
   if (options.files.size() > 1 && !options.asJson && !common.isQuiet) put(shownText(path) + "\n");
   Listing listing(path, options);
   ExitCode code = kSuccess;
@@ -133,6 +142,7 @@ ExitCode listFile(const std::string& path, const ListOptions& options, const Com
     } catch (...) {
       return fail(row.path + ": " + innerFailureText());
     }
+    // An array that can't be decoded keeps its row: its sizes are known.
     if (result && result->failure) fail(result->failure->what());
     if (result && !result->failure) {
       row.range.emplace();
@@ -140,6 +150,7 @@ ExitCode listFile(const std::string& path, const ListOptions& options, const Com
     }
     listing.add(row);
   };
+  // The arrays of such a section are unknown: one line stands for them.
   const auto failSection = [&](const Section& section, const Error& failure) {
     fail(list.nameOf(section) + ": " + failure.what());
   };

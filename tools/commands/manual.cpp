@@ -31,6 +31,7 @@ std::string roff(const std::string& text) {
   return escaped;
 }
 
+/// ASCII letters alone, whatever the locale.
 std::string upper(std::string text) {
   for (char& c : text) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
   return text;
@@ -54,6 +55,7 @@ std::string nameOf(const CLI::Option& option) {
   return text;
 }
 
+/// A paragraph for each option, in the order of the help.
 std::string optionsOf(const CLI::App& app) {
   std::string text;
   for (const CLI::Option* option : app.get_options()) {
@@ -69,6 +71,7 @@ std::string synopsisOf(const CLI::App& program, const CLI::App* command) {
   if (!command) return text + " [\\fIOPTIONS\\fR] \\fICOMMAND\\fR ...";
   text += " \\fB" + roff(command->get_name()) + "\\fR [\\fIOPTIONS\\fR]";
   for (const CLI::Option* option : command->get_options()) {
+    // Options have a section of their own.
     if (!option->get_positional()) continue;
     const bool isList = option->get_expected_max() > 1;
     const std::string name = nameOf(*option) + (isList ? "..." : "");
@@ -81,6 +84,7 @@ std::string synopsisOf(const CLI::App& program, const CLI::App* command) {
 std::string examplesOf(const CLI::App& command) {
   const std::string footer = command.get_footer();
   const std::size_t end = footer.find('\n');
+  // A footer of one line is a heading without examples.
   if (end == std::string::npos) return "";
   return ".SH EXAMPLES\n.nf\n" + roff(footer.substr(end + 1)) + "\n.fi\n";
 }
@@ -91,6 +95,7 @@ std::string head(const std::string& name) {
          ".SH NAME\n" + roff(name) + " \\- ";
 }
 
+/// The page of the program: its commands, the options of all, the exit codes.
 std::string programPage(const CLI::App& program) {
   std::string text = head(program.get_name()) + roff(program.get_description()) + "\n";
   text += ".SH SYNOPSIS\n" + synopsisOf(program, nullptr) + "\n.SH COMMANDS\n";
@@ -106,6 +111,7 @@ std::string programPage(const CLI::App& program) {
   return text + ".SH SEE ALSO\n" + others + "\n";
 }
 
+/// The page of one command. Options that all commands have are repeated: readers of one page need them.
 std::string commandPage(const CLI::App& program, const CLI::App& command) {
   const std::string name = program.get_name() + "-" + command.get_name();
   std::string text = head(name) + roff(command.get_description()) + "\n";
@@ -158,6 +164,7 @@ std::string completion(const CLI::App& program) {
          name + " " + name + "\n";
 }
 
+/// Replaces the page as a whole, so that an interrupted build leaves no half of one.
 void writePage(const std::string& path, const std::string& text) {
   NewFile file(path, /*mayReplace=*/true);
   file.write(text);

@@ -23,16 +23,20 @@ nlohmann::json probesOf(const std::vector<float>& values) {
   constexpr std::size_t kProbes = 5;
   auto probes = nlohmann::json::object();
   for (std::size_t i = 0; i < kProbes && !values.empty(); ++i) {
+    // Spread evenly, with the first and the last value.
     const std::size_t at = (values.size() - 1) * i / (kProbes - 1);
     probes[std::to_string(at)] = values[at];
   }
   return probes;
 }
 
+/// By how much a read value may differ from the written one.
 nlohmann::json jsonOf(const Tolerance& tolerance) {
   return {{"absolute", tolerance.absolute}, {"relative", tolerance.relative}};
 }
 
+/// What a reader of the sample must find, with a few values of each array. Tests in other languages
+/// compare with it.
 nlohmann::json describe(const CrashBox& model) {
   nlohmann::json truth{{"coordinateTolerance", jsonOf(CrashBox::coordinateTolerance())}};
   for (int step = 0; step < model.steps(); ++step) {
@@ -68,6 +72,7 @@ nlohmann::json describe(const CrashBox& model) {
   return truth;
 }
 
+/// As typed. `chunks`: pieces of each dataset, which threads decode in parallel.
 struct SampleOptions {
   std::string output;
   std::string truth;
@@ -78,8 +83,10 @@ struct SampleOptions {
   bool mayReplace = false;
 };
 
+/// Both files appear once the result file has been opened for a check.
 ExitCode writeSample(const SampleOptions& options) {
   const QuietLog quiet;
+  // Only the tube has numbers that are known in advance.
   const bool isZoo = options.kind == "zoo";
   if (isZoo && !options.truth.empty()) {
     throw Failure(kUsageError, "--truth describes a sample of the kind crash alone");
@@ -122,7 +129,9 @@ Command addSample(CLI::App& program, const Common& /*common*/) {
                   "JSON file to write with values that a reader must find")
       ->type_name("JSON");
   app->add_flag("--force", options->mayReplace, "replace a file that is there");
-  app->footer("Examples:\n  morvex sample crash.mvx --nodes 100000 --steps 50");
+  app->footer(
+      "Examples:\n  morvex sample crash.mvx --nodes 100000 --steps 50\n"
+      "  morvex sample zoo.mvx --kind zoo");
   return {app, [options] { return writeSample(*options); }};
 }
 

@@ -22,6 +22,7 @@ using Json = nlohmann::ordered_json;
 /// Raised when a key changes its meaning or goes.
 constexpr int kSchema = 1;
 
+/// Arrays with their bytes, as stored in the file and as a host receives them.
 struct Amount {
   std::uint64_t arrays = 0;
   std::uint64_t stored = 0;
@@ -50,6 +51,7 @@ class Amounts {
   std::vector<std::pair<std::string, Amount>> rows_;
 };
 
+/// Where the bytes of a file are. Each array counts once in each of the three tables.
 struct Statistics {
   std::string path;
   std::uint64_t fileSize = 0;
@@ -72,10 +74,12 @@ class Survey {
          StoredFile& stored)
       : file_(file), contents_(contents), list_(file, contents, choice), stored_(stored) {
     statistics_.path = path;
+    // The size on disk, which the sums of the first table must equal.
     statistics_.fileSize = std::filesystem::file_size(path);
     statistics_.problems = contents.problems;
   }
 
+  /// To be called once. Throws Interrupted; Failure kUsageError if the choice names what is not there.
   Statistics run() {
     for (const Section& section : list_.sections()) {
       try {
@@ -91,8 +95,10 @@ class Survey {
   }
 
  private:
+  /// The sums leave out what fails.
   void fail(const std::string& what) { statistics_.problems.push_back(what); }
 
+  /// Adds one array to the sums of its variable, part and form.
   void add(const ArrayId& array) {
     if (array.kind == ArrayKind::kConstants) return;  // part of the metadata
     const std::string path = pathOf(file_, array);
@@ -115,6 +121,7 @@ class Survey {
     statistics_.forms[form] += amount;
   }
 
+  /// The variable's name, or the kind of geometry.
   [[nodiscard]] std::string nameOf(const ArrayId& array) const {
     if (array.kind != ArrayKind::kVariables) return kindName(array.kind);
     return contents_.variables[static_cast<std::size_t>(array.request.variable)].name;
@@ -137,6 +144,7 @@ class Survey {
   /// All that is not an array of the choice.
   void addRest() {
     std::uint64_t ofArrays = 0;
+    // Of the whole file: the choice may leave out arrays.
     ContainerWalk(
         stored_.file(), [](const auto&...) {},
         [&](const std::string& group, const std::string& name) {
@@ -164,9 +172,11 @@ class Survey {
   ArrayList list_;
   StoredFile& stored_;
   Statistics statistics_;
+  /// Paths of arrays that were counted.
   std::unordered_set<std::string> seen_;
 };
 
+/// A part of a whole in per cent; 0 of an empty file.
 std::string shareText(std::uint64_t bytes, std::uint64_t all) {
   std::array<char, 32> text{};
   const double share = all == 0 ? 0.0 : static_cast<double>(bytes) / static_cast<double>(all);
@@ -184,7 +194,9 @@ class Tables {
     const Statistics& all = statistics_;
     std::string text = "File   " + shownText(all.path) + "\n";
     text += "Size   " + std::to_string(all.fileSize) + " bytes\n";
+    // The lines after the arrays make this table sum up to the size of the file.
     TextTable variables = table("variable", all.variables);
+    // Bytes that are no arrays have neither a decoded size nor a ratio.
     const auto rest = [&](const char* name, std::uint64_t bytes) {
       if (bytes != 0) {
         variables.row({name, "-", std::to_string(bytes), "-", "-", shareText(bytes, all.fileSize)});
@@ -207,6 +219,7 @@ class Tables {
     for (const auto& [name, amount] : amounts.rows()) row(table, shownText(name), amount);
     return table;
   }
+  /// The table as text, with the sum of all arrays in its last line.
   [[nodiscard]] std::string sums(const char* heading, const Amounts& amounts) const {
     TextTable table = this->table(heading, amounts);
     row(table, "arrays", statistics_.arrays);
@@ -279,7 +292,8 @@ Command addStat(CLI::App& program, const Common& common) {
   addSelection(*app, options->selection);
   addArrays(*app, options->selection);
   addJson(*app, options->asJson);
-  app->footer("Examples:\n  morvex stat crash.mvx");
+  app->footer(
+      "Examples:\n  morvex stat crash.mvx\n  morvex stat crash.mvx --variable 'stress*' --step -1");
   return {app, [options, &common] {
             return forEachFile(options->files, [&](const std::string& path) {
               return statFile(path, *options, common);

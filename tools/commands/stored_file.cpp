@@ -15,14 +15,13 @@ namespace {
 
 namespace ClassTags = Kelbor::MathModule::ClassTags;
 
+/// Real chains have one wrapper; a damaged stream may nest any number.
 constexpr std::size_t kDeepestWrapper = 8;
-
-/// The header of quantised values, whose payload is that of the dataset without the suffix.
-constexpr const char* kQuantisedSuffix = "_vquant";
 
 }  // namespace
 
 std::string innerFailureText() {
+  // The inner layers have exceptions of their own, some of which are no std::exception.
   try {
     throw;
   } catch (const Kelbor::Exception& failure) {
@@ -37,6 +36,7 @@ std::string innerFailureText() {
 }
 
 ProcedureTagReader::ProcedureTagReader(const Recipe& recipe) : classes_(recipe.classStream) {
+  // The version at the beginning of the stream; tags have the same form in all.
   (void)readVersion(classes_);
 }
 
@@ -45,6 +45,7 @@ ProcedureTags ProcedureTagReader::next() {
   RecordCursor* classes = &classes_;
   std::optional<RecordCursor> inner;
   while (tags.nested.back() == ClassTags::kParallelWrapper) {
+    // The block of a wrapper has a version and the class that it wraps.
     const auto block = classes->take(classes->readCount(1));
     if (tags.nested.size() > kDeepestWrapper) {
       tags.isTooDeep = true;
@@ -87,6 +88,7 @@ std::uint64_t StoredFile::tableOffset() {
 const std::vector<ZipRecipe>& StoredFile::recipes() {
   if (!recipes_) {
     recipes_.emplace();  // stays empty if the record can't be read, and is not tried again
+    // All recipes are in one record; datasets refer to them by index.
     const RecordBytes record(file_, "/kelbor", "recipes");
     if (record) recipes_ = readRecipes(record.bytes());
   }
@@ -101,6 +103,7 @@ std::optional<DatasetHeader> StoredFile::header(const std::string& group, const 
 
 std::vector<std::string> StoredFile::namesOf(const std::string& name) {
   std::vector<std::string> names{name};
+  // Header of quantised values, places and values of outliers, exponents, new ids.
   for (const char* suffix : {kQuantisedSuffix, "_op", "_ov", "_qe", "_notreused"}) {
     names.push_back(name + suffix);
   }
@@ -135,6 +138,7 @@ std::optional<StoredForm> StoredFile::formOf(const std::string& path) {
 }
 
 StoredForm StoredFile::formOf(std::int32_t recipeIndex) {
+  // Thousands of datasets share a recipe.
   if (const auto known = forms_.find(recipeIndex); known != forms_.end()) return known->second;
   const Recipe& recipe = recipes()[static_cast<std::size_t>(recipeIndex)].recipe;
   StoredForm form;
@@ -157,6 +161,7 @@ StoredForm StoredFile::formOf(std::int32_t recipeIndex) {
   }
   for (const Recipe::Input& input : recipe.inputs) {
     const auto* reference = boost::get<ExternalReference>(&input);
+    // Keys name another time step by an expression in brackets.
     if (reference && reference->datasetKey.find("[ts") != std::string::npos) {
       form.refersToSteps = true;
     }

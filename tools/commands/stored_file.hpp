@@ -16,6 +16,10 @@
 
 namespace morvex::tools {
 
+/// Ends the name of a dataset that has only the header of quantised values; their payload is that of
+/// the dataset without the suffix.
+inline constexpr const char* kQuantisedSuffix = "_vquant";
+
 /// The message of the exception in flight. To be called in a catch block.
 [[nodiscard]] std::string innerFailureText();
 

@@ -15,6 +15,7 @@ namespace {
 
 using picture::Size;
 
+/// As typed; drawFile() checks each before the file is opened.
 struct ThumbOptions {
   std::string file;
   std::string output;
@@ -46,6 +47,7 @@ picture::Focus focusOf(const std::string& text) {
   const char* const end = at + text.size();
   for (std::size_t i = 0; i < numbers.size(); ++i) {
     const auto read = std::from_chars(at, end, numbers[i]);
+    // Each number but the last is followed by a comma, and nothing follows the last.
     const bool isLast = i + 1 == numbers.size();
     const bool isFollowed = read.ptr != end && *read.ptr == ',';
     if (read.ec != std::errc() || isFollowed == isLast || (isLast && read.ptr != end)) {
@@ -53,11 +55,13 @@ picture::Focus focusOf(const std::string& text) {
     }
     at = read.ptr + 1;
   }
+  // Written so that NaN is refused as well.
   const auto [x, y, z, radius] = numbers;
   if (!(radius > 0)) throw Failure(kUsageError, "--focus: the distance is not above 0");
   return {{x, y, z}, radius};
 }
 
+/// Failure kUsageError for what is no size.
 Size sizeOf(const std::string& text) {
   // From an icon to a poster; more would be a mistake of typing and much memory.
   constexpr int kLeast = 16;
@@ -70,6 +74,7 @@ Size sizeOf(const std::string& text) {
   return {sides->first, sides->second};
 }
 
+/// `options` takes the parsed range, which belongs to the wish.
 ExitCode drawFile(ThumbOptions& options, const Common& common) {
   picture::Style style;
   style.size = sizeOf(options.size);
@@ -83,6 +88,7 @@ ExitCode drawFile(ThumbOptions& options, const Common& common) {
                         "such as 30,20");
     }
   }
+  // Equal ends would divide by 0.
   if (!options.range.empty()) {
     options.wish.range = pairOf<float>(options.range, ':');
     if (!options.wish.range || !(options.wish.range->first < options.wish.range->second)) {
@@ -92,6 +98,7 @@ ExitCode drawFile(ThumbOptions& options, const Common& common) {
   if (!options.focus.empty()) style.focus = focusOf(options.focus);
   const bool toStandardOutput = options.output == "-";
   if (toStandardOutput && terminalWidth() != 0) {
+    // Binary data may leave the terminal in an unusable state.
     throw Failure(kUsageError,
                   "a terminal can't show a PNG file; `morvex info --picture` draws there");
   }
@@ -139,6 +146,9 @@ Command addThumb(CLI::App& program, const Common& common) {
       ->type_name("WxH");
   app->add_flag("--edges", options->hasEdges, "draw the edges of the elements");
   app->add_flag("--force", options->mayReplace, "replace a file that is there");
+  app->footer(
+      "Examples:\n  morvex thumb crash.mvx --variable stress -o crash.png\n"
+      "  morvex thumb crash.mvx --by-part --view front --size 640x480 -o parts.png");
   return {app, [options, &common] { return drawFile(*options, common); }};
 }
 

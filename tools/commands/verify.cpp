@@ -13,12 +13,14 @@
 namespace morvex::tools {
 namespace {
 
+/// Arranges sections, or the arrays of one. Each order meets other states of the cache.
 template <class T>
 void arrange(std::vector<T>& items, ReadOrder order, std::mt19937_64& random) {
   if (order == ReadOrder::kBackward) std::ranges::reverse(items);
   if (order == ReadOrder::kRandom) std::ranges::shuffle(items, random);
 }
 
+/// Reads a choice and collects the outcome. All arguments are borrowed.
 class Verification {
  public:
   Verification(const File& file, const Contents& contents, const Choice& choice)
@@ -26,10 +28,12 @@ class Verification {
 
   Tally run(ReadOrder order, std::uint64_t seed, bool isQuiet) {
     for (const std::string& problem : contents_.problems) tally_.faults["metadata"] = {problem};
+    // The arrays of such a variable can't be listed; it counts as one.
     tally_.failed += contents_.problems.size();
     std::vector<Section> sections = list_.sections();
     std::mt19937_64 random(seed);
     arrange(sections, order, random);
+    // Sections are arranged here, the arrays of each when they are listed.
     Scan(file_, list_, isQuiet)
         .run(
             sections, [&](const ArrayResult& result) { receive(result); },
@@ -43,6 +47,7 @@ class Verification {
   }
 
  private:
+  /// Counts an array, or blames the dataset where its failure began.
   void receive(const ArrayResult& result) {
     const std::string path = pathOf(file_, result.id);
     if (isAbsent(file_, result)) {
@@ -57,10 +62,12 @@ class Verification {
   }
 
   void fail(const std::string& path, const Error& failure) {
+    // The library names the dataset that failed, which may be one that this array depends on.
     const bool isRoot = failure.path().empty() || failure.path() == path;
     ++tally_.failed;
     Fault& fault = tally_.faults[isRoot ? path : failure.path()];
     std::string reason = failure.what();
+    // The library appends what depends on the dataset; that is counted below.
     reason = reason.substr(0, reason.rfind("; "));  // not what depends on it
     const std::string place = failure.path() + ": ";
     if (reason.starts_with(place)) reason.erase(0, place.size());
@@ -77,6 +84,7 @@ class Verification {
 /// By ReadOrder.
 constexpr std::array<std::string_view, 3> kOrders{"forward", "backward", "random"};
 
+/// As typed; the seed has a fixed value, so that two runs agree.
 struct VerifyOptions {
   std::vector<std::string> files;
   Selection selection;
@@ -85,15 +93,17 @@ struct VerifyOptions {
   bool asJson = false;
 };
 
+/// One line for a dataset that fails, with the arrays that depend on it.
 std::string faultText(const std::string& path, const Fault& fault) {
   std::string text = "FAILED  " + shownText(path) + ": " + shownText(fault.reason);
   if (fault.dependents > 0) {
     text += "; " + std::to_string(fault.dependents) +
             (fault.dependents == 1 ? " array depends on it" : " arrays depend on it");
   }
-  return text + "\n";
+  return text;
 }
 
+/// Counts, bytes and digests by kind, with their sum.
 std::string tallyTable(const Tally& tally) {
   TextTable table({"kind", ">arrays", ">bytes", "digest"});
   const auto row = [&](const char* name, const KindTally& kind) {
@@ -108,6 +118,7 @@ std::string tallyTable(const Tally& tally) {
 }
 
 std::string verdict(const Tally& tally) {
+  // No failure: a variable need not have values everywhere.
   const std::string absent = tally.absent == 0 ? ""
                                                : " " + std::to_string(tally.absent) +
                                                      " arrays of variables are not in the file.";
@@ -118,6 +129,7 @@ std::string verdict(const Tally& tally) {
 
 std::string tallyJson(const std::string& path, const Tally& tally) {
   using Json = nlohmann::ordered_json;
+  // Raised when a key changes its meaning or goes.
   constexpr int kSchema = 1;
   Json object{{"schema", kSchema},      {"file", path},           {"kinds", Json::object()},
               {"failed", tally.failed}, {"absent", tally.absent}, {"faults", Json::array()}};
@@ -143,7 +155,9 @@ ExitCode verifyFile(const std::string& path, const VerifyOptions& options, const
     put(tallyJson(path, tally));
   } else {
     if (options.files.size() > 1 && !common.isQuiet) put(shownText(path) + "\n");
-    for (const auto& [place, fault] : tally.faults) put(faultText(place, fault));
+    for (const auto& [place, fault] : tally.faults) {
+      put(wrapped(faultText(place, fault), terminalWidth(), 8) + "\n");
+    }
     if (!common.isQuiet) put(tallyTable(tally) + verdict(tally));
   }
   return tally.failed == 0 ? kSuccess : kFindings;
@@ -174,6 +188,7 @@ Command addVerify(CLI::App& program, const Common& common) {
   addArrays(*app, options->selection);
   addJson(*app, options->asJson);
   app->add_option("--order", options->order, "forward, backward or random")
+      // The parser's own transformer would show enumerator numbers in its messages.
       ->transform(CLI::Validator(
           [](std::string& text) {
             const auto known = std::ranges::find(kOrders, text);
@@ -185,7 +200,9 @@ Command addVerify(CLI::App& program, const Common& common) {
           ""))
       ->type_name("ORDER");
   app->add_option("--seed", options->seed, "of the random order")->type_name("N");
-  app->footer("Examples:\n  morvex verify -q crash.mvx");
+  app->footer(
+      "Examples:\n  morvex verify -q crash.mvx\n"
+      "  morvex verify crash.mvx --order random --seed 7");
   return {app, [options, &common] {
             return forEachFile(options->files, [&](const std::string& path) {
               return verifyFile(path, *options, common);

@@ -12,6 +12,7 @@ namespace morvex::tools {
 /// The order in which arrays are asked for; the outcome is the same for all.
 enum class ReadOrder { kForward, kBackward, kRandom };
 
+/// Arrays of a kind that were read.
 struct KindTally {
   std::uint64_t arrays = 0;
   std::uint64_t bytes = 0;
@@ -25,6 +26,8 @@ struct Fault {
   std::uint64_t dependents = 0;  ///< arrays that can't be read for it, beside the dataset itself
 };
 
+/// The outcome for one file. `failed` counts arrays, `faults` the datasets to blame: a damaged one may
+/// fail many.
 struct Tally {
   std::array<KindTally, kArrayKinds> kinds{};
   std::uint64_t failed = 0;             ///< arrays that can't be read
@@ -34,7 +37,7 @@ struct Tally {
   [[nodiscard]] KindTally sum() const;
 };
 
-/// Decodes all arrays of a choice. Throws Interrupted.
+/// Decodes all arrays of a choice. Throws Interrupted. `seed` matters for the random order only.
 [[nodiscard]] Tally tallyOf(const File& file, const Contents& contents, const Choice& choice,
                             ReadOrder order, std::uint64_t seed, bool isQuiet);
 

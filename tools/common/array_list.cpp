@@ -36,6 +36,7 @@ class ModelArrays {
   [[nodiscard]] std::vector<ArrayId> take() { return std::move(arrays_); }
 
  private:
+  /// Tables before the connectivity that they cut into elements.
   void addElements(int type) {
     if (type < kNSided) {
       push(ArrayKind::kConnectivity, MORVEX_CONNECTIVITY, type);
@@ -49,6 +50,7 @@ class ModelArrays {
     }  // files have no nodes of their ghosts
   }
 
+  /// Returns the new request, valid until the next call, for fields of one kind alone.
   morvex_request& push(ArrayKind kind, morvex_kind asked, int type = 0) {
     arrays_.push_back({kind, request(asked, step_, part_)});
     morvex_request& made = arrays_.back().request;
@@ -62,6 +64,8 @@ class ModelArrays {
   std::vector<ArrayId> arrays_;
 };
 
+/// Adds an array for each component of a variable, the imaginary part after the real one. `made` names
+/// variable, step, part and element type.
 void addComponents(const morvex_variable& variable, morvex_request made,
                    std::vector<ArrayId>& arrays) {
   // A variable of a type without a known number of components has at least the first.
@@ -113,6 +117,7 @@ ArraySize sizeOf(const File& file, const ArrayId& array) {
 
 std::vector<Section> ArrayList::sections() const {
   std::vector<Section> sections = allSections();
+  // Spares building the paths of arrays that can't be meant.
   std::erase_if(sections, [this](const Section& section) { return !mayHaveNamed(section); });
   return sections;
 }
@@ -155,6 +160,7 @@ bool ArrayList::mayHaveNamed(const Section& section) const {
 
 std::vector<ArrayId> ArrayList::arraysOf(const Section& section) {
   std::vector<ArrayId> arrays = allArraysOf(section);
+  // Several texts may name one array; each counts as found.
   if (choice_.arrays().empty()) return arrays;
   std::erase_if(arrays, [&](const ArrayId& array) {
     const std::string path = pathOf(file_, array);
@@ -201,6 +207,7 @@ std::vector<ArrayId> ArrayList::allArraysOf(const Section& section) {
   }
   // Of a model whose coordinates change all else is stored once: listed with the first chosen step.
   const morvex_geometry& model = contents_.summary.model;
+  // The first chosen step stands for all of them, also where the user leaves out step 0.
   const bool hasState = model.change == MORVEX_CONNECTIVITY_CHANGES ||
                         section.step == choice_.steps(model.timeset, model.steps).front();
   ModelArrays arrays(section.step, hasState);
@@ -253,16 +260,6 @@ std::string ArrayList::nameOf(const Section& section) const {
   if (section.of == Section::Of::kParticles) return "/geometry/1" + step;
   return std::string("/variable/") +
          contents_.variables.at(static_cast<std::size_t>(section.variable)).name + step;
-}
-
-const std::vector<morvex_part>& ArrayList::parts(int step) {
-  const int state = stateAt(contents_.summary.model, step);
-  if (partsState_ != state) {
-    partsState_.reset();  // stays so if the question fails
-    parts_ = readParts(file_, state);
-    partsState_ = state;
-  }
-  return parts_;
 }
 
 }  // namespace morvex::tools

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -56,7 +55,11 @@ class ArrayList {
  public:
   /// All are borrowed.
   ArrayList(const File& file, const Contents& contents, const Choice& choice)
-      : file_(file), contents_(contents), choice_(choice), isFound_(choice.arrays().size()) {}
+      : file_(file),
+        contents_(contents),
+        choice_(choice),
+        parts_(file, contents.summary.model),
+        isFound_(choice.arrays().size()) {}
 
   /// The sections, in the order that the library is made for: the model, the particles, then
   /// variable by variable.
@@ -73,8 +76,8 @@ class ArrayList {
   /// has listed. To be called when all sections were listed.
   void requireNamed();
 
-  /// The parts of the model at a step; those of the last step are kept. Error.
-  const std::vector<morvex_part>& parts(int step);
+  /// The parts of the model at a step, valid until the next call. Error.
+  const std::vector<morvex_part>& parts(int step) { return parts_.at(step); }
 
  private:
   // Without regard to the arrays that the choice names.
@@ -87,8 +90,7 @@ class ArrayList {
   const File& file_;
   const Contents& contents_;
   const Choice& choice_;
-  std::optional<int> partsState_;
-  std::vector<morvex_part> parts_;
+  PartList parts_;
   std::vector<bool> isFound_;  ///< by the arrays that the choice names
 };
 

@@ -17,13 +17,29 @@ std::size_t roundedUp(std::size_t bytes) {
   return (bytes + kAlignment - 1) / kAlignment * kAlignment;
 }
 
+/// Whether a failure is that of one of the array's own datasets, and not of one that it depends on.
+bool isOwn(const File& file, const morvex_request& request, const Error& failure) {
+  if (failure.path().empty()) return true;
+  // A request for all components has several datasets; an error code ends the list.
+  for (std::uint64_t index = 0;; ++index) {
+    std::string path(failure.path().size() + 1, '\0');
+    std::uint64_t needed = 0;
+    const morvex_code code =
+        morvex_get_path(file.handle(), &request, index, path.data(), path.size(), &needed);
+    if (code != MORVEX_OK && code != MORVEX_TOO_SMALL) return false;
+    if (code == MORVEX_OK && path.c_str() == failure.path()) return true;
+  }
+}
+
 }  // namespace
 
 bool isAbsent(const File& file, const ArrayResult& result) {
-  if (!result.failure || result.id.kind != ArrayKind::kVariables) return false;
-  if (result.failure->code() != MORVEX_NO_SUCH_DATA) return false;
-  // A dataset that it depends on must be there.
-  return result.failure->path().empty() || result.failure->path() == pathOf(file, result.id);
+  const morvex_request& asked = result.id.request;
+  if (!result.failure || result.id.kind == ArrayKind::kConstants) return false;
+  if (asked.kind != MORVEX_VARIABLE) return false;  // all of the geometry must be there
+  if (result.failure->code() == MORVEX_NOT_DEFINED) return true;
+  // A dataset that the values depend on must be there as well.
+  return result.failure->code() == MORVEX_NO_SUCH_DATA && isOwn(file, asked, *result.failure);
 }
 
 void catchInterrupts() {
@@ -52,6 +68,7 @@ void BatchReader::add(const ArrayId& array) {
   used_ += roundedUp(bytes);
 }
 
+// The memory is kept from batch to batch: fresh pages cost a fault each.
 bool BatchReader::makeRoom() {
   const std::size_t wanted = std::max<std::size_t>(used_, 1);
   if (wanted <= capacity_) return true;
@@ -69,13 +86,19 @@ void BatchReader::flush() {
   const bool hasRoom = makeRoom();
   std::byte* target = memory_.get();
   for (std::size_t i = 0; i < batch_.size(); ++i) {
+    // All arrays of this batch fail; the next one may be smaller and fit.
     if (!hasRoom) {
       const morvex_error error{MORVEX_OUT_OF_MEMORY, -1, -1, "", "not enough memory"};
       failures_[i] = std::make_unique<Error>(error);
     } else if (batch_[i].kind == ArrayKind::kConstants) {
+      // A number of the metadata, which the library has no request for.
       const morvex_request& asked = batch_[i].request;
-      const float value = file_.constant(asked.variable, asked.step);
-      std::memcpy(target, &value, sizeof value);
+      try {
+        const float value = file_.constant(asked.variable, asked.step);
+        std::memcpy(target, &value, sizeof value);
+      } catch (const Error& reason) {
+        failures_[i] = std::make_unique<Error>(reason);
+      }
     } else if (!failures_[i]) {
       requests.push_back(batch_[i].request);
       requests.back().target = target;
@@ -89,6 +112,7 @@ void BatchReader::flush() {
   options.failed = onFailure;
   options.user = this;
   if (file_.read(requests, options) == MORVEX_CANCELLED) throw Interrupted{};
+  // In the order in which they were added, not that in which the library finished them.
   target = memory_.get();
   for (std::size_t i = 0; i < batch_.size(); ++i) {
     const Error* failure = failures_[i].get();

@@ -18,7 +18,8 @@ struct ArrayResult {
   const Error* failure;              ///< null after a success
 };
 
-/// Whether a variable has no values there, which is no fault: it has values where its values are.
+/// Whether an array failed because the variable has no values there. That is no fault: which parts,
+/// steps and element types have values is known from their datasets alone.
 [[nodiscard]] bool isAbsent(const File& file, const ArrayResult& result);
 
 /// Reads any number of arrays in batches of bounded memory, each by all threads of the file.

@@ -20,10 +20,12 @@ void logMessage(void* log, morvex_level level, const char* text) {
 std::FILE* logFile = nullptr;
 std::string logPath;
 
+/// One log for all files of a program: they would overwrite each other's.
 std::FILE* openLog(const std::string& path) {
   if (logFile) return logFile;
   logFile = std::fopen(path.c_str(), "we");
   if (!logFile) throw Failure(kOutputFailed, path + ": " + std::strerror(errno));
+  // Line by line, so that a crash loses nothing that was logged.
   std::setvbuf(logFile, nullptr, _IOLBF, BUFSIZ);
   logPath = path;
   return logFile;
@@ -63,6 +65,7 @@ Contents readContents(const File& file) {
     try {
       contents.variables.push_back(file.variable(i));
     } catch (const Error& failure) {
+      // Its place is kept: variables are asked for by their numbers.
       contents.variables.push_back(MORVEX_VARIABLE_INIT);
       contents.variables.back().name = "";
       contents.variables.back().description = "";
@@ -77,6 +80,16 @@ std::vector<morvex_part> readParts(const File& file, int step) {
   const int count = file.partCount(step);
   for (int i = 0; i < count; ++i) parts.push_back(file.part(i, step));
   return parts;
+}
+
+const std::vector<morvex_part>& PartList::at(int step) {
+  const int state = stateAt(model_, step);
+  if (state_ != state) {
+    state_.reset();  // stays so if the question fails
+    parts_ = readParts(file_, state);
+    state_ = state;
+  }
+  return parts_;
 }
 
 }  // namespace morvex::tools

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <morvex/morvex.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,5 +37,22 @@ struct Contents {
 [[nodiscard]] inline int stateAt(const morvex_geometry& geometry, int step) {
   return geometry.change == MORVEX_CONNECTIVITY_CHANGES ? step : 0;
 }
+
+/// The parts of the model, asked for step by step. A file may have thousands of parts and steps: those
+/// of one state are kept.
+class PartList {
+ public:
+  /// Both are borrowed.
+  PartList(const File& file, const morvex_geometry& model) : file_(file), model_(model) {}
+
+  /// All parts at a step, valid until the next call. Error; the next call asks again.
+  const std::vector<morvex_part>& at(int step);
+
+ private:
+  const File& file_;
+  const morvex_geometry& model_;
+  std::optional<int> state_;  ///< of the parts that are kept
+  std::vector<morvex_part> parts_;
+};
 
 }  // namespace morvex::tools

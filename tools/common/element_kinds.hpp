@@ -8,8 +8,14 @@
 
 namespace morvex::tools {
 
-inline constexpr int kNSided = 30;
-inline constexpr int kNFaced = 32;
+inline constexpr int kNSided = 30;  ///< polygons; types below have a fixed number of nodes
+inline constexpr int kNFaced = 32;  ///< polyhedra
+
+/// Whether files have the nodes of a type: of the ghosts of polygons and polyhedra they have the
+/// number alone.
+[[nodiscard]] constexpr bool hasNodes(int type) {
+  return type != kNSided + 1 && type != kNFaced + 1;
+}
 
 /// Shapes of elements; the types 2k and 2k + 1, which is the ghost twin, have shape k.
 inline constexpr std::array<const char*, MORVEX_ELEMENT_TYPES / 2> kElementShapes{

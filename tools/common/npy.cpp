@@ -2,11 +2,14 @@
 
 namespace morvex::tools {
 
-std::string npyHeader(std::string_view type, std::uint64_t rows, std::uint64_t columns) {
+std::string npyHeader(std::string_view type, std::span<const std::uint64_t> shape) {
+  std::string extents;
+  for (const std::uint64_t extent : shape) {
+    extents += (extents.empty() ? "" : ", ") + std::to_string(extent);
+  }
+  if (shape.size() == 1) extents += ",";  // a Python tuple of one needs its comma
   std::string text = "{'descr': '" + std::string(type) + "', 'fortran_order': False, 'shape': (" +
-                     std::to_string(rows) + ",";
-  if (columns != 1) text += " " + std::to_string(columns);
-  text += "), }";
+                     extents + "), }";
   // Magic, version and the length of the text as u16; the values begin at a multiple of 64 bytes.
   std::string header("\x93NUMPY\x01\x00", 8);
   constexpr std::size_t kAlignment = 64;

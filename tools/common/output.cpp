@@ -47,6 +47,7 @@ std::size_t terminalWidth() {
   return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsual;
 }
 
+// One call of fwrite: lines of several processes don't mix.
 void complain(std::string_view program, std::string_view text) {
   const std::string line = std::string(program) + ": " + std::string(text) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
@@ -79,6 +80,8 @@ void NewFile::write(std::string_view bytes) {
 }
 
 void NewFile::commit() {
+  // Temporary files are private. The finished one gets the rights of any new file; umask can only be
+  // read by setting it.
   const mode_t mask = ::umask(0);
   ::umask(mask);
   ::close(descriptor_);

@@ -33,6 +33,7 @@ int runProgram(std::string_view name, const std::function<ExitCode()>& work) {
     return fail(kDataError, failure.what());
   } catch (const Interrupted&) {
     std::fflush(stdout);
+    // Ends by the signal itself, so that a calling shell script stops too.
     ::signal(SIGINT, SIG_DFL);
     ::raise(SIGINT);
     return kOutputFailed;
@@ -46,6 +47,7 @@ std::string usageText(const CLI::App& app, const CLI::ParseError& failure) {
     names.push_back(sub->get_name());
     if (sub->parsed()) command = sub;
   }
+  // The parser's own sentences don't name similar options or commands.
   const std::vector<std::string> extras = app.remaining(/*recurse=*/true);
   if (command == &app && !names.empty()) {
     if (extras.empty()) return failure.what();

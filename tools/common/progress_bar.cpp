@@ -11,10 +11,14 @@
 namespace morvex::tools {
 namespace {
 
+/// Shorter work needs no bar; it would only flicker.
 constexpr auto kPatience = std::chrono::seconds(2);
+/// Ten times a second is smooth; more would slow down a remote terminal.
 constexpr auto kPause = std::chrono::milliseconds(100);
+/// Columns of the bar; rate and time fit beside it in 80.
 constexpr std::size_t kWidth = 30;
 
+/// Rounded down, at most 99 hours.
 std::string durationText(double seconds) {
   const auto whole = static_cast<long long>(std::min(seconds, 359'999.0));
   if (whole < 60) return std::to_string(whole) + " s";
@@ -37,6 +41,7 @@ void ProgressBar::show(double part, std::uint64_t bytes) {
   const std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '.');
   const std::string rest =
       done > 0.0 ? "  " + durationText(seconds * (1.0 - done) / done) + " left" : "";
+  // Returns to the first column and erases the line, which may have been longer.
   std::fprintf(stderr, "\r\033[K[%s] %3d%%  %s/s%s", bar.c_str(), static_cast<int>(100 * done),
                sizeText(rate).c_str(), rest.c_str());
   std::fflush(stderr);

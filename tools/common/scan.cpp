@@ -32,6 +32,7 @@ void Scan::run(const std::vector<Section>& sections, const BatchReader::Receive&
     wasModel = isModel;
     try {
       std::vector<ArrayId> arrays = list_.arraysOf(section);
+      // Within the section only: a list of all arrays of a file could take gigabytes.
       if (arrange) arrange(arrays);
       for (const ArrayId& array : arrays) reader.add(array);
     } catch (const Error& failure) {

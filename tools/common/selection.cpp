@@ -18,6 +18,7 @@ namespace {
                                  "' is no number, list or range, such as 0, -1, 0,5 or 3:10:2");
 }
 
+/// At least one piece; pieces may be empty.
 std::vector<std::string_view> split(std::string_view text, char separator) {
   std::vector<std::string_view> parts;
   for (std::size_t end = 0; end != std::string_view::npos;) {
@@ -36,12 +37,15 @@ std::optional<int> numberOf(std::string_view text) {
   return number;
 }
 
+/// A bound of a range, nothing where it is left out. Failure kUsageError for what is no number.
 std::optional<int> boundOf(std::string_view text, std::string_view whole) {
   const auto number = numberOf(text);
   if (!number && !text.empty()) refuseSteps(whole);
   return number;
 }
 
+/// Adds the steps of a range as Python counts them: bounds below 0 are from the end, those beyond an
+/// end stop there.
 void addRange(const std::vector<std::string_view>& fields, std::string_view text, int count,
               std::set<int>& steps) {
   const int stride = fields.size() > 2 ? boundOf(fields[2], text).value_or(1) : 1;
@@ -51,6 +55,7 @@ void addRange(const std::vector<std::string_view>& fields, std::string_view text
     return std::clamp(from < 0 ? from + count : from, 0, count);
   };
   const int end = position(boundOf(fields[1], text), count);
+  // 64 bits: with a stride near the largest int the sum would overflow.
   for (long long step = position(boundOf(fields[0], text), 0); step < end; step += stride) {
     steps.insert(static_cast<int>(step));
   }
@@ -72,6 +77,7 @@ std::size_t distance(std::string_view from, std::string_view to) {
   return row.back();
 }
 
+/// The earlier one of two times that are equally near; 0 without times.
 int nearestTo(double time, const std::vector<float>& times) {
   const auto nearest = std::ranges::min_element(
       times, {}, [&](float step) { return std::abs(double{step} - time); });
@@ -96,6 +102,8 @@ std::vector<int> stepsOf(std::string_view text, int count) {
   return {steps.begin(), steps.end()};
 }
 
+// Equal names fit even where they have brackets, such as "wear [mm]", which a pattern would read as a
+// set.
 bool fitsName(const std::string& text, std::string_view name) {
   return text == name || ::fnmatch(text.c_str(), std::string(name).c_str(), 0) == 0;
 }
@@ -106,12 +114,14 @@ bool fits(const std::string& text, std::string_view name, int number) {
 
 std::vector<std::string> similarNames(std::string_view text,
                                       const std::vector<std::string>& names) {
+  // The distance of two names takes time in proportion to the product of their lengths.
   constexpr std::size_t kMost = 3;
   constexpr std::size_t kLongest = 256;
   std::vector<std::pair<std::size_t, std::string>> similar;
   for (const std::string& name : names) {
     if (name.size() > kLongest || text.size() > kLongest) continue;
     const bool contains = !text.empty() && name.find(text) != std::string::npos;
+    // A part of a name is the best hint: people type what they remember.
     const std::size_t far = contains ? 1 : distance(text, name);
     if (far <= std::max<std::size_t>(2, text.size() / 3) && far < text.size()) {
       similar.emplace_back(far, name);
@@ -203,9 +213,11 @@ bool Choice::hasVariable(int number) const {
 }
 
 std::vector<int> Choice::steps(int timeset, std::uint64_t count) const {
+  // What has one state has it at every step.
   if (count <= 1) return std::vector<int>(static_cast<std::size_t>(count), 0);
   if (selection_.time) {
     const auto& sets = contents_.timesets;
+    // Without times the first step is as near as any.
     const bool isKnown = timeset >= 0 && static_cast<std::size_t>(timeset) < sets.size();
     return {isKnown ? nearestTo(*selection_.time, sets[static_cast<std::size_t>(timeset)]) : 0};
   }

@@ -24,6 +24,7 @@ std::string shortened(const std::string& text, std::size_t width) {
   std::string cut;
   std::size_t columns = 0;
   for (const char c : text) {
+    // Counted at the first byte of a character, so that none is cut in its middle.
     columns += (static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0;
     if (columns + kDots.size() > width) break;
     cut += c;
@@ -31,6 +32,8 @@ std::string shortened(const std::string& text, std::size_t width) {
   return cut.append(kDots);
 }
 
+/// The fewest digits that read back as the same number; with an exponent only below 0.0001 and from 1e9
+/// on.
 template <class T>
 std::string shortestText(T value) {
   std::array<char, 48> digits{};
@@ -65,12 +68,19 @@ std::vector<std::size_t> TextTable::widths(std::size_t width) const {
       widths[k] = std::max(widths[k], widthOf(cells[k]));
   }
   if (width == 0) return widths;
-  // The widest column of text gives way, one place at a time.
+  // The last column of text gives way first: descriptions and lists can spare most. Then the widest
+  // one does, place by place. Numbers are never shortened: without its last digits a number is
+  // another number.
   constexpr std::size_t kNarrowest = 8;
-  const auto total = [&] {
+  constexpr std::size_t kNarrowestLast = 12;
+  const auto total = [&] {  // with two blanks before each column
     return std::accumulate(widths.begin(), widths.end(), 2 * widths.size());
   };
   while (total() > width) {
+    if (!toTheRight_.back() && widths.back() > kNarrowestLast) {
+      --widths.back();
+      continue;
+    }
     std::size_t widest = widths.size();
     for (std::size_t k = 0; k < widths.size(); ++k) {
       const bool mayShrink = !toTheRight_[k] && widths[k] > kNarrowest;
@@ -91,12 +101,12 @@ std::string TextTable::line(const std::vector<std::string>& cells,
     line += toTheRight_[k] ? gap + cell : cell + gap;
     line += "  ";
   }
-  line.erase(line.find_last_not_of(' ') + 1);
+  line.erase(line.find_last_not_of(' ') + 1);  // no blanks at the end, which editors mark
   return line + "\n";
 }
 
 std::string TextTable::take() {
-  std::vector<std::size_t> columns = widths(0);
+  std::vector<std::size_t> columns = widths(0);  // nothing is cut: such tables end with paths
   std::string text;
   if (taken_.empty()) {
     text = line(headings_, columns);
@@ -125,6 +135,27 @@ std::string shownText(std::string text) {
   return text;
 }
 
+std::string wrapped(const std::string& line, std::size_t width, std::size_t indent) {
+  if (width == 0) return line;
+  std::string text;
+  std::size_t column = 0;
+  for (std::size_t at = 0; at < line.size();) {
+    // A word with the blanks before it, which are dropped where a line is broken.
+    const std::size_t word = std::min(line.find_first_not_of(' ', at), line.size());
+    const std::size_t end = std::min(line.find(' ', word), line.size());
+    const std::size_t wordWidth = widthOf(line.substr(word, end - word));
+    if (at > 0 && column + (word - at) + wordWidth > width) {
+      text += "\n" + std::string(indent, ' ') + line.substr(word, end - word);
+      column = indent + wordWidth;
+    } else {
+      text += line.substr(at, end - at);
+      column += (word - at) + wordWidth;
+    }
+    at = end;
+  }
+  return text;
+}
+
 std::string numberText(float value) {
   return shortestText(value);
 }
@@ -134,6 +165,7 @@ std::string numberText(double value) {
 }
 
 std::string sizeText(std::uint64_t bytes) {
+  // Powers of 1024, as operating systems count memory.
   static constexpr std::array<const char*, 5> kUnits{"B", "KiB", "MiB", "GiB", "TiB"};
   auto size = static_cast<double>(bytes);
   std::size_t unit = 0;

@@ -11,12 +11,13 @@ class TextTable {
  public:
   explicit TextTable(std::vector<std::string> headings);
 
-  /// Cells beyond the headings are dropped, missing ones are empty.
+  /// Cells beyond the headings are dropped, missing ones are empty. Texts of files have to be passed
+  /// through shownText(): a newline would break the table.
   void row(std::vector<std::string> cells);
   [[nodiscard]] bool empty() const noexcept { return rows_.empty(); }
 
-  /// The lines of the rows so far, without those taken before; the headings precede the first ones.
-  /// For tables of any length: columns are as wide as what they have had.
+  /// The lines of the rows since the last call; the headings precede the first ones. For tables of
+  /// any length: a column is as wide as its widest cell so far, and may become wider at each call.
   [[nodiscard]] std::string take();
 
   /// Each line begins with two blanks and ends with a newline. Where `width` is not 0, columns of
@@ -31,12 +32,16 @@ class TextTable {
   std::vector<std::string> headings_;
   std::vector<bool> toTheRight_;
   std::vector<std::vector<std::string>> rows_;
-  std::vector<std::size_t>
-      taken_;  ///< widths of the columns of taken rows; empty if there were none
+  /// Widths of the columns of the rows that were taken; empty if none were.
+  std::vector<std::size_t> taken_;
 };
 
 /// A text from a file made fit for one line: control characters become '?'.
 [[nodiscard]] std::string shownText(std::string text);
+
+/// A line broken at blanks into lines of up to `width` columns; words that are wider stay whole. The
+/// lines after the first begin with `indent` blanks. A width of 0 breaks nothing.
+[[nodiscard]] std::string wrapped(const std::string& line, std::size_t width, std::size_t indent);
 
 /// The shortest text that reads back as the same number, whatever the locale.
 [[nodiscard]] std::string numberText(float value);

@@ -23,6 +23,7 @@ std::uint64_t digestOf(const ArrayId& array, std::span<const std::byte> bytes,
       bool hasAny = false;
       for (const T value : values) hasAny |= isAmbiguous(value);
       if (hasAny) {
+        // In this copy equal numbers have equal bits.
         std::vector<T> settled(values.begin(), values.end());
         for (T& value : settled) {
           if (std::isnan(value)) value = std::numeric_limits<T>::quiet_NaN();

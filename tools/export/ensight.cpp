@@ -12,10 +12,12 @@
 namespace morvex::tools {
 namespace {
 
+/// Texts in binary files of the format are fields of this size.
 constexpr std::size_t kLineSize = 80;
 /// Stands for places without a value: no result comes near it.
 constexpr float kUndefined = -1e30F;
 constexpr std::size_t kLeastMeasured = 5;  // values in a file
+/// In place of an element type.
 constexpr int kWholePart = -1;
 constexpr int kOfParticles = -1;  // in place of a part
 
@@ -27,6 +29,7 @@ std::string line(std::string text) {
 }
 
 template <class T>
+/// As stored in the file, which is little-endian like the machine.
 std::string bytesOf(const T& value) {
   return {reinterpret_cast<const char*>(&value), sizeof value};
 }
@@ -36,6 +39,7 @@ std::string countOf(std::uint64_t count) {
   return bytesOf(static_cast<std::int32_t>(count));
 }
 
+/// Begins a part; the format counts from 1.
 std::string partLines(int part) {
   return line("part") + bytesOf(static_cast<std::int32_t>(part + 1));
 }
@@ -212,6 +216,7 @@ void EnSightExport::addElements(const Out& out, int step, int part, const morvex
   for (const morvex_kind kind : kinds) {
     morvex_request table = request(kind, step, part);
     table.element_type = type;
+    // Written once, before the tables of the type.
     const std::string head = line(typeName(type)) + countOf(info.elements[type]);
     job_.feed.array(table, [=, this](std::optional<Bytes> values) {
       // Of three tables one may fail when the others are already there.
@@ -314,6 +319,7 @@ void EnSightExport::exportParticleVariable(int number) {
   }
 }
 
+// Readers refuse a variable whose files have no part at all, so it is left out of the case file.
 bool EnSightExport::hasValues(int number, morvex_location location, bool onBlocksAlone) {
   const morvex_variable& variable = job_.variable(number);
   for (const int step : job_.stepsOf(variable)) {
@@ -338,6 +344,7 @@ void EnSightExport::exportVariable(int number, morvex_location location, bool on
   const std::string label = cleanText(variable.name);
   const std::string name = case_.nameLike(onBlocksAlone ? label + "_on_blocks" : label);
   const bool isComplex = variable.is_complex != 0;
+  // One pattern, or two of a complex variable: real part, imaginary part.
   std::vector<std::string> patterns;
   for (const bool isImaginary : {false, true}) {
     if (isImaginary && !isComplex) continue;
@@ -392,6 +399,7 @@ void EnSightExport::addValues(const Out& out, morvex_request asked, const morvex
     });
     return;
   }
+  // The part is written before its first section; without sections it is left out.
   const auto hasBegun = std::make_shared<bool>(false);
   for (const int type : cellTypes(info)) {
     // Ghosts are not shown, their values are those of the elements that they repeat, and VTK gives up on

@@ -25,10 +25,13 @@ class EnSightExport {
   /// One file of a series, which is open from when the first of it is read until the last of it is
   /// written, so that few files are open at any time.
   using Out = std::shared_ptr<std::unique_ptr<FolderFile>>;
+  /// Queues the opening of a file with lines of 80 bytes at its start; `close` queues its end.
   Out open(const std::string& name, std::vector<std::string> headerLines);
   void close(const Out& out);
 
   void exportModel();
+  /// Asks for what the geometry file has of a part. A part without coordinates is dropped with its
+  /// values.
   void addPart(const Out& out, int step, int part, const morvex_part& info);
   void addElements(const Out& out, int step, int part, const morvex_part& info, int type);
   void exportParticles();
@@ -40,6 +43,7 @@ class EnSightExport {
   void exportVariable(int number, morvex_location location, bool onBlocksAlone);
   void addValues(const Out& out, morvex_request request, const morvex_part& info, int geometryStep,
                  morvex_location location);
+  /// Whether any chosen part has values at one location, at any chosen step.
   [[nodiscard]] bool hasValues(int number, morvex_location location, bool onBlocksAlone);
 
   /// A part, or with a type its elements, that the geometry of a step does not have.
@@ -48,10 +52,12 @@ class EnSightExport {
 
   /// Names of files of a series: base + "." + number, or the base alone for one that never changes.
   [[nodiscard]] std::string fileName(const std::string& base, int timeSet, std::size_t step) const;
+  /// The same with stars for the number, as the case file names a series of `steps` files.
   [[nodiscard]] std::string pattern(const std::string& base, int timeSet, std::size_t steps) const;
 
   Job& job_;
   EnSightCase case_;
+  /// Filled in while arrays are received: values come after their geometry.
   std::set<Dropped> dropped_;
 };
 

@@ -17,22 +17,15 @@ std::string numberOf(int timeSet) {
   return timeSet == 0 ? "" : std::to_string(timeSet) + " ";
 }
 
-/// Numbers in lines that are short enough.
-std::string wrapped(std::string line, const std::vector<float>& numbers) {
-  std::string text;
-  for (const float number : numbers) {
-    const std::string word = " " + numberText(number);
-    if (line.size() + word.size() > kLongestLine) {
-      text += line + "\n";
-      line.clear();
-    }
-    line += word;
-  }
-  return text + line + "\n";
+/// Numbers after the words of a line, which continues in further lines if it gets too long.
+std::string numberLines(std::string line, const std::vector<float>& numbers) {
+  for (const float number : numbers) line += " " + numberText(number);
+  return wrapped(line, kLongestLine, 1) + "\n";
 }
 
 }  // namespace
 
+// Times count too: variables with fewer steps use other times of the same set.
 int EnSightCase::timeSet(int timeset, const std::vector<float>& times) {
   if (timeset < 0) return 0;
   const auto known = std::ranges::find_if(
@@ -60,19 +53,20 @@ void EnSightCase::variable(const std::string& kind, int timeSet, const std::stri
 std::string EnSightCase::constant(int timeSet, const std::string& name,
                                   const std::vector<float>& values, const std::string& file) {
   const std::string start = numberOf(timeSet) + name;
-  const std::string line = wrapped("constant per case: " + start, values);
+  const std::string line = numberLines("constant per case: " + start, values);
   if (line.size() <= kLongestLine + 1) {
     variables_ += line;
     return {};
   }
   variables_ += "constant per case file: " + start + " " + file + "\n";
-  return wrapped("", values);
+  return numberLines("", values);
 }
 
 std::string EnSightCase::nameLike(const std::string& wanted) {
   std::string base;
   for (const char letter : wanted) {
     const bool isPlain = std::isalnum(static_cast<unsigned char>(letter)) != 0 || letter == '_';
+    // EnSight's expressions would read other characters as operators.
     if (isPlain)
       base += letter;
     else if (!base.empty() && base.back() != '_')
@@ -82,6 +76,7 @@ std::string EnSightCase::nameLike(const std::string& wanted) {
   if (base.empty() || std::isdigit(static_cast<unsigned char>(base[0])) != 0) base = "v" + base;
   base.resize(std::min(base.size(), kLongestName));
   std::string name = base;
+  // Cut again, so that a long name keeps room for its number.
   for (int i = 2; !names_.insert(name).second; ++i) {
     const std::string tail = "_" + std::to_string(i);
     name = base.substr(0, kLongestName - tail.size()) + tail;
@@ -98,8 +93,9 @@ std::string EnSightCase::text() const {
     text += (i == 0 ? "" : "\n");
     text += "time set: " + std::to_string(i + 1) +
             "\nnumber of steps: " + std::to_string(set.times.size()) +
+            // Files are numbered through, whatever steps were chosen.
             "\nfilename start number: 0\nfilename increment: 1\n";
-    text += wrapped("time values:", set.times);
+    text += numberLines("time values:", set.times);
   }
   return text;
 }

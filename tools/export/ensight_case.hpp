@@ -28,10 +28,12 @@ class EnSightCase {
   /// A name for a variable that is like `wanted`, keeps to EnSight's letters and was not given yet.
   [[nodiscard]] std::string nameLike(const std::string& wanted);
 
+  /// The whole case file.
   [[nodiscard]] std::string text() const;
 
  private:
   struct TimeSet {
+    /// Of the result file, from 0; negative ones have no entry.
     int timeset;
     std::vector<float> times;
   };

@@ -5,19 +5,6 @@
 namespace morvex::tools {
 namespace {
 
-/// Whether a failure is that of one of the array's own datasets, and not of one that it depends on.
-bool isOwn(const File& file, const morvex_request& request, const Error& failure) {
-  if (failure.path().empty()) return true;
-  for (std::uint64_t index = 0;; ++index) {
-    std::string path(failure.path().size() + 1, '\0');
-    std::uint64_t needed = 0;
-    const morvex_code code =
-        morvex_get_path(file.handle(), &request, index, path.data(), path.size(), &needed);
-    if (code != MORVEX_OK && code != MORVEX_TOO_SMALL) return false;
-    if (code == MORVEX_OK && path.c_str() == failure.path()) return true;
-  }
-}
-
 /// The path of an array that failed; of one whose sizes are damaged the library knows none.
 std::string placeOf(const File& file, const ArrayId& array, const Error& failure) {
   if (!failure.path().empty()) return failure.path();
@@ -66,6 +53,7 @@ void Feed::lose(const std::string& place, const std::string& reason) {
   losses_.emplace(place, reason);
 }
 
+// Arrays come in the order in which they were asked for, which is that of the items.
 void Feed::receive(const ArrayResult& result) {
   const Item item = std::move(items_.front());
   items_.pop_front();
@@ -75,6 +63,7 @@ void Feed::receive(const ArrayResult& result) {
   runActions();
 }
 
+// An action may ask for more, which adds items at the end of the queue.
 void Feed::runActions() {
   while (!items_.empty() && items_.front().action) {
     const auto action = std::move(items_.front().action);
@@ -84,12 +73,8 @@ void Feed::runActions() {
 }
 
 void Feed::judge(const ArrayResult& result) {
+  if (isAbsent(file_, result)) return;
   const Error& failure = *result.failure;
-  const bool isAbsent =
-      failure.code() == MORVEX_NOT_DEFINED ||
-      (failure.code() == MORVEX_NO_SUCH_DATA && isOwn(file_, result.id.request, failure));
-  // A variable has values where its values are; of the geometry all must be there.
-  if (isAbsent && result.id.request.kind == MORVEX_VARIABLE) return;
   const std::string place = placeOf(file_, result.id, failure);
   std::string reason = failure.what();
   if (reason.starts_with(place + ": ")) reason.erase(0, place.size() + 2);

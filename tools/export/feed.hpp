@@ -52,7 +52,9 @@ class Feed {
   };
 
   void receive(const ArrayResult& result);
+  /// Runs the actions at the head of the queue, up to the next array.
   void runActions();
+  /// Lists a failure, unless the variable has no values there.
   void judge(const ArrayResult& result);
 
   const File& file_;

@@ -6,6 +6,7 @@
 #include <tuple>
 
 namespace morvex::tools {
+
 Job::Job(const File& openFile, const Contents& fileContents, const Choice& userChoice,
          NewFolder& newFolder, Feed& arrayFeed, std::string fileName)
     : file(openFile),
@@ -13,11 +14,13 @@ Job::Job(const File& openFile, const Contents& fileContents, const Choice& userC
       choice(userChoice),
       folder(newFolder),
       feed(arrayFeed),
-      name(std::move(fileName)) {
+      name(std::move(fileName)),
+      parts_(openFile, fileContents.summary.model) {
   const morvex_geometry& particles = contents.summary.particles;
   if (!choice.namesParts()) particleSteps_ = choice.steps(particles.timeset, particles.steps);
   for (int number = 0; number < static_cast<int>(contents.variables.size()); ++number) {
     if (!choice.hasVariable(number)) continue;
+    // Values on particles need the particles.
     if (variable(number).on_particles != 0 && particleSteps_.empty()) continue;
     variables_.push_back(number);
   }
@@ -46,6 +49,7 @@ std::vector<int> Job::stepsOf(const morvex_variable& variable) const {
 std::vector<float> Job::timesOf(int timeset, const std::vector<int>& steps) const {
   std::vector<float> times;
   for (const int step : steps) {
+    // A file may name a time set that it doesn't have: its steps are then at time 0.
     const bool isKnown =
         timeset >= 0 && static_cast<std::size_t>(timeset) < contents.timesets.size();
     times.push_back(isKnown ? contents.timesets[static_cast<std::size_t>(timeset)].at(
@@ -55,19 +59,10 @@ std::vector<float> Job::timesOf(int timeset, const std::vector<int>& steps) cons
   return times;
 }
 
-const std::vector<morvex_part>& Job::parts(int modelStep) {
-  const int state = stateAt(contents.summary.model, modelStep);
-  if (partsState_ != state) {
-    partsState_.reset();  // stays so if the question fails
-    parts_ = readParts(file, state);
-    partsState_ = state;
-  }
-  return parts_;
-}
-
+// A loss is listed once by its path, however often it is asked for.
 const std::vector<morvex_part>& Job::partsOrNone(int modelStep) {
   try {
-    return parts(modelStep);
+    return parts_.at(modelStep);
   } catch (const Error& failure) {
     feed.lose("/geometry/0/" + std::to_string(modelStep), failure.what());
     return none_;
@@ -82,6 +77,8 @@ std::optional<int> Job::geometryStep(int number, int step) {
   return std::nullopt;
 }
 
+// From metadata: no dataset is opened. Only the library's "not defined" is certain; other failures show
+// when the array is read.
 bool Job::isDefined(int number, int step, int part) const {
   const morvex_request asked = variableRequest(number, step, part);
   std::uint64_t count = 0;
@@ -94,15 +91,16 @@ float Job::constant(int number, int step) {
   } catch (const Error& failure) {
     feed.lose(std::string("/variable/") + variable(number).name + "/" + std::to_string(step),
               failure.what());
+    // A series keeps one entry for each step.
     return std::numeric_limits<float>::quiet_NaN();
   }
 }
 
+// The order of the types is that of the cells in every export.
 std::vector<int> cellTypes(const morvex_part& part) {
   std::vector<int> types;
   for (int type = 0; type < MORVEX_ELEMENT_TYPES; ++type) {
-    const bool hasNodes = type != kNSided + 1 && type != kNFaced + 1;
-    if (hasNodes && part.elements[type] != 0) types.push_back(type);
+    if (hasNodes(type) && part.elements[type] != 0) types.push_back(type);
   }
   return types;
 }
@@ -120,6 +118,7 @@ std::size_t componentsOf(const morvex_variable& variable) {
 
 std::string faultOfBlock(const morvex_part& part) {
   const auto [i, j, k] = std::tuple(part.extents[0], part.extents[1], part.extents[2]);
+  // Three extents of 31 bits: their product needs up to 93.
   const bool fits =
       i >= 0 && j >= 0 && k >= 0 &&
       static_cast<__uint128_t>(i) * static_cast<__uint128_t>(j) * static_cast<__uint128_t>(k) ==

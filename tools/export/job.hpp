@@ -20,6 +20,7 @@ class Job {
   Job(const File& openFile, const Contents& fileContents, const Choice& userChoice,
       NewFolder& newFolder, Feed& arrayFeed, std::string fileName);
 
+  /// Public: an export is a function of all of these.
   const File& file;
   const Contents& contents;
   const Choice& choice;
@@ -41,9 +42,8 @@ class Job {
   /// Times of steps of a time set; zeros without one.
   [[nodiscard]] std::vector<float> timesOf(int timeset, const std::vector<int>& steps) const;
 
-  /// The parts of the model at a step, all of them; the last answer is kept. Error.
-  const std::vector<morvex_part>& parts(int modelStep);
-  /// The same, empty after a failure, which is listed.
+  /// All parts of the model at a step, valid until the next call; none after a failure, which is
+  /// listed.
   const std::vector<morvex_part>& partsOrNone(int modelStep);
   [[nodiscard]] bool isChosen(int part, const morvex_part& info) const {
     return choice.hasPart(part, info.name);
@@ -61,8 +61,7 @@ class Job {
   // Asked for at each part and step, and not cheap to find.
   std::vector<int> particleSteps_;
   std::vector<int> variables_;
-  std::optional<int> partsState_;
-  std::vector<morvex_part> parts_;
+  PartList parts_;
   const std::vector<morvex_part> none_;
 };
 

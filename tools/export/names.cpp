@@ -24,11 +24,13 @@ std::size_t characterLength(std::string_view text) {
     if ((byte(i) & 0xC0U) != 0x80U) return 0;
     code = code << 6U | (byte(i) & 0x3FU);
   }
+  // Overlong encodings and surrogates are invalid.
   constexpr std::array<unsigned, 5> kLeast{0, 0, 0x80, 0x800, 0x10000};
   const bool isSurrogate = code >= 0xD800U && code < 0xE000U;
   return code < kLeast[length] || code > 0x10FFFFU || isSurrogate ? 0 : length;
 }
 
+/// Adds "(part 3)" and the like. All of several equal names get it: none of them is the right one.
 std::vector<std::string> distinct(std::vector<std::string> names, const char* what) {
   std::map<std::string, int> counts;
   for (std::string& name : names) {

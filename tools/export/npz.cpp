@@ -37,6 +37,7 @@ std::vector<std::string> keysOf(const std::vector<std::string>& names) {
   return keys;
 }
 
+/// The shape of an array of `values` numbers; 0 columns make it one-dimensional.
 std::vector<std::uint64_t> shapeOf(std::size_t values, std::uint64_t columns) {
   if (columns == 0) return {values};
   return {values / columns, columns};
@@ -56,6 +57,7 @@ void NpzExport::run() {
     addArray("particles/coordinates/" + std::to_string(step), kFloat,
              request(MORVEX_PARTICLE_COORDINATES, step), 3);
   }
+  // After the geometry was received, and before any variable is read.
   job_.feed.then([this] { check(morvex_finish_geometry(job_.file.handle())); });
   for (const int number : variables) {
     job_.feed.section();
@@ -80,6 +82,7 @@ void NpzExport::addArray(const std::string& key, const char* type, const morvex_
                          std::uint64_t columns) {
   morvex_request asked = request;
   asked.layout = MORVEX_INTERLEAVED;
+  // NumPy's name of a type ends with its size in bytes.
   const std::size_t size = static_cast<std::size_t>(type[2] - '0');
   job_.feed.array(asked, [=, this](std::optional<Bytes> values) {
     if (values) file_.add(key, type, shapeOf(values->size() / size, columns), *values);
@@ -131,6 +134,7 @@ void NpzExport::addPart(const std::string& label, int part, const morvex_part& i
   addBorderFaces(base, part, info, step);
 }
 
+// Border faces have types of fixed shape: a row of nodes for each.
 void NpzExport::addBorderFaces(const std::string& base, int part, const morvex_part& info,
                                int step) {
   for (int type = 0; type < kNSided; ++type) {
@@ -195,6 +199,7 @@ void NpzExport::addValues(const std::string& key, int number, int step, int part
   if (!isPerElement) return addArray(key, kFloat, asked, columns);
 
   asked.layout = MORVEX_INTERLEAVED;
+  // Types are received one by one; together they have the order of the cells.
   const auto all = std::make_shared<std::vector<float>>();
   const auto isFound = std::make_shared<bool>(false);
   for (const int type : cellTypes(*info)) {

@@ -18,18 +18,22 @@ class NpzExport {
   void run();
 
  private:
+  /// Adds the chosen steps and their times, under `steps/` and `times/`.
   void addSteps(const std::string& of, int timeset, const std::vector<int>& steps);
   void addModel();
+  /// `hasState`: the step has cells of its own, not coordinates alone.
   void addPart(const std::string& label, int part, const morvex_part& info, int step,
                bool hasState);
   void addBorderFaces(const std::string& base, int part, const morvex_part& info, int step);
   void addVariable(int number);
+  /// `info` is null for particles.
   void addValues(const std::string& key, int number, int step, int part, const morvex_part* info,
                  int geometryStep, bool isImaginary);
 
   /// Asks for an array of the geometry, with `columns` values for each of its rows; 0 for one axis.
   void addArray(const std::string& key, const char* type, const morvex_request& request,
                 std::uint64_t columns = 0);
+  /// Adds what is known without reading an array, one-dimensional.
   template <class T>
   void addNow(const std::string& key, const char* type, const std::vector<T>& values);
 

@@ -7,27 +7,9 @@
 #include <cerrno>
 #include <utility>
 
+#include "common/npy.hpp"
+
 namespace morvex::tools {
-namespace {
-
-/// What stands before the values in a .npy file of version 1.0; its length is a multiple of 64.
-std::string headOf(const char* type, const std::vector<std::uint64_t>& shape) {
-  std::string sizes;
-  for (const std::uint64_t size : shape) sizes += std::to_string(size) + ",";
-  std::string text =
-      std::string("{'descr': '") + type + "', 'fortran_order': False, 'shape': (" + sizes + "), }";
-  constexpr std::size_t kAlignment = 64;
-  constexpr std::size_t kPrefix = 10;
-  const std::size_t unpadded = kPrefix + text.size() + 1;
-  text.append((kAlignment - unpadded % kAlignment) % kAlignment, ' ');
-  text += '\n';
-  std::string head("\x93NUMPY\x01\x00", 8);
-  head += static_cast<char>(text.size() & 0xFFU);
-  head += static_cast<char>(text.size() >> 8U);
-  return head + text;
-}
-
-}  // namespace
 
 NpzFile::NpzFile(NewFolder& folder, const std::string& name)
     : place_(folder.placeOf(name)),
@@ -35,6 +17,7 @@ NpzFile::NpzFile(NewFolder& folder, const std::string& name)
   if (!zip_) failAt(place_);
 }
 
+// After a failure the archive is incomplete, and its folder removes it.
 NpzFile::~NpzFile() {
   if (zip_) ::zipClose(zip_, nullptr);
 }
@@ -50,7 +33,7 @@ void NpzFile::add(const std::string& key, const char* type, const std::vector<st
   // Members without a date have the first one that zip knows: equal files give equal archives.
   zip_fileinfo info{};
   info.dosDate = (1U << 21U) | (1U << 16U);
-  const std::string head = headOf(type, shape);
+  const std::string head = npyHeader(type, shape);
   constexpr std::uint64_t kLargest = 0xFFFF'0000U;  // of a member with sizes of 32 bits
   // Small members keep the form that any reader of zip files takes.
   const int isLarge = bytes.size() >= kLargest ? 1 : 0;

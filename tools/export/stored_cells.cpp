@@ -34,11 +34,13 @@ class Appender {
   }
 
  private:
+  /// Ends of the cells, from the shape or the stored sizes, which have to sum to the number of nodes.
   std::string appendOffsets(const Tables& tables) {
     const std::uint64_t end = cells_.connectivity.size() + tables.nodes.size();
     std::int64_t position = cells_.offsets.back();
     std::size_t face = 0;
     const std::int32_t nodes = morvex_nodes_per_element(tables.type);
+    // By what is stored: the metadata of a damaged file may claim any number.
     const std::uint64_t count =
         nodes > 0 ? tables.nodes.size() / static_cast<std::uint64_t>(nodes) : tables.perCell.size();
     for (std::uint64_t i = 0; i < count; ++i) {
@@ -57,6 +59,7 @@ class Appender {
     return fits ? "" : "the sizes of the cells don't sum to the number of their nodes";
   }
 
+  /// Stored nodes count from 1. Each is checked, as viewers trust what they read.
   std::string appendNodes(const std::vector<std::int32_t>& nodes) {
     for (const std::int32_t node : nodes) {
       if (node < 1 || static_cast<std::uint64_t>(node) > partNodes_) {
@@ -109,6 +112,7 @@ StoredCellsRef readCells(Job& job, int step, int part, const morvex_part& info) 
       if (!tables->isComplete) cells->isDamaged = true;
       if (cells->isDamaged) return;
       const std::string fault = Appender(*cells, nodes).append(*tables);
+      // Frees the tables, which take as much memory as the cells.
       *tables = {};
       if (fault.empty()) return;
       cells->isDamaged = true;

@@ -36,6 +36,7 @@ std::span<const std::size_t> orderOf(int shape) {
   return {};
 }
 
+/// `order` has an entry for each node.
 void reorder(std::span<std::int64_t> nodes, std::span<const std::size_t> order) {
   std::array<std::int64_t, kPentahedron15.size()> old{};
   std::ranges::copy(nodes, old.begin());

@@ -17,6 +17,7 @@ constexpr std::size_t kBlockSize = std::size_t{256} << 10U;
 /// Higher levels cost several times as much and gain a few per cent on results.
 constexpr int kLevel = 1;
 
+/// One zlib stream. std::bad_alloc if memory is short.
 std::string compressed(std::span<const std::byte> bytes) {
   uLongf size = ::compressBound(static_cast<uLong>(bytes.size()));
   std::string result(size, '\0');
@@ -44,6 +45,7 @@ EncodedArray joined(std::span<const std::string> blocks, std::size_t bytes) {
   return result;
 }
 
+/// With a leading blank; the value is quoted.
 std::string attribute(const char* name, std::string_view value) {
   return std::string(" ") + name + "=\"" + quoted(value) + "\"";
 }
@@ -70,6 +72,7 @@ std::string placeText(const VtkPiece& piece, VtkPlace place, const char* element
 
 std::vector<EncodedArray> encode(const std::vector<std::span<const std::byte>>& arrays,
                                  int threads) {
+  // The blocks of all arrays are shared out together: a small array alone would occupy one thread.
   struct Block {
     std::size_t array;
     std::size_t first;
@@ -130,6 +133,7 @@ std::string vtkHead(std::string_view type) {
 }
 
 void writePiece(FolderFile& file, const VtkPiece& piece) {
+  // The reader finds arrays by their offsets in the appended data, in the order of placeText() calls.
   const char* const grid = piece.isStructured ? "StructuredGrid" : "UnstructuredGrid";
   std::string extent;
   for (const int nodes : piece.extents) {

@@ -17,6 +17,7 @@ namespace morvex::tools {
 using EncodedArray = std::string;
 
 /// Encodes several arrays at once, with the blocks of all of them shared out to threads.
+/// `threads` is 0 for as many as processors.
 [[nodiscard]] std::vector<EncodedArray> encode(
     const std::vector<std::span<const std::byte>>& arrays, int threads);
 
@@ -49,6 +50,8 @@ struct VtkPiece {
   std::vector<VtkConstant> constants;
   std::vector<VtkArray> arrays;
 };
+/// Writes a piece as .vtu or .vts, arrays in their binary form after the XML, and finishes the file.
+/// Failure kOutputFailed.
 void writePiece(FolderFile& file, const VtkPiece& piece);
 
 /// A text inside the quotes of an attribute.

@@ -12,11 +12,13 @@
 namespace morvex::tools {
 namespace {
 
+// VTK's names of types. Ids have 64 bits, as VTK's own writers store them.
 constexpr const char* kFloat = "Float32";
 constexpr const char* kLong = "Int64";
 constexpr const char* kByte = "UInt8";
 
 template <class T>
+/// A copy: received bytes are valid during the call only and need not be aligned for T.
 std::vector<T> valuesOf(Bytes bytes) {
   std::vector<T> values(bytes.size() / sizeof(T));
   std::memcpy(values.data(), bytes.data(), bytes.size());
@@ -35,12 +37,14 @@ bool isSymmetric(const morvex_variable& variable) {
   return variable.type == 3 && variable.components == 6;
 }
 
+/// From the stored order to VTK's, in place. Values of six components.
 void reorderSymmetric(std::vector<float>& values) {
   for (std::size_t i = 0; i + kSymmetric.size() <= values.size(); i += kSymmetric.size()) {
     std::swap(values[i + 4], values[i + 5]);
   }
 }
 
+/// In VTK's order; empty for scalars, which have no components to name.
 std::vector<std::string> componentNames(const morvex_variable& variable) {
   std::vector<std::string> names;
   for (int c = 0; variable.components > 1 && c < variable.components; ++c) {
@@ -87,6 +91,7 @@ void VtuExport::run() {
     exportTime(i, all[i]);
   }
   job_.feed.finish();
+  // Last: a .pvd that is there names only files that are complete.
   waitForPiece();
   FolderFile file(job_.folder, job_.name + ".pvd");
   file.write(vtkHead("Collection") + "  <Collection>\n" + collection_ +
@@ -95,6 +100,7 @@ void VtuExport::run() {
 }
 
 std::vector<float> VtuExport::times() const {
+  // Time sets that agree at a time give one entry.
   std::set<float> times;
   const auto add = [&](int timeset, std::uint64_t steps) {
     if (timeset < 0) return;
@@ -194,6 +200,7 @@ void VtuExport::exportTime(std::size_t index, float time) {
 template <class Read>
 VtuExport::MeshRef VtuExport::mesh(const MeshKey& key, const Read& read) {
   used_.insert(key);
+  // A mesh that did not change is encoded once for all times.
   MeshRef& found = meshes_[key];
   if (!found) {
     found = std::make_shared<Mesh>();
@@ -314,6 +321,7 @@ void VtuExport::readValues(const PieceRef& piece, int number, int step, int part
       morvex_request asked = variableRequest(number, step, part, type);
       asked.imaginary = isImaginary ? 1 : 0;
       asked.layout = MORVEX_INTERLEAVED;
+      // Types without values get as many NaN; a part without any values gets no array.
       const std::size_t count = isPerElement ? info->elements[type] * components : 0;
       job_.feed.array(asked, [field, count, piece](std::optional<Bytes> values) {
         if (piece->isDamaged()) return;

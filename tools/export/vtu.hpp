@@ -42,6 +42,7 @@ class VtuExport {
   [[nodiscard]] int stepAt(float time, int timeset, std::uint64_t steps) const;
   [[nodiscard]] int stepAt(float time, const morvex_geometry& geometry) const;
 
+  /// Asks for all pieces of one time; `index` numbers its files.
   void exportTime(std::size_t index, float time);
   void exportPart(float time, int part, const morvex_part& info, int step, const PieceRef& piece);
   void exportParticles(float time, const PieceRef& piece);
@@ -55,11 +56,13 @@ class VtuExport {
   MeshRef mesh(const MeshKey& key, const Read& read);
   void readPoints(const MeshRef& mesh, const morvex_request& coordinates);
   void readCells(const MeshRef& mesh, int step, int part, const morvex_part& info);
+  /// Encodes arrays of a mesh and adds them; `values` has the bytes of each.
   void addEncoded(Mesh& mesh, std::vector<VtkArray> arrays,
                   const std::vector<std::span<const std::byte>>& values) const;
 
   /// Asks for the values of a variable on a part, or on the particles without `info`.
   void readValues(const PieceRef& piece, int number, int step, int part, const morvex_part* info);
+  /// The constants of the file and the time itself, as field data of each piece.
   [[nodiscard]] std::vector<VtkConstant> constantsAt(float time);
 
   Job& job_;

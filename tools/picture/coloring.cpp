@@ -264,10 +264,7 @@ void Coloring::readValues(int variable, Scene& scene, int geometryStep) const {
     std::size_t cells = 0;
     std::vector<std::pair<int, std::size_t>> drawn;
     for (int type = 0; type < MORVEX_ELEMENT_TYPES; ++type) {
-      // The ghosts of n-sided and n-faced elements are no cells.
-      if (stored.elements[type] == 0 || type == tools::kNSided + 1 || type == tools::kNFaced + 1) {
-        continue;
-      }
+      if (stored.elements[type] == 0 || !tools::hasNodes(type)) continue;  // no cells
       if (type % 2 == 0) drawn.emplace_back(type, cells);
       cells += static_cast<std::size_t>(stored.elements[type]);
     }

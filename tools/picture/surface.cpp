@@ -29,29 +29,29 @@ constexpr std::array<Corners, 6> kHexahedron{{{4, {0, 3, 2, 1}},
 
 /// What is drawn of the types 2k and 2k + 1.
 struct Shape {
-  enum class Kind { point, bar, flat, solid, polyhedron };
+  enum class Kind { kPoint, kBar, kFlat, kSolid, kPolyhedron };
   Kind kind;
   std::uint8_t corners;  ///< of a flat element; 0 for all its nodes
   std::span<const Corners> faces;
 };
 using enum Shape::Kind;
-constexpr std::array<Shape, 17> kShapes{{{point, 0, {}},
-                                         {bar, 0, {}},
-                                         {bar, 0, {}},
-                                         {flat, 3, {}},
-                                         {flat, 3, {}},
-                                         {flat, 4, {}},
-                                         {flat, 4, {}},
-                                         {solid, 0, kTetrahedron},
-                                         {solid, 0, kTetrahedron},
-                                         {solid, 0, kPyramid},
-                                         {solid, 0, kPyramid},
-                                         {solid, 0, kPentahedron},
-                                         {solid, 0, kPentahedron},
-                                         {solid, 0, kHexahedron},
-                                         {solid, 0, kHexahedron},
-                                         {flat, 0, {}},
-                                         {polyhedron, 0, {}}}};
+constexpr std::array<Shape, 17> kShapes{{{kPoint, 0, {}},
+                                         {kBar, 0, {}},
+                                         {kBar, 0, {}},
+                                         {kFlat, 3, {}},
+                                         {kFlat, 3, {}},
+                                         {kFlat, 4, {}},
+                                         {kFlat, 4, {}},
+                                         {kSolid, 0, kTetrahedron},
+                                         {kSolid, 0, kTetrahedron},
+                                         {kSolid, 0, kPyramid},
+                                         {kSolid, 0, kPyramid},
+                                         {kSolid, 0, kPentahedron},
+                                         {kSolid, 0, kPentahedron},
+                                         {kSolid, 0, kHexahedron},
+                                         {kSolid, 0, kHexahedron},
+                                         {kFlat, 0, {}},
+                                         {kPolyhedron, 0, {}}}};
 static_assert(kShapes.size() == tools::kElementShapes.size());
 
 /// Mixes all bits of a number, so that sums of mixed numbers rarely agree by chance.
@@ -96,9 +96,9 @@ class Extraction {
     std::size_t polyhedron = 0;
     for (std::size_t cell = 0; cell < cells_.types.size(); ++cell) {
       const Shape& shape = shapeOf(cell);
-      if (shape.kind == Shape::Kind::polyhedron) {
+      if (shape.kind == Shape::Kind::kPolyhedron) {
         collectPolyhedron(cell, polyhedron++);
-      } else if (shape.kind == Shape::Kind::solid) {
+      } else if (shape.kind == Shape::Kind::kSolid) {
         const auto nodes = nodesOf(cell);
         for (std::size_t face = 0; face < shape.faces.size(); ++face) {
           const Corners& corners = shape.faces[face];
@@ -152,7 +152,7 @@ class Extraction {
     std::ranges::sort(outer, {}, [](const SolidFace& f) { return std::pair(f.cell, f.number); });
     for (const SolidFace& face : outer) {
       const Shape& shape = shapeOf(face.cell);
-      if (shape.kind == Shape::Kind::polyhedron) {
+      if (shape.kind == Shape::Kind::kPolyhedron) {
         const auto count = static_cast<std::size_t>(cells_.nodesPerFace[face.number]);
         emitFace(face.cell, cells_.connectivity.subspan(polyhedralFaces_[face.number], count));
       } else {
@@ -170,12 +170,12 @@ class Extraction {
     const Shape& shape = shapeOf(cell);
     const auto nodes = nodesOf(cell);
     const auto number = static_cast<std::uint32_t>(cell);
-    if (shape.kind == Shape::Kind::flat) {
+    if (shape.kind == Shape::Kind::kFlat) {
       // The corners come first in quadratic elements; the nodes on the sides follow.
       emitFace(number, shape.corners == 0 ? nodes : nodes.first(shape.corners));
-    } else if (shape.kind == Shape::Kind::point) {
+    } else if (shape.kind == Shape::Kind::kPoint) {
       surface_.points.push_back({static_cast<std::uint32_t>(nodes[0]), number});
-    } else if (shape.kind == Shape::Kind::bar) {
+    } else if (shape.kind == Shape::Kind::kBar) {
       for (std::size_t i = 0; i + 1 < nodes.size(); ++i) {
         surface_.lines.push_back(
             {{static_cast<std::uint32_t>(nodes[i]), static_cast<std::uint32_t>(nodes[i + 1])},
