@@ -67,6 +67,7 @@ std::string verdict(const Comparison& comparison) {
   } else {
     text = "No differences in " + countText(comparison.arrays, "array");
   }
+  if (!comparison.problems.empty()) text += "; not all could be read";
   return text + ".";
 }
 

@@ -67,8 +67,14 @@ std::uint64_t Case::steps(Which which) const {
     case MORVEX_CONNECTIVITY_CHANGES:
       return metadata_.geometryMetaData[static_cast<std::size_t>(indexOf(which))].size();
     default:
-      return std::max<std::uint64_t>(times(timeset(which)).size(), 1);
+      return stepsOfSet(timeset(which));
   }
+}
+
+std::uint64_t Case::stepsOfSet(std::int32_t timeset) const {
+  const bool isKnown =
+      timeset >= 0 && static_cast<std::size_t>(timeset) < metadata_.timeSets.size();
+  return isKnown ? std::max<std::uint64_t>(times(timeset).size(), 1) : 1;
 }
 
 int Case::coordinateStep(Which which, int step) const {
@@ -112,11 +118,7 @@ std::int32_t Case::timesetOf(std::size_t variable) const {
 }
 
 std::uint64_t Case::stepsOf(std::size_t variable) const {
-  const std::int32_t timeset = timesetOf(variable);
-  // A file without time sets has one step, even if its variables refer to a set.
-  const bool isKnown =
-      timeset >= 0 && static_cast<std::size_t>(timeset) < metadata_.timeSets.size();
-  return isKnown ? std::max<std::uint64_t>(times(timeset).size(), 1) : 1;
+  return stepsOfSet(timesetOf(variable));
 }
 
 int Case::variableStep(std::size_t variable, int step) const {

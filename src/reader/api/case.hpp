@@ -52,6 +52,8 @@ class Case {
   [[nodiscard]] static std::int32_t componentsOf(std::int32_t type) noexcept;
 
  private:
+  /// At least 1; also where something refers to a set that the file does not have.
+  [[nodiscard]] std::uint64_t stepsOfSet(std::int32_t timeset) const;
   [[nodiscard]] std::int32_t indexOf(Which which) const noexcept {
     return which == Which::kModel ? model_ : particles_;
   }
