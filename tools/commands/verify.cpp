@@ -68,7 +68,7 @@ class Verification {
     Fault& fault = tally_.faults[isRoot ? path : failure.path()];
     std::string reason = failure.what();
     // The library appends what depends on the dataset; that is counted below.
-    reason = reason.substr(0, reason.rfind("; "));  // not what depends on it
+    reason = reason.substr(0, reason.rfind("; "));
     const std::string place = failure.path() + ": ";
     if (reason.starts_with(place)) reason.erase(0, place.size());
     fault.reason = reason;

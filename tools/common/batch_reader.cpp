@@ -55,15 +55,16 @@ bool isInterrupted() noexcept {
 
 void BatchReader::add(const ArrayId& array) {
   std::unique_ptr<Error> failure;
-  std::size_t bytes = 0;
+  ArraySize size;
   try {
-    bytes = static_cast<std::size_t>(sizeOf(file_, array).bytes());
+    size = sizeOf(file_, array);
   } catch (const Error& reason) {
     failure = std::make_unique<Error>(reason);
   }
+  const std::size_t bytes = size.bytes();
   if (!batch_.empty() && used_ + roundedUp(bytes) > room_) flush();
   batch_.push_back(array);
-  sizes_.push_back(bytes);
+  sizes_.push_back(size);
   failures_.push_back(std::move(failure));
   used_ += roundedUp(bytes);
 }
@@ -102,10 +103,10 @@ void BatchReader::flush() {
     } else if (!failures_[i]) {
       requests.push_back(batch_[i].request);
       requests.back().target = target;
-      requests.back().capacity = sizes_[i];  // at least as many values
+      requests.back().capacity = sizes_[i].count;
       requested_.push_back(i);
     }
-    target += roundedUp(sizes_[i]);
+    target += roundedUp(sizes_[i].bytes());
   }
   morvex_read_options options = MORVEX_READ_OPTIONS_INIT;
   options.progress = onProgress;
@@ -116,9 +117,9 @@ void BatchReader::flush() {
   target = memory_.get();
   for (std::size_t i = 0; i < batch_.size(); ++i) {
     const Error* failure = failures_[i].get();
-    receive_({batch_[i], {target, failure ? 0 : sizes_[i]}, failure});
-    target += roundedUp(sizes_[i]);
-    bytes_ += sizes_[i];
+    receive_({batch_[i], {target, failure ? 0 : sizes_[i].bytes()}, failure});
+    target += roundedUp(sizes_[i].bytes());
+    bytes_ += sizes_[i].bytes();
   }
   batch_.clear();
   sizes_.clear();

@@ -57,8 +57,8 @@ class BatchReader {
   std::size_t capacity_ = 0;
 
   std::vector<ArrayId> batch_;
-  std::vector<std::size_t> sizes_;  ///< in bytes
-  std::size_t used_ = 0;            ///< sum of the sizes, each rounded up
+  std::vector<ArraySize> sizes_;
+  std::size_t used_ = 0;  ///< sum of the sizes in bytes, each rounded up
   std::vector<std::unique_ptr<Error>> failures_;
   std::vector<std::size_t> requested_;  ///< places in the batch of what is being read
   std::uint64_t bytes_ = 0;
