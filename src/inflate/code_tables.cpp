@@ -1,7 +1,6 @@
 #include "inflate/code_tables.hpp"
 
 #include <algorithm>
-#include <bit>
 
 namespace Kelbor::Inflate {
 namespace {
@@ -46,13 +45,19 @@ constexpr std::array<EntryParts, kDistanceSymbols> distanceParts() {
 constexpr auto kLiteralParts = literalParts();
 constexpr auto kDistanceParts = distanceParts();
 
-/// The code word of `bits` bits that follows `word`; words are stored with their first bit lowest.
-/// ~0 after the last one.
-constexpr std::uint32_t nextWord(std::uint32_t word, unsigned bits) noexcept {
-  const std::uint32_t zeros = ((1U << bits) - 1) ^ word;
-  if (zeros == 0) return ~0U;
-  const std::uint32_t top = 1U << (31 - std::countl_zero(zeros));
-  return (word & (top - 1)) | top;
+/// The bits of each number below 2^kLiteralBits in reverse order.
+constexpr auto kReversed = [] {
+  std::array<std::uint16_t, 1U << kLiteralBits> reversed{};
+  for (std::uint32_t i = 1; i < reversed.size(); ++i) {
+    reversed[i] =
+        static_cast<std::uint16_t>(reversed[i >> 1] >> 1 | (i & 1U) << (kLiteralBits - 1));
+  }
+  return reversed;
+}();
+
+/// Where a code word of `bits` bits begins in a table: input has the first bit of a word lowest.
+constexpr std::uint32_t placeOf(std::uint32_t word, unsigned bits) noexcept {
+  return kReversed[word << (kLiteralBits - bits)];
 }
 
 /// Fills a table of 2^kBits entries. Words longer than kBits and words that don't exist get
@@ -70,20 +75,17 @@ void fillTable(const CanonicalCode<kSymbols>& code, CodeKind kind, std::uint32_t
   }
   // Built by doubling: for words of at most n bits, the table of n + 1 bits is the table of n bits
   // twice.
-  const std::uint16_t* symbol = code.symbols.data();
   std::uint32_t word = 0;
+  const std::uint16_t* symbol = code.symbols.data();
   for (unsigned length = 1; length <= kBits; ++length) {
     const std::uint32_t half = 1U << (length - 1);
     if (symbol != code.symbols.data()) std::copy_n(table, half, table + half);
+    word *= 2;
     for (unsigned left = code.count[length]; left != 0; --left) {
-      table[word] = entry(*symbol++, length);
-      word = nextWord(word, length);
+      table[placeOf(word++, length)] = entry(*symbol++, length);
     }
   }
-  while (word != ~0U) {
-    table[word] = unset;
-    word = nextWord(word, kBits);
-  }
+  while (word != kSize) table[placeOf(word++, kBits)] = unset;
 }
 
 CodeTables makeFixedTables() noexcept {
