@@ -4,14 +4,11 @@
 #include <atomic>
 #include <cstring>
 #include <functional>
-#include <limits>
 #include <optional>
 #include <stdexcept>
 #include <utility>
 
-#include "core/byte_cursor.hpp"
 #include "core/checked.hpp"
-#include "core/piecewise_source.hpp"
 #include "core/scoped_access.hpp"
 #include "metadata/exception.hpp"
 #include "procedures/factory_table.hpp"
@@ -69,33 +66,6 @@ void logChunkError(const char* message) {
   getLogger().error() << message;
 }
 
-/// KelborDataException if the remaining bytes can't hold `count` items of `width` bytes.
-void requireWithin(std::uint64_t count, std::uint64_t width, std::uint64_t bytesLeft) {
-  if (count > bytesLeft / width) raise<KelborDataException>("Count exceeds the record");
-}
-
-/// Part of a source, fetched on demand.
-class SliceProvider final : public DataProvider, public PiecewiseSource {
- public:
-  SliceProvider(DataManager* context, const DataDimension& dimension, PiecewiseSource& whole,
-                std::uint64_t position)
-      : DataProvider(context, dimension), whole_(whole), position_(position) {}
-
-  bool prepareContent() override {
-    allocateContainer();
-    const auto size = static_cast<std::size_t>(getDataDimension().getByteSize());
-    return readPiece(0, {getContainer()->getData(), size});
-  }
-  bool hasPieces() override { return true; }
-  bool readPiece(std::uint64_t from, std::span<std::byte> target) override {
-    return whole_.readPiece(position_ + from, target);
-  }
-
- private:
-  PiecewiseSource& whole_;
-  std::uint64_t position_;
-};
-
 /// The lanes of a thread for its share of the chunks: no more than divide it evenly, so that they run
 /// dry at the same time.
 std::size_t lanesFor(std::size_t share) {
@@ -128,54 +98,6 @@ bool takeOutput(DataProcedure& clone, const Slice& slice) {
 }
 
 }  // namespace
-
-/// An input and one provider per chunk of it. The providers are views of the input's content, which
-/// this object keeps locked for reading. If the input is a PiecewiseSource, they fetch their own
-/// bytes instead.
-class OmpDecompressionWrapper::ChunkedInput {
- public:
-  ChunkedInput(std::size_t slot, DataProvider& input)
-      : slot_(slot), input_(&input), pieces_(piecesOf(input)) {
-    if (!pieces_) content_ = std::make_unique<ScopedConstDataAny>(&input);
-  }
-
-  [[nodiscard]] std::size_t slot() const noexcept { return slot_; }
-  /// Null for an input with an empty table: the inputs after it set the number of chunks.
-  [[nodiscard]] DataProvider* chunk(std::size_t index) {
-    return index < chunks_.size() ? chunks_[index].get() : nullptr;
-  }
-  [[nodiscard]] std::uint64_t size() const { return input_->getDataDimension().getByteSize(); }
-
-  /// The first `count` bytes, or all if there are fewer.
-  [[nodiscard]] std::span<const std::byte> front(std::uint64_t count) {
-    count = std::min(count, size());
-    if (!pieces_) return content_->bytes().first(static_cast<std::size_t>(count));
-    front_.resize(static_cast<std::size_t>(count));
-    if (!pieces_->readPiece(0, front_)) raise<KelborDataException>(": Failed to read the chunks!");
-    return front_;
-  }
-
-  /// Adds the chunk at byte `position`; all of it lies within the input.
-  void addChunk(const DataDimension& dimension, std::uint64_t position) {
-    if (pieces_) {
-      chunks_.push_back(
-          std::make_unique<SliceProvider>(input_->getContext(), dimension, *pieces_, position));
-      return;
-    }
-    chunks_.push_back(std::make_unique<DataProvider>(input_->getContext(), dimension));
-    // Chunks only read the memory; wrapMemory() has no const form.
-    chunks_.back()->wrapMemory(const_cast<std::byte*>(content_->data()) + position,
-                               dimension.getByteSize());
-  }
-
- private:
-  std::size_t slot_;
-  DataProvider* input_;
-  PiecewiseSource* pieces_;
-  std::unique_ptr<ScopedConstDataAny> content_;
-  std::vector<std::byte> front_;
-  boost::container::small_vector<std::unique_ptr<DataProvider>, 1> chunks_;
-};
 
 /// Takes chunks on one thread until none is left. Those of a JointDecoder run in the lanes of one
 /// loop; others, and a lone chunk, decode when their output is read. Outputs are read in the order
@@ -333,40 +255,18 @@ bool OmpDecompressionWrapper::process(std::int32_t outputIndex) {
   return succeeded;
 }
 
-OmpDecompressionWrapper::ChunkedInput OmpDecompressionWrapper::readChunks(
-    std::size_t slot, std::uint64_t outputValues) {
+ChunkedInput OmpDecompressionWrapper::readChunks(std::size_t slot, std::uint64_t outputValues) {
   DataProvider& input = requireInput(slot);
   const DataType type = input.getDataDimension().getDataType();
   if (!visitChunkType(type, [](auto) {})) raiseUnhandledType(type);
   ChunkedInput result(slot, input);
-
-  if (singleChunkMarker_ != morvex::kChunkTableMarker) {
+  if (singleChunkMarker_ == morvex::kChunkTableMarker) {
+    chunkSizes_ = result.readTable(numberOfChunks_);
+    numberOfChunks_ = chunkSizes_.size();
+  } else {
     numberOfChunks_ = 1;
     chunkSizes_.assign(1, outputValues);
-    result.addChunk(input.getDataDimension(), 0);
-    return result;
-  }
-
-  constexpr std::uint64_t kCountBytes = sizeof(std::uint64_t);
-  constexpr std::uint64_t kTableRow = 2 * sizeof(std::uint64_t);
-  const auto count = ContainerCursor(result.front(kCountBytes)).read<std::uint64_t>();
-  requireWithin(count, kTableRow, result.size() - kCountBytes);
-  if (count > std::uint64_t{std::numeric_limits<std::int32_t>::max()}) {
-    raise<KelborDataException>(": Too many chunks!");
-  }
-  if (numberOfChunks_ == 0) numberOfChunks_ = count;
-  if (count != numberOfChunks_) raise<std::runtime_error>(": Mismatch in number of chunks!");
-  std::uint64_t position = kCountBytes + count * kTableRow;
-  ContainerCursor table(result.front(position));
-  (void)table.take(kCountBytes);
-  DataDimension::Sizes storedSizes(static_cast<std::size_t>(count));
-  for (std::uint64_t& size : storedSizes) size = table.read<std::uint64_t>();
-  chunkSizes_.assign(static_cast<std::size_t>(count), 0);
-  for (std::uint64_t& size : chunkSizes_) size = table.read<std::uint64_t>();
-  for (const std::uint64_t size : storedSizes) {
-    requireWithin(size, type.getSize(), result.size() - position);
-    result.addChunk(DataDimension(type, {size}), position);
-    position += size * type.getSize();
+    result.takeWhole();
   }
   return result;
 }

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "core/procedure.hpp"
+#include "procedures/chunked_input.hpp"
 #include "recipes/procedure_factory.hpp"
 
 namespace Kelbor::MathModule {
@@ -14,14 +15,7 @@ namespace Kelbor::MathModule {
 /// slice of the output. A thread decodes several neighbouring chunks together if the inner
 /// procedure is a JointDecoder. The inner procedure is a template: it is copied, never run.
 ///
-/// An input is either one chunk or begins with a chunk table:
-///
-///   offset     0  u64       C, number of chunks, the same for all inputs
-///              8  u64 x C   stored size of each chunk, in elements of the input
-///        8 + 8 C  u64 x C   values that each chunk yields
-///       8 + 16 C  the chunks, one after the other
-///
-/// Inputs and output: UInt8, Int16, Int32, UInt32, Int64, UInt64, Float.
+/// All inputs have the same number of chunks. Inputs and output: UInt8, Int16, Int32, UInt32, Int64, UInt64, Float.
 class OmpDecompressionWrapper final : public DataProcedure {
  public:
   /// std::invalid_argument if the inner procedure is null or has more than one output, and for a
@@ -36,7 +30,6 @@ class OmpDecompressionWrapper final : public DataProcedure {
   bool process(std::int32_t outputIndex) override;
 
  private:
-  class ChunkedInput;
   using Inputs = boost::container::small_vector<ChunkedInput, 1>;
   template <class Out>
   class Worker;
