@@ -61,7 +61,7 @@ template <class T>
 void copyOutput(benchmark::State& state) {
   const auto in = randomValues<T>(state.range(0));
   std::vector<T> out(in.size());
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     std::memcpy(out.data(), in.data(), in.size() * sizeof(T));
     benchmark::DoNotOptimize(out.data());
     benchmark::ClobberMemory();
@@ -76,7 +76,7 @@ template <class U>
 void planes(benchmark::State& state) {
   const auto in = randomPlanes<U>(state.range(0));
   std::vector<U> out(in.size() / sizeof(U));
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     composePlanes<U>(in, out);
     benchmark::ClobberMemory();
   }
@@ -90,7 +90,7 @@ template <class U>
 void planesZigzagSum(benchmark::State& state) {
   const auto in = randomPlanes<U>(state.range(0));
   std::vector<U> out(in.size() / sizeof(U));
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(composePlanesZigzagSum<U>(in, out, U{0}));
     benchmark::ClobberMemory();
   }
@@ -112,7 +112,7 @@ template <class U>
 void prefixSums(benchmark::State& state) {
   const auto in = randomValues<U>(state.range(0));
   std::vector<U> out(in.size());
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(prefixSum<U>(in, out, U{0}));
     benchmark::ClobberMemory();
   }
@@ -127,7 +127,7 @@ template <class U>
 void offsetSumsOfTenBlocks(benchmark::State& state) {
   const auto in = randomValues<U>(state.range(0));
   std::vector<U> out(in.size());
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     offsetSums<U>(in, out, 10);
     benchmark::ClobberMemory();
   }
@@ -142,7 +142,7 @@ void vectorSumsOfTwo(benchmark::State& state) {
   std::vector<T> other(in.size());
   std::memcpy(other.data(), second.data(), second.size());
   std::vector<T> out(in.size());
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     vectorSums<T>(in, in, other, out);
     benchmark::ClobberMemory();
   }
@@ -164,7 +164,7 @@ void treeSumsOfOneTree(benchmark::State& state) {
   }
   const std::vector<std::uint64_t> starts = {0};
   std::vector<std::uint32_t> out(in.size());
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(checkTree(edges, starts, in.size()));
     treeSums<std::uint32_t>(in, edges, starts, out);
     benchmark::ClobberMemory();
@@ -177,7 +177,7 @@ template <class In, class Out>
 void uniform(benchmark::State& state) {
   const auto in = randomValues<In>(state.range(0));
   std::vector<Out> out(in.size());
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     dequantizeUniform<In, Out>(in, out, 0.001);
     benchmark::ClobberMemory();
   }
@@ -193,7 +193,7 @@ void adaptive(benchmark::State& state) {
   auto exponents = randomValues<std::int32_t>(state.range(0));
   for (auto& exponent : exponents) exponent &= 31;
   std::vector<float> out(in.size());
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     if constexpr (isShift) {
       dequantizeShifts<std::int32_t, float>(in, exponents, 0.7, out);
     } else {
@@ -216,7 +216,7 @@ void idWindow(benchmark::State& state) {
   }
   const auto newIds = randomValues<std::int32_t>(state.range(0));
   std::vector<std::int32_t> out(references.size());
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(idWindowIsValid<std::int32_t>(references, newIds.size()));
     reconstructIds<std::int32_t>(references, newIds, out);
     benchmark::ClobberMemory();
@@ -279,7 +279,7 @@ const SmoothStream& smoothStream() {
 void smoothInflateAlone(benchmark::State& state) {
   const SmoothStream& smooth = smoothStream();
   std::vector<std::byte> swap(smooth.geometry.chunkBytes);
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     InflateStream inflater;
     z_stream& z = inflater.get();
     z.next_in = reinterpret_cast<Bytef*>(const_cast<std::byte*>(smooth.stream.data()));
@@ -304,7 +304,7 @@ BENCHMARK(smoothInflateAlone)->Arg(kLarge)->Unit(benchmark::kMicrosecond);
 void smoothPlanesAlone(benchmark::State& state) {
   const SmoothStream& smooth = smoothStream();
   std::vector<std::uint32_t> out(SmoothStream::kCount);
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     std::uint32_t carry = 0;
     const auto step = static_cast<std::size_t>(smooth.geometry.valuesPerChunk);
     for (std::size_t at = 0; at < out.size(); at += step) {
@@ -336,7 +336,7 @@ void smoothWholeDecode(benchmark::State& state) {
   const SmoothStream& smooth = smoothStream();
   std::vector<std::byte> swap(smooth.geometry.workBytes);
   std::vector<std::uint32_t> out(SmoothStream::kCount);
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     StreamInput input(smooth.stream);
     SumComposer composer(out);
     PlaneJob job{&input, swap, smooth.geometry, &composer};

@@ -23,7 +23,7 @@ void openFile(benchmark::State& state, const ManyArrays& many) {
   };
   state.counters["peakMB"] = 1e-6 * static_cast<double>(peakMemoryOf(run));
   state.counters["fileMB"] = 1e-6 * static_cast<double>(std::filesystem::file_size(path));
-  for (auto _ : state) run();
+  for ([[maybe_unused]] auto _ : state) run();
 }
 
 void openTenDatasets(benchmark::State& state) {

@@ -58,7 +58,7 @@ void readCoordinates(benchmark::State& state, const CrashModel& model, const std
     for (const Question& q : questions) ask(q, arrays);
   };
   state.counters["peakMB"] = 1e-6 * static_cast<double>(peakMemoryOf(run));
-  for (auto _ : state) run();
+  for ([[maybe_unused]] auto _ : state) run();
   state.SetItemsProcessed(state.iterations() * values);
   state.SetBytesProcessed(state.iterations() * values * 4);
 }
@@ -106,7 +106,7 @@ void walk(benchmark::State& state, const std::vector<int>& steps) {
     for (const Question& q : questions) ask(q, arrays);
   };
   state.counters["peakMB"] = 1e-6 * static_cast<double>(peakMemoryOf(run));
-  for (auto _ : state) run();
+  for ([[maybe_unused]] auto _ : state) run();
   state.SetItemsProcessed(state.iterations() * values);
 }
 
@@ -137,7 +137,7 @@ void connectivity(benchmark::State& state, bool hasIdWindows) {
     }
   };
   state.counters["peakMB"] = 1e-6 * static_cast<double>(peakMemoryOf(run));
-  for (auto _ : state) run();
+  for ([[maybe_unused]] auto _ : state) run();
   state.SetItemsProcessed(state.iterations() * std::int64_t{4} * kNodes);
 }
 void connectivityOfDifferences(benchmark::State& state) {

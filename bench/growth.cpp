@@ -138,7 +138,7 @@ Cost measure(const std::string& path, const Shape& shape) {
   return cost;
 }
 
-void printSeries(const char* title, std::vector<Shape> shapes) {
+void printSeries(const char* title, const std::vector<Shape>& shapes) {
   const ScratchDirectory scratch;
   const std::string path = scratch.path("growth.mvx");
   std::printf("\n%s\n%7s %6s %5s %7s %9s | %9s %9s %9s | %9s | %s\n", title, "parts", "steps",

@@ -29,7 +29,7 @@ std::string reasonNotToRead(const std::string& path) {
   if (descriptor < 0) return systemText();
   struct stat status {};
   const bool isKnown = ::fstat(descriptor, &status) == 0;
-  const std::string unknown = isKnown ? std::string() : systemText();
+  std::string unknown = isKnown ? std::string() : systemText();
   ::close(descriptor);
   if (!isKnown) return unknown;
   if (S_ISDIR(status.st_mode)) return std::generic_category().message(EISDIR);

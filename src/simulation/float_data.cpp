@@ -14,7 +14,6 @@
 
 namespace morvex {
 
-using Kelbor::checkedAt;
 using Kelbor::getLogger;
 using Kelbor::raise;
 
