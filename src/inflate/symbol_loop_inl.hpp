@@ -10,10 +10,13 @@
 namespace Kelbor::Inflate {
 namespace {
 
-/// Literals that a turn decodes after the first one, without a branch.
-constexpr int kMoreLiterals = 3;
+/// Literals that a turn decodes after the first one, without a branch. Several save branches that
+/// would often be mispredicted. But each look-up takes its time, also where no literal follows; the
+/// work on other lanes hides that, and a single lane has none.
+template <std::size_t kLanes>
+constexpr int kMoreLiterals = kLanes == 1 ? 1 : 3;
 constexpr unsigned kTurnBits = 56;
-static_assert((kMoreLiterals + 2) * kLiteralBits <= kTurnBits,
+static_assert((kMoreLiterals<2> + 2) * kLiteralBits <= kTurnBits,
               "a turn's literals, and a look ahead");
 static_assert(kLiteralBits + 5 + kDistanceBits + 13 + kLiteralBits <= kTurnBits, "and a match's");
 
@@ -210,6 +213,7 @@ class BufferedBits {
 template <std::size_t kLanes, std::size_t... I>
 void runLanes(Lane* __restrict lanes, std::index_sequence<I...>) noexcept {
   using Bits = std::conditional_t<kLanes == 1, BufferedBits, PositionBits>;
+  using MoreLiterals = std::make_index_sequence<kMoreLiterals<kLanes>>;
   Bits input[kLanes] = {Bits(lanes[I])...};
   std::byte* out[kLanes];
   std::uint32_t next[kLanes];  // entry of the next symbol
@@ -244,7 +248,7 @@ void runLanes(Lane* __restrict lanes, std::index_sequence<I...>) noexcept {
           std::uint32_t taken = entry;  // its low byte sums the bits
           bits >>= entry & 63U;
           *out[j]++ = static_cast<std::byte>(entry >> 16);
-          forEach(std::make_index_sequence<kMoreLiterals>{}, [&](auto) MORVEX_INLINE_LAMBDA {
+          forEach(MoreLiterals{}, [&](auto) MORVEX_INLINE_LAMBDA {
             // An entry that is no literal has 0 bits here, and the next output overwrites its byte.
             const std::uint32_t more = literalAt(lane, bits);
             *out[j] = static_cast<std::byte>(more >> 16);
