@@ -14,7 +14,7 @@ from ._constants import Change, Code
 from ._contents import AnyStep, Particles, Parts, Step, Variable, Variables
 from ._errors import ClosedError, Error, OutOfRange, make_error
 from ._library import OpenOptions, Summary, check, int32, library, log_message, text_of
-from ._read import Piece, Progress, Request, read_batch, struct_of
+from ._read import Batch, Piece, Progress, Reading, Request, address_of, struct_of
 
 
 class Case:
@@ -183,12 +183,17 @@ class Case:
         if len(given) != len(requests):
             raise ValueError(f"{len(requests)} requests, but {len(given)} arrays to fill")
         targets = [request.target(array) for request, array in zip(requests, given)]
-        results = read_batch(self._open_handle(), requests, targets, threads, progress)
+        batch = Batch(requests, [request.step for request in requests],
+                      [address_of(target) for target in targets])
+        with Reading(self._open_handle(), threads, progress) as reading:
+            reading.add(batch)
+            reading.wait()
+        failures = batch.outcomes()
         if errors == "raise":
-            for result in results:
-                if isinstance(result, Error):
-                    raise result
-        return results
+            for failure in failures:
+                if failure:
+                    raise failure
+        return [failure or target for failure, target in zip(failures, targets)]
 
     def read_one(self, request: Request, out: Optional[np.ndarray] = None) -> np.ndarray:
         """Reads one array."""

@@ -4,8 +4,9 @@ from __future__ import annotations
 
 import ctypes
 import functools
+import queue
 import threading
-from typing import Any, Callable, NamedTuple, Optional, Sequence, Union
+from typing import Any, Callable, NamedTuple, Optional, Sequence
 
 import numpy as np
 
@@ -43,7 +44,7 @@ class Request:
     Parts, particles and variables make requests; nothing is decoded for that.
     """
 
-    __slots__ = ("case", "what", "step", "shape", "dtype", "nbytes", "sizes", "structs")
+    __slots__ = ("case", "what", "step", "shape", "dtype", "nbytes", "pieces", "structs")
 
     def __init__(self, case: Any, what: str, pieces: Sequence[Piece],
                  shape: tuple[int, ...]) -> None:
@@ -52,16 +53,22 @@ class Request:
         self.step = pieces[0].step  #: of all pieces, whatever is in the structs
         self.shape = shape
         self.dtype = _DTYPES[pieces[0].kind]
-        self.sizes = [piece.values * self.dtype.itemsize for piece in pieces]  #: in bytes
-        self.nbytes = sum(self.sizes)
-        self.structs = b"".join(bytes(struct_of(piece)) for piece in pieces)
+        self.pieces = len(pieces)
+        self.nbytes = 0
+        structs = []
+        for piece in pieces:
+            struct = struct_of(piece)
+            struct.target = self.nbytes  # from the beginning of the array
+            structs.append(bytes(struct))
+            self.nbytes += piece.values * self.dtype.itemsize
+        self.structs = b"".join(structs)
 
     def at(self, step: int) -> Request:
         """The same at another step, where it must have the same size."""
         other = object.__new__(Request)
         other.case, other.what, other.step = self.case, self.what, step
         other.shape, other.dtype, other.nbytes = self.shape, self.dtype, self.nbytes
-        other.sizes, other.structs = self.sizes, self.structs
+        other.pieces, other.structs = self.pieces, self.structs
         return other
 
     @property
@@ -84,6 +91,7 @@ class Request:
 
 
 _DTYPES = {int(kind): kind.dtype for kind in Kind}
+_NOTHING = ctypes.c_char * 0
 
 
 def struct_of(piece: Piece) -> RequestStruct:
@@ -91,105 +99,141 @@ def struct_of(piece: Piece) -> RequestStruct:
     return RequestStruct(*piece[:-1], _INTERLEAVED, None, piece.values)
 
 
-class _Batch:
-    """One call of the library for all pieces of some requests."""
+def address_of(memory: Any) -> int:
+    """Where the memory of an object with a writeable buffer begins."""
+    return ctypes.addressof(_NOTHING.from_buffer(memory))
 
-    def __init__(self, handle: Any, requests: Sequence[Request], targets: Sequence[np.ndarray],
-                 threads: int) -> None:
-        self.handle = handle
-        self.requests = requests
-        self.targets = targets  # kept alive while the library writes
-        self.threads = threads
-        self.failures: dict[int, Error] = {}
-        self.progress = (0, 0, 0)
-        self.stop = ctypes.create_string_buffer(b"0", 2)  # "1" ends the read
-        self.is_finished = threading.Event()
-        self.outcome: Optional[BaseException] = None
-        addresses = []
-        for request, target in zip(requests, targets):
-            address = target.__array_interface__["data"][0]
-            for size in request.sizes:
-                addresses.append(address)
-                address += size
-        self.structs = np.frombuffer(bytearray().join(r.structs for r in requests), _STRUCT)
-        self.structs["step"] = np.repeat([request.step for request in requests],
-                                         [len(request.sizes) for request in requests])
-        self.structs["target"] = addresses
 
-    def run(self, progress: Optional[Progress] = None) -> None:
-        """Reads; a failure of some arrays is left in `failures`, any other is raised."""
-        def on_progress(_user: Any, done: int, total: int, size: int) -> int:
-            self.progress = (done, total, size)
-            return int(self.stop.value)
+class Batch:
+    """One call of the library for all pieces of some requests.
 
+    :param steps: of the requests, whatever steps they have
+    :param addresses: of the arrays to fill, which the caller keeps until the read has ended
+    """
+
+    def __init__(self, requests: Sequence[Request], steps: Sequence[int],
+                 addresses: Sequence[int]) -> None:
+        self.nbytes = sum([request.nbytes for request in requests])
+        self._requests = requests
+        self._structs = np.frombuffer(bytearray().join([r.structs for r in requests]), _STRUCT)
+        rows = np.array([steps, addresses], np.uint64)
+        if len(self._structs) > len(requests):
+            rows = rows.repeat([request.pieces for request in requests], axis=1)
+        self._structs["step"] = rows[0]
+        self._structs["target"] += rows[1]
+        self._failures: dict[int, Error] = {}
+
+    def read(self, handle: Any, threads: int, progress: Any, user: Any) -> None:
+        """Reads all arrays. Keeps the failures of single ones; any other is raised."""
         def on_failure(_user: Any, index: int, info: Any) -> None:
-            self.failures[index] = error_of(info.contents)
+            self._failures[index] = error_of(info.contents)
 
-        options = ReadOptions(threads=self.threads, failed=FailedFunction(on_failure))
-        if progress:
-            options.progress = ProgressFunction(on_progress)
-        else:
-            options.progress, options.user = _stop_function(), ctypes.addressof(self.stop)
-        structs = ctypes.cast(self.structs.ctypes.data, ctypes.POINTER(RequestStruct))
-        code = library().morvex_read(self.handle, structs, len(self.structs),
-                                     ctypes.byref(options))
-        if code == Code.CANCELLED or not self.failures:
+        options = ReadOptions(threads=threads, failed=FailedFunction(on_failure),
+                              progress=progress, user=user)
+        structs = ctypes.cast(self._structs.ctypes.data, ctypes.POINTER(RequestStruct))
+        code = library().morvex_read(handle, structs, len(self._structs), ctypes.byref(options))
+        if code == Code.CANCELLED or not self._failures:
             check(code)
 
-    def run_aside(self, progress: Optional[Progress]) -> None:
-        """Reads in another thread, so that this one can be interrupted and shows the progress."""
-        def work() -> None:
-            try:
-                self.run(progress)
-            except BaseException as failure:
-                self.outcome = failure
-            finally:
-                self.is_finished.set()
-
-        worker = threading.Thread(target=work, name="morvex read")
-        try:
-            worker.start()
-            while not self.is_finished.wait(_SHOWN_EVERY if progress else None):
-                if progress and progress(*self.progress):
-                    self.stop.value = b"1"
-            worker.join()
-            if progress and not self.outcome:
-                progress(*self.progress)
-        except BaseException:
-            self.stop.value = b"1"
-            _join(worker)
-            raise
-        if self.outcome:
-            raise self.outcome
-
-    def results(self) -> list[Union[np.ndarray, Error]]:
-        """The targets; the failure in place of an array that could not be read.
+    def outcomes(self) -> list[Optional[Error]]:
+        """The failure of each request, or None.
 
         Of an array of several element types those without values in the file become NaN.
         """
-        if not self.failures:
-            return list(self.targets)
-        results: list[Union[np.ndarray, Error]] = []
+        if not self._failures:
+            return [None] * len(self._requests)
+        outcomes: list[Optional[Error]] = []
         at = 0
-        for request, target in zip(self.requests, self.targets):
-            count = len(request.sizes)
-            failures = {i - at: self.failures[i] for i in range(at, at + count)
-                        if i in self.failures}
-            absent = [i for i in failures if isinstance(failures[i], NotDefined)]
-            at += count
-            if not failures:
-                results.append(target)
-            elif len(absent) < len(failures) or len(absent) == count:
-                others = [i for i in failures if i not in absent]
-                results.append(failures[min(others or absent)])
-            else:
-                flat = target.reshape(-1)
-                for i in absent:
-                    start = sum(request.sizes[:i])
-                    end = start + request.sizes[i]
-                    flat[start // flat.itemsize:end // flat.itemsize] = np.nan
-                results.append(target)
-        return results
+        for request in self._requests:
+            rows = range(at, at + request.pieces)
+            at += request.pieces
+            failed = [row for row in rows if row in self._failures]
+            absent = [row for row in failed if isinstance(self._failures[row], NotDefined)]
+            if len(absent) < len(failed) or len(absent) == request.pieces:
+                others = [row for row in failed if row not in absent]
+                outcomes.append(self._failures[min(others or absent)])
+                continue
+            for row in absent:
+                struct = self._structs[row]
+                values = (ctypes.c_float * int(struct["capacity"])).from_address(
+                    int(struct["target"]))
+                np.frombuffer(values, np.float32)[:] = np.nan
+            outcomes.append(None)
+        return outcomes
+
+
+class Reading:
+    """Reads batches in the order in which they are added, if they are large in a thread of its own.
+
+    Then the calling thread has time for other work, and Ctrl-C interrupts it. At the end of a
+    `with` block nothing is read any more: a failure of the block ends the read before the next
+    array.
+    """
+
+    def __init__(self, handle: Any, threads: int = 0,
+                 progress: Optional[Progress] = None) -> None:
+        self._handle = handle
+        self._threads = threads
+        self._progress = progress
+        self._seen = (0, 0, 0)
+        self._stop = ctypes.create_string_buffer(b"0", 2)  # "1" ends the read
+        self._batches: queue.SimpleQueue[Optional[Batch]] = queue.SimpleQueue()
+        self._worker: Optional[threading.Thread] = None
+        self._is_finished = threading.Event()
+        self._failure: Optional[BaseException] = None
+
+    def add(self, batch: Batch) -> None:
+        """Reads a batch, or begins to. Its outcomes are known after `wait`."""
+        if self._worker is None and not self._progress and batch.nbytes < _WORTH_A_THREAD:
+            self._read(batch)
+            return
+        self._batches.put(batch)
+        if self._worker is None:
+            self._worker = threading.Thread(target=self._work, name="morvex read")
+            self._worker.start()
+
+    def wait(self) -> None:
+        """Waits for the end of all batches, shows the progress, raises what ended them."""
+        if self._worker is None:
+            return
+        self._batches.put(None)
+        while not self._is_finished.wait(_SHOWN_EVERY if self._progress else None):
+            if self._progress and self._progress(*self._seen):
+                self._stop.value = b"1"
+        if self._failure:
+            raise self._failure
+        if self._progress:
+            self._progress(*self._seen)
+
+    def __enter__(self) -> Reading:
+        return self
+
+    def __exit__(self, *_failure: Any) -> None:
+        """Waits for the end of the array that is being read, whatever signals arrive meanwhile."""
+        self._stop.value = b"1"
+        self._batches.put(None)
+        while self._worker and self._worker.is_alive():
+            try:
+                self._worker.join()
+            except KeyboardInterrupt:
+                pass
+
+    def _work(self) -> None:
+        try:
+            while batch := self._batches.get():
+                self._read(batch)
+        except BaseException as failure:
+            self._failure = failure
+        finally:
+            self._is_finished.set()
+
+    def _read(self, batch: Batch) -> None:
+        def on_progress(_user: Any, done: int, total: int, size: int) -> int:
+            self._seen = (done, total, size)
+            return int(self._stop.value)
+
+        progress = ProgressFunction(on_progress) if self._progress else _stop_function()
+        batch.read(self._handle, self._threads, progress, ctypes.addressof(self._stop))
 
 
 @functools.lru_cache(maxsize=None)
@@ -201,26 +245,3 @@ def _stop_function() -> Any:
     """
     atoi = ctypes.CDLL(None).atoi
     return ctypes.cast(atoi, ProgressFunction)
-
-
-def _join(worker: threading.Thread) -> None:
-    """Waits for the end of the array that is being read, whatever signals arrive meanwhile."""
-    while worker.is_alive():
-        try:
-            worker.join()
-        except KeyboardInterrupt:
-            pass
-
-
-def read_batch(handle: Any, requests: Sequence[Request], targets: Sequence[np.ndarray],
-               threads: int, progress: Optional[Progress]) -> list[Union[np.ndarray, Error]]:
-    """Reads all arrays into the targets and returns them; a failure in place of one that failed."""
-    batch = _Batch(handle, requests, targets, threads)
-    is_main = threading.current_thread() is threading.main_thread()  # the one that Ctrl-C reaches
-    is_long = sum(request.nbytes for request in requests) >= _WORTH_A_THREAD
-    if progress or (is_main and is_long):
-        batch.run_aside(progress)
-    else:
-        batch.run()
-    return batch.results()
-

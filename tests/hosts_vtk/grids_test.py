@@ -5,6 +5,7 @@ import pathlib
 import re
 import sys
 import unittest
+import unittest.mock
 
 import numpy as np
 
@@ -15,7 +16,7 @@ sys.modules["paraview"] = None  # plain VTK
 from morvex_reader import MorvexReader
 from support import sample
 from vtkmodules.util.numpy_support import vtk_to_numpy
-from vtkmodules.vtkCommonDataModel import vtkCompositeDataSet
+from vtkmodules.vtkCommonDataModel import vtkCompositeDataSet, vtkMultiBlockDataSet
 
 import morvex
 from morvex import ElementType, grids
@@ -95,10 +96,14 @@ class PlainVtk(unittest.TestCase):
         reader.GetPartSelection().DisableArray("plate")
         reader.Update()
         case = reader._grids.case
-        read, sizes = case.read, []
-        case.read = lambda requests, *rest, **options: (
-            sizes.append(sorted(request.label for request in requests)),
-            read(requests, *rest, **options))[1]
+        sizes = []
+
+        class Watched(grids.Batch):
+            def __init__(self, requests, *rest):
+                sizes.append(sorted(request.label for request in requests))
+                super().__init__(requests, *rest)
+
+        self.enterContext(unittest.mock.patch.object(grids, "Batch", Watched))
         times = case.times
 
         def update(index):
@@ -125,6 +130,50 @@ class PlainVtk(unittest.TestCase):
             case["stress"].read(1, 1))
         self.assertAlmostEqual(whole.GetFieldData().GetArray("crush_force").GetValue(0),
                                case["crush_force"].read(1))
+
+    def test_what_was_delivered_stays_and_a_read_that_ends_early_spoils_nothing(self):
+        def values(whole):
+            grid = whole.GetBlock(1)
+            return [array(grid.GetPoints()), *(vtk_to_numpy(data.GetArray(i)) for data in (
+                grid.GetPointData(), grid.GetCellData()) for i in range(data.GetNumberOfArrays()))]
+
+        with morvex.open(sample()) as case:
+            shown, target = grids.Grids(case), vtkMultiBlockDataSet()
+            first = shown.at(0)
+            kept = values(first)
+            copies = [v.copy() for v in kept]
+            self.assertIs(shown.at(1, out=target), target)
+            with unittest.mock.patch.object(grids, "_WORTH_SHOWING", 0), \
+                    self.assertRaises(ZeroDivisionError):
+                shown.at(2, progress=lambda *_: 1 // 0, out=target)
+            self.assertIsNone(target.GetBlock(1))
+            shown.at(2, out=target)
+            for found, expected in zip(values(target), values(morvex.to_vtk(case, 2))):
+                np.testing.assert_array_equal(found, expected)
+            for found, expected, again in zip(kept, copies, values(first)):
+                np.testing.assert_array_equal(found, expected)
+                np.testing.assert_array_equal(again, expected)
+
+    def test_ranks_share_parts_and_processors(self):
+        reader = MorvexReader()
+        reader.SetFileName(sample())
+        asked = []
+        at = grids.Grids.at
+
+        def watched(self, step, parts, *rest, threads, **options):
+            asked.append((list(parts), threads))
+            return at(self, step, parts, *rest, threads=threads, **options)
+
+        processors = unittest.mock.patch("os.sched_getaffinity", lambda _: set(range(8)))
+        with unittest.mock.patch.object(grids.Grids, "at", watched), processors:
+            for rank in range(3):
+                reader.UpdateTimeStep(reader.GetTimestepValues()[rank], rank, 3, 0)
+            reader.SetThreads(5)
+            reader.UpdateTimeStep(reader.GetTimestepValues()[0], 0, 9, 0)
+        self.assertEqual([threads for _, threads in asked], [2, 2, 2, 5])
+        parts = [part for share, _ in asked[:3] for part in share]
+        self.assertEqual(sorted(map(str, parts)), ["0", "1", "2", grids.PARTICLES])
+        self.assertTrue(all(share for share, _ in asked[:3]))
 
     def test_a_step_that_is_not_there_and_a_closed_case(self):
         case = morvex.open(sample())
