@@ -37,7 +37,7 @@ ExitCode digestFile(const std::string& path, const DigestOptions& options, const
   // Kept until the end in JSON, where the digest of all comes first; text is written at once.
   Json byArray = Json::array();
   std::vector<std::string> problems = contents.problems;
-  Scan(file, list, common.isQuiet)
+  Scan(file, list, common)
       .run(
           list.sections(),
           [&](const ArrayResult& result) {

@@ -128,7 +128,7 @@ ExitCode listFile(const std::string& path, const ListOptions& options, const Com
 
   // With the result of a read, if ranges are wanted.
   const auto addRow = [&](const ArrayId& array, const ArrayResult* result) {
-    Row row{.path = pathOf(file, array),
+    Row row{.path = placeOf(file, array),
             .kind = array.kind,
             .isFloat = withValueType(array, []<class T>(T) { return std::floating_point<T>; })};
     try {
@@ -155,7 +155,7 @@ ExitCode listFile(const std::string& path, const ListOptions& options, const Com
     fail(list.nameOf(section) + ": " + failure.what());
   };
   if (options.withRanges) {
-    Scan(file, list, common.isQuiet)
+    Scan(file, list, common)
         .run(
             list.sections(), [&](const ArrayResult& result) { addRow(result.id, &result); },
             failSection);

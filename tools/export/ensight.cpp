@@ -98,8 +98,7 @@ void EnSightExport::run() {
   job_.feed.expect(variables.size() + 2);
   exportModel();
   exportParticles();
-  // As a host does when it has read the geometry: what reads of coordinates kept is of no more use.
-  job_.feed.then([this] { check(morvex_finish_geometry(job_.file.handle())); });
+  job_.feed.finishGeometry();
   for (const int number : variables) {
     const morvex_variable& variable = job_.variable(number);
     job_.feed.section();
@@ -270,9 +269,11 @@ void EnSightExport::exportConstant(int number, const std::string& name) {
   const std::string fileName = job_.name + "." + name;
   const std::string text = case_.constant(timeSet, name, values, fileName);
   if (text.empty()) return;
-  FolderFile file(job_.folder, fileName);
-  file.write(text);
-  file.finish();
+  job_.feed.then([=, this] {
+    FolderFile file(job_.folder, fileName);
+    file.write(text);
+    file.finish();
+  });
 }
 
 void EnSightExport::exportParticleVariable(int number) {

@@ -57,8 +57,7 @@ void NpzExport::run() {
     addArray("particles/coordinates/" + std::to_string(step), kFloat,
              request(MORVEX_PARTICLE_COORDINATES, step), 3);
   }
-  // After the geometry was received, and before any variable is read.
-  job_.feed.then([this] { check(morvex_finish_geometry(job_.file.handle())); });
+  job_.feed.finishGeometry();
   for (const int number : variables) {
     job_.feed.section();
     addVariable(number);
@@ -68,14 +67,19 @@ void NpzExport::run() {
 }
 
 template <class T>
-void NpzExport::addNow(const std::string& key, const char* type, const std::vector<T>& values) {
+void NpzExport::write(const std::string& key, const char* type, const std::vector<T>& values) {
   file_.add(key, type, {values.size()}, std::as_bytes(std::span(values)));
+}
+
+template <class T>
+void NpzExport::addNumbers(const std::string& key, const char* type, std::vector<T> values) {
+  job_.feed.then([=, this, values = std::move(values)] { write(key, type, values); });
 }
 
 void NpzExport::addSteps(const std::string& of, int timeset, const std::vector<int>& steps) {
   if (steps.empty()) return;
-  addNow("steps/" + of, kInt32, std::vector<std::int32_t>(steps.begin(), steps.end()));
-  addNow("times/" + of, kFloat, job_.timesOf(timeset, steps));
+  addNumbers("steps/" + of, kInt32, std::vector<std::int32_t>(steps.begin(), steps.end()));
+  addNumbers("times/" + of, kFloat, job_.timesOf(timeset, steps));
 }
 
 void NpzExport::addArray(const std::string& key, const char* type, const morvex_request& request,
@@ -112,8 +116,8 @@ void NpzExport::addPart(const std::string& label, int part, const morvex_part& i
   addArray(base + "coordinates" + tail, kFloat, request(MORVEX_COORDINATES, step, part), 3);
   if (!hasState) return;
   if (info.is_block != 0) {
-    addNow(base + "extents" + tail, kInt32,
-           std::vector<std::int32_t>(info.extents, info.extents + 3));
+    addNumbers(base + "extents" + tail, kInt32,
+               std::vector<std::int32_t>(info.extents, info.extents + 3));
     return;
   }
   const StoredCellsRef cells = readCells(job_, step, part, info);
@@ -122,12 +126,12 @@ void NpzExport::addPart(const std::string& label, int part, const morvex_part& i
       damaged_.insert({part, stateAt(job_.contents.summary.model, step)});
       return;
     }
-    addNow(base + "offsets" + tail, kInt64, cells->offsets);
-    addNow(base + "connectivity" + tail, kInt64, cells->connectivity);
-    addNow(base + "types" + tail, kByte, cells->types);
+    write(base + "offsets" + tail, kInt64, cells->offsets);
+    write(base + "connectivity" + tail, kInt64, cells->connectivity);
+    write(base + "types" + tail, kByte, cells->types);
     if (!cells->facesPerPolyhedron.empty()) {
-      addNow(base + "faces_per_polyhedron" + tail, kInt32, cells->facesPerPolyhedron);
-      addNow(base + "nodes_per_face" + tail, kInt32, cells->nodesPerFace);
+      write(base + "faces_per_polyhedron" + tail, kInt32, cells->facesPerPolyhedron);
+      write(base + "nodes_per_face" + tail, kInt32, cells->nodesPerFace);
     }
     *cells = {};
   });
@@ -161,7 +165,7 @@ void NpzExport::addVariable(int number) {
   if (variable.is_constant != 0) {
     std::vector<float> values;
     for (const int step : steps) values.push_back(job_.constant(number, step));
-    if (!steps.empty()) addNow("constants/" + label, kFloat, values);
+    if (!steps.empty()) addNumbers("constants/" + label, kFloat, values);
     return;
   }
   for (const int step : steps) {
