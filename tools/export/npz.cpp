@@ -1,8 +1,8 @@
 #include "export/npz.hpp"
 
-#include <cstring>
 #include <limits>
 #include <memory>
+#include <utility>
 
 #include "export/names.hpp"
 #include "export/stored_cells.hpp"
@@ -17,8 +17,14 @@ constexpr const char* kInt32 = "<i4";
 constexpr const char* kInt64 = "<i8";
 constexpr const char* kByte = "|u1";
 
-/// A name as a step of a path.
+/// A name as a step of a path. Two of them fit the 65535 bytes that a key may have.
 std::string keyOf(std::string name) {
+  std::size_t size = 30'000;
+  if (name.size() > size) {
+    // Before a character, not within one: bytes 10xxxxxx continue it.
+    while (size > 0 && (static_cast<unsigned char>(name[size]) & 0xC0U) == 0x80U) --size;
+    name.resize(size);
+  }
   for (char& letter : name) {
     if (letter == '/' || letter == '\\') letter = '_';
   }
@@ -68,12 +74,17 @@ void NpzExport::run() {
 
 template <class T>
 void NpzExport::write(const std::string& key, const char* type, const std::vector<T>& values) {
-  file_.add(key, type, {values.size()}, std::as_bytes(std::span(values)));
+  file_.add(key, type, shapeOf(values.size(), 0), std::as_bytes(std::span(values)));
 }
 
 template <class T>
 void NpzExport::addNumbers(const std::string& key, const char* type, std::vector<T> values) {
   job_.feed.then([=, this, values = std::move(values)] { write(key, type, values); });
+}
+
+void NpzExport::appendMissing(std::size_t count) {
+  const std::vector<float> values(count, std::numeric_limits<float>::quiet_NaN());
+  file_.append(std::as_bytes(std::span(values)));
 }
 
 void NpzExport::addSteps(const std::string& of, int timeset, const std::vector<int>& steps) {
@@ -86,10 +97,8 @@ void NpzExport::addArray(const std::string& key, const char* type, const morvex_
                          std::uint64_t columns) {
   morvex_request asked = request;
   asked.layout = MORVEX_INTERLEAVED;
-  // NumPy's name of a type ends with its size in bytes.
-  const std::size_t size = static_cast<std::size_t>(type[2] - '0');
   job_.feed.array(asked, [=, this](std::optional<Bytes> values) {
-    if (values) file_.add(key, type, shapeOf(values->size() / size, columns), *values);
+    if (values) file_.add(key, type, shapeOf(values->size() / valueSize(type), columns), *values);
   });
 }
 
@@ -203,25 +212,35 @@ void NpzExport::addValues(const std::string& key, int number, int step, int part
   if (!isPerElement) return addArray(key, kFloat, asked, columns);
 
   asked.layout = MORVEX_INTERLEAVED;
-  // Types are received one by one; together they have the order of the cells.
-  const auto all = std::make_shared<std::vector<float>>();
-  const auto isFound = std::make_shared<bool>(false);
-  for (const int type : cellTypes(*info)) {
+  // Types are received one by one; together they have the order of the cells. The array begins with
+  // the first type that has values.
+  struct Progress {
+    bool hasBegun = false;
+    std::size_t missing = 0;  // values before the first type that has some
+  };
+  const auto progress = std::make_shared<Progress>();
+  const std::vector<int> types = cellTypes(*info);
+  std::size_t all = 0;
+  for (const int type : types) all += info->elements[type] * components;
+  const int state = stateAt(job_.contents.summary.model, geometryStep);
+  for (const int type : types) {
     asked.element_type = type;
     const std::size_t count = info->elements[type] * components;
-    const int state = stateAt(job_.contents.summary.model, geometryStep);
     job_.feed.array(asked, [=, this](std::optional<Bytes> values) {
       if (damaged_.contains({part, state})) return;  // with it the numbers of cells are in doubt
-      const std::size_t first = all->size();
-      all->resize(first + count, std::numeric_limits<float>::quiet_NaN());
-      if (!values) return;
-      *isFound = true;
-      std::memcpy(all->data() + first, values->data(), values->size());
+      if (!values && !progress->hasBegun) {
+        progress->missing += count;
+        return;
+      }
+      if (!std::exchange(progress->hasBegun, true)) {
+        file_.begin(key, kFloat, shapeOf(all, columns));
+        appendMissing(progress->missing);
+      }
+      values ? file_.append(*values) : appendMissing(count);
     });
   }
-  job_.feed.then([=, this] {
-    if (*isFound)
-      file_.add(key, kFloat, shapeOf(all->size(), columns), std::as_bytes(std::span(*all)));
+  job_.feed.then([progress, this] {
+    if (progress->hasBegun) file_.end();
   });
 }
 

@@ -40,6 +40,9 @@ class NpzExport {
   template <class T>
   void write(const std::string& key, const char* type, const std::vector<T>& values);
 
+  /// Appends NaN to the array that is being written.
+  void appendMissing(std::size_t count);
+
   Job& job_;
   NpzFile file_;
   std::set<std::pair<int, int>> damaged_;  ///< parts and states whose cells can't be read

@@ -18,14 +18,6 @@ constexpr const char* kLong = "Int64";
 constexpr const char* kByte = "UInt8";
 
 template <class T>
-/// A copy: received bytes are valid during the call only and need not be aligned for T.
-std::vector<T> valuesOf(Bytes bytes) {
-  std::vector<T> values(bytes.size() / sizeof(T));
-  std::memcpy(values.data(), bytes.data(), bytes.size());
-  return values;
-}
-
-template <class T>
 std::span<const std::byte> asBytes(const std::vector<T>& values) {
   return std::as_bytes(std::span(values));
 }
@@ -326,10 +318,10 @@ void VtuExport::readValues(const PieceRef& piece, int number, int step, int part
       job_.feed.array(asked, [field, count, piece](std::optional<Bytes> values) {
         if (piece->isDamaged()) return;
         field->isFound = field->isFound || values;
-        const std::vector<float> own =
-            values ? valuesOf<float>(*values)
-                   : std::vector<float>(count, std::numeric_limits<float>::quiet_NaN());
-        field->values.insert(field->values.end(), own.begin(), own.end());
+        const std::size_t first = field->values.size();
+        const std::size_t own = values ? values->size() / sizeof(float) : count;
+        field->values.resize(first + own, std::numeric_limits<float>::quiet_NaN());
+        if (values) std::memcpy(field->values.data() + first, values->data(), values->size());
       });
     }
     // Arrays of a piece are encoded together when it is complete: small ones would keep one thread each.
