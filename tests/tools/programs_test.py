@@ -486,6 +486,7 @@ class Width(TestCase):
         names = re.findall(r"^  (\w+)", commands, re.MULTILINE)
         self.assertIn("thumb", names)
         for command in (["info", "--ranges", zoo], ["stat", zoo], ["verify", zoo], ["dump", zoo],
+                        ["list", "-l", zoo],
                         ["diff", SAMPLE, zoo], ["explain", zoo, "variables", "--analyze", "--step", "1"],
                         ["--help"], *([name, "--help"] for name in names)):
             with self.subTest(command=command):
@@ -495,6 +496,8 @@ class Width(TestCase):
         whole = run("morvex", "info", zoo).stdout
         self.assertIn("on triangles and quadrilaterals, every third step", whole)
         self.assertNotIn("...", whole)
+        listed = run("morvex", "list", "-l", zoo).stdout.split()
+        self.assertEqual(" ".join(self.on_terminal("list", "-l", zoo)).split(), listed)
 
 
 class Messages(TestCase):

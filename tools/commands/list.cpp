@@ -73,13 +73,13 @@ class Listing {
     }
     cells.push_back(shownText(row.path));
     table_.row(std::move(cells));
-    if (++count_ % kRowsAtOnce == 0) put(table_.take());
+    if (++count_ % kRowsAtOnce == 0) put(table_.take(width_));
   }
 
   /// Writes the rows that wait, or the end of the JSON object.
   void finish() {
     if (options_.asJson) return put("\n]}\n");
-    if (!table_.empty()) put(table_.take());
+    if (!table_.empty()) put(table_.take(width_));
   }
 
  private:
@@ -105,6 +105,7 @@ class Listing {
 
   const ListOptions& options_;
   TextTable table_;
+  std::size_t width_ = terminalWidth();
   std::uint64_t count_ = 0;
 };
 

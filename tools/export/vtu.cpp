@@ -69,13 +69,8 @@ struct VtuExport::Piece {
 };
 
 void VtuExport::run() {
-  labels_ = [&] {
-    std::vector<std::string> names;
-    for (const morvex_variable& variable : job_.contents.variables) {
-      names.push_back(cleanText(variable.name));
-    }
-    return names;
-  }();
+  labels_ = variableLabels(job_.contents.variables);
+  imaginaryLabels_ = imaginaryLabels(job_.contents.variables, labels_);
   const std::vector<float> all = times();
   job_.feed.expect(all.size());
   for (std::size_t i = 0; i < all.size(); ++i) {
@@ -303,7 +298,7 @@ void VtuExport::readValues(const PieceRef& piece, int number, int step, int part
   const bool isPerElement = info != nullptr && locationOn(variable, *info) == MORVEX_PER_ELEMENT;
   std::vector<int> types{0};
   if (isPerElement) types = cellTypes(*info);
-  const std::string& label = labels_[static_cast<std::size_t>(number)];
+  const auto index = static_cast<std::size_t>(number);
   const std::size_t components = componentsOf(variable);
   for (const bool isImaginary : {false, true}) {
     if (isImaginary && variable.is_complex == 0) continue;
@@ -329,8 +324,8 @@ void VtuExport::readValues(const PieceRef& piece, int number, int step, int part
       if (!field->isFound) return;
       if (isSymmetric(job_.variable(number))) reorderSymmetric(field->values);
       piece->arrays.push_back({isPerElement ? VtkPlace::kCellData : VtkPlace::kPointData,
-                               isImaginary ? imaginaryName(job_.variable(number), label) : label,
-                               kFloat, components, componentNames(job_.variable(number)), nullptr});
+                               isImaginary ? imaginaryLabels_[index] : labels_[index], kFloat,
+                               components, componentNames(job_.variable(number)), nullptr});
       piece->values.push_back(std::move(field->values));
     });
   }
