@@ -373,6 +373,13 @@ class Dump(TestCase):
         self.assertRegex(text, r'(?m)^  coordinates_0  \d+ bytes, plain  recipe \d+ "abs_\w+')
         self.assertNotIn("which is not in the list", text)
 
+    def test_a_group_is_shown_alone_and_must_be_there(self):
+        text = self.expect(SUCCESS, "morvex", "dump", SAMPLE, "/geometry/0").stdout
+        self.assertIn("/geometry/0/1/1  (", text)
+        self.assertNotIn("/variable", text)
+        result = self.expect(USAGE, "morvex", "dump", SAMPLE, "/geometri")
+        self.assertIn("is it '/geometry'", result.stderr)
+
     def test_a_damaged_record_costs_only_itself(self):
         data = bytearray(SAMPLE.read_bytes())
         data[data.index(b"crash box") - 48] ^= 0xFF  # the length of the title

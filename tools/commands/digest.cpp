@@ -43,7 +43,9 @@ ExitCode digestFile(const std::string& path, const DigestOptions& options, const
           [&](const ArrayResult& result) {
             if (isAbsent(file, result)) return;
             if (result.failure) {
-              problems.emplace_back(result.failure->what());
+              const bool hasPlace = !result.failure->path().empty();
+              problems.push_back((hasPlace ? "" : placeOf(file, result.id) + ": ") +
+                                 result.failure->what());
               return;
             }
             const std::string place = pathOf(file, result.id);
