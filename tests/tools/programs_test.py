@@ -373,6 +373,13 @@ class Dump(TestCase):
         self.assertRegex(text, r'(?m)^  coordinates_0  \d+ bytes, plain  recipe \d+ "abs_\w+')
         self.assertNotIn("which is not in the list", text)
 
+    def test_a_group_is_shown_alone_and_must_be_there(self):
+        text = self.expect(SUCCESS, "morvex", "dump", SAMPLE, "/geometry/0").stdout
+        self.assertIn("/geometry/0/1/1  (", text)
+        self.assertNotIn("/variable", text)
+        result = self.expect(USAGE, "morvex", "dump", SAMPLE, "/geometri")
+        self.assertIn("is it '/geometry'", result.stderr)
+
     def test_a_damaged_record_costs_only_itself(self):
         data = bytearray(SAMPLE.read_bytes())
         data[data.index(b"crash box") - 48] ^= 0xFF  # the length of the title
@@ -486,6 +493,7 @@ class Width(TestCase):
         names = re.findall(r"^  (\w+)", commands, re.MULTILINE)
         self.assertIn("thumb", names)
         for command in (["info", "--ranges", zoo], ["stat", zoo], ["verify", zoo], ["dump", zoo],
+                        ["list", "-l", zoo],
                         ["diff", SAMPLE, zoo], ["explain", zoo, "variables", "--analyze", "--step", "1"],
                         ["--help"], *([name, "--help"] for name in names)):
             with self.subTest(command=command):
@@ -495,6 +503,8 @@ class Width(TestCase):
         whole = run("morvex", "info", zoo).stdout
         self.assertIn("on triangles and quadrilaterals, every third step", whole)
         self.assertNotIn("...", whole)
+        listed = run("morvex", "list", "-l", zoo).stdout.split()
+        self.assertEqual(" ".join(self.on_terminal("list", "-l", zoo)).split(), listed)
 
 
 class Messages(TestCase):

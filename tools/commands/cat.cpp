@@ -278,14 +278,15 @@ ExitCode catFile(const CatOptions& options, const Common& common) {
     column = 0;
     isComplete = true;
   };
-  BatchReader reader(file, receive, [](double, std::uint64_t) { return !isInterrupted(); });
+  BatchReader reader(file, common.isConcurrent(),
+                     [](double, std::uint64_t) { return !isInterrupted(); });
   // Listed before the first is read: the tables are emptied while they are written.
   std::vector<ArrayId> arrays;
   for (const Table& listed : tables) {
     for (const Column& each : listed) arrays.push_back(each.id);
   }
-  for (const ArrayId& array : arrays) reader.add(array);
-  reader.flush();
+  for (const ArrayId& array : arrays) reader.add(array, receive);
+  reader.finish();
   // A text without the tables that failed is useful; an empty CSV or NumPy file is not.
   if (isText || code == kSuccess) sink.commit();
   return code;

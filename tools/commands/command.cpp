@@ -36,7 +36,16 @@ void addSteps(CLI::App& app, Selection& selection) {
   app.add_option("--step", selection.steps,
                  "steps from 0, from the end with -1, lists 0,5, ranges 3:10:2 without their end")
       ->type_name("STEPS");
+  // The parser's own message about a wrong number reads like a fault of the program.
+  const CLI::Validator number(
+      [](std::string& text) {
+        double value = 0.0;
+        return CLI::detail::lexical_cast(text, value) ? std::string()
+                                                      : "'" + text + "' is no number";
+      },
+      "");
   app.add_option("--time", selection.time, "the steps that are nearest to a time")
+      ->check(number)
       ->type_name("TIME");
 }
 

@@ -11,12 +11,6 @@
 
 namespace morvex::tools {
 
-/// Options that all commands have.
-struct Common {
-  OpenOptions open;
-  bool isQuiet = false;  ///< no progress, and no text that only confirms a success
-};
-
 /// A command of the program: its options, and what runs once they are parsed.
 struct Command {
   CLI::App* app = nullptr;

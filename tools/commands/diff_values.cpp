@@ -71,10 +71,8 @@ class ValueComparison {
         listA_(a.file, a.contents, a.choice),
         listB_(b.file, b.contents, b.choice),
         bar_(isQuiet),
-        readerA_(
-            a.file, [this](const ArrayResult& result) { keep(result); }, progress()),
-        readerB_(
-            b.file, [this](const ArrayResult& result) { compare(result); }, progress()) {}
+        readerA_(a.file, /*isConcurrent=*/false, progress()),
+        readerB_(b.file, /*isConcurrent=*/false, progress()) {}
 
   /// To be called once. `into` is borrowed. Throws Interrupted.
   void run(Comparison& into) {
@@ -194,10 +192,14 @@ class ValueComparison {
   void flush() {
     kept_.clear();
     next_ = 0;
-    for (const Pair& pair : pairs_) readerA_.add(pair.a);
-    readerA_.flush();
-    for (const Pair& pair : pairs_) readerB_.add(pair.b);
-    readerB_.flush();
+    for (const Pair& pair : pairs_) {
+      readerA_.add(pair.a, [this](const ArrayResult& result) { keep(result); });
+    }
+    readerA_.finish();
+    for (const Pair& pair : pairs_) {
+      readerB_.add(pair.b, [this](const ArrayResult& result) { compare(result); });
+    }
+    readerB_.finish();
     pairs_.clear();
     waiting_ = 0;
   }

@@ -37,13 +37,15 @@ ExitCode digestFile(const std::string& path, const DigestOptions& options, const
   // Kept until the end in JSON, where the digest of all comes first; text is written at once.
   Json byArray = Json::array();
   std::vector<std::string> problems = contents.problems;
-  Scan(file, list, common.isQuiet)
+  Scan(file, list, common)
       .run(
           list.sections(),
           [&](const ArrayResult& result) {
             if (isAbsent(file, result)) return;
             if (result.failure) {
-              problems.emplace_back(result.failure->what());
+              const bool hasPlace = !result.failure->path().empty();
+              problems.push_back((hasPlace ? "" : placeOf(file, result.id) + ": ") +
+                                 result.failure->what());
               return;
             }
             const std::string place = pathOf(file, result.id);

@@ -1,6 +1,7 @@
 // `morvex dump`: shows a result file as stored, for people who work on the format. It uses the inner
 // layers, not the library.
 
+#include <algorithm>
 #include <memory>
 
 #include "commands/command.hpp"
@@ -20,12 +21,27 @@ struct DumpOptions {
   int limit = 12;
 };
 
+/// Failure kUsageError, with similar ones, for a group that the file doesn't have.
+void requireGroup(StoredFile& file, const std::string& group) {
+  const std::string parent = group.substr(0, group.rfind('/') + 1);
+  std::vector<std::string> names;
+  try {
+    file.file().listGroups(parent.size() > 1 ? parent.substr(0, parent.size() - 1) : "/", names);
+  } catch (...) {
+    return;  // the tree shows what is damaged
+  }
+  for (std::string& name : names) name.insert(0, parent);
+  if (std::ranges::find(names, group) != names.end()) return;
+  throw Failure(kUsageError, "there is no group '" + group + "'" + suggestion(group, names));
+}
+
 ExitCode dumpFile(const DumpOptions& options, const Common& common) {
   const QuietLog quiet;
   StoredFile file(options.file, common.open);
   // A group alone asks for the tree below it; without any choice everything is shown.
   const bool hasGroup = options.group != "/";
   const bool all = !options.recipes && !options.records && !options.tree && !hasGroup;
+  if (hasGroup) requireGroup(file, options.group);
   Dump dump(file);
   if (all || options.records) dump.records(static_cast<std::size_t>(options.limit));
   if (all || options.recipes) dump.recipes();

@@ -32,6 +32,17 @@ std::string baseName(const std::string& path) {
   return name.empty() ? "export" : name;
 }
 
+/// Arrays may be taken by another thread, which must have ended when a failure destroys the export.
+template <class Export>
+void run(Export&& taker, Feed& feed) {
+  try {
+    taker.run();
+  } catch (...) {
+    feed.stop();
+    throw;
+  }
+}
+
 /// What can't be read is left out and reported; the files that are written are complete.
 ExitCode exportFile(const ExportOptions& options, const Common& common) {
   const File file = openFile(options.file, common.open);
@@ -39,12 +50,12 @@ ExitCode exportFile(const ExportOptions& options, const Common& common) {
   const Choice choice(options.selection, file, contents);
   // Checked before any array is read.
   NewFolder folder(options.folder, options.mayReplace);
-  Feed feed(file, common.isQuiet);
+  Feed feed(file, common);
   for (const std::string& problem : contents.problems) feed.lose("metadata", problem);
   Job job(file, contents, choice, folder, feed, baseName(options.file));
-  if (options.format == "ensight") EnSightExport(job).run();
-  if (options.format == "npz") NpzExport(job).run();
-  if (options.format == "vtu") VtuExport(job, common.open.threads).run();
+  if (options.format == "ensight") run(EnSightExport(job), feed);
+  if (options.format == "npz") run(NpzExport(job), feed);
+  if (options.format == "vtu") run(VtuExport(job, common.open.threads), feed);
   folder.commit();
   for (const auto& [place, reason] : feed.losses()) {
     complain("morvex", "not exported: " + shownText(place) + ": " + shownText(reason));

@@ -183,7 +183,7 @@ void showPicture(const std::string& path, const File& file, const Selection& sel
 /// Problems are reported after the data: a damaged record doesn't hide the rest.
 ExitCode showFile(const std::string& path, const InfoOptions& options, const Common& common) {
   const File file = openFile(path, common.open);
-  const Info info = readInfo(path, file, options.selection, {options.withRanges, common.isQuiet});
+  const Info info = readInfo(path, file, options.selection, options.withRanges, common);
   put(options.asJson ? infoJson(info) : infoText(info, terminalWidth()));
   if (options.hasPicture && !options.asJson) showPicture(path, file, options.selection);
   for (const std::string& problem : info.contents.problems) {
@@ -223,7 +223,7 @@ std::string changeName(const morvex_geometry& geometry) {
 }
 
 Info readInfo(const std::string& path, const File& file, const Selection& selection,
-              const InfoWishes& wishes) {
+              bool withRanges, const Common& common) {
   Info info;
   info.path = path;
   info.contents = readContents(file);
@@ -239,7 +239,7 @@ Info readInfo(const std::string& path, const File& file, const Selection& select
   };
   // Ranges may be of several steps; parts and box are then those of the first.
   // One step of the model can be shown at a time; modelStep() refuses a list.
-  info.step = wishes.withRanges ? choice.firstModelStep() : choice.modelStep();
+  info.step = withRanges ? choice.firstModelStep() : choice.modelStep();
   attempt("parts", [&] {
     int number = 0;
     for (const morvex_part& part : readParts(file, info.step)) {
@@ -268,7 +268,7 @@ Info readInfo(const std::string& path, const File& file, const Selection& select
       }
     });
   }
-  if (wishes.withRanges) readRanges(info, file, choice, wishes.isQuiet);
+  if (withRanges) readRanges(info, file, choice, common);
   return info;
 }
 

@@ -42,19 +42,14 @@ struct Info {
   std::vector<Variable> variables;
 };
 
-/// Settings of `info` beside the selection.
-struct InfoWishes {
-  bool withRanges = false;
-  bool isQuiet = false;  ///< no progress
-};
-
-/// Asks what the selection names; `contents.problems` lists failed questions. Failure kUsageError.
+/// Asks what the selection names, with ranges on request; `contents.problems` lists failed questions.
+/// Failure kUsageError.
 [[nodiscard]] Info readInfo(const std::string& path, const File& file, const Selection& selection,
-                            const InfoWishes& wishes);
+                            bool withRanges, const Common& common);
 
 /// Decodes the variables of the choice and fills in their ranges, by step if the choice names steps.
 /// Throws Interrupted. info_ranges.cpp.
-void readRanges(Info& info, const File& file, const Choice& choice, bool isQuiet);
+void readRanges(Info& info, const File& file, const Choice& choice, const Common& common);
 /// A table of the ranges; empty without any.
 [[nodiscard]] std::string rangeTable(const Info& info, std::size_t width);
 /// For example "x" or "xy imaginary"; empty for the real part of a scalar.

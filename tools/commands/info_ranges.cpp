@@ -6,7 +6,7 @@
 
 namespace morvex::tools {
 
-void readRanges(Info& info, const File& file, const Choice& choice, bool isQuiet) {
+void readRanges(Info& info, const File& file, const Choice& choice, const Common& common) {
   ArrayList list(file, info.contents, choice);
   std::vector<Section> sections = list.sections();
   std::erase_if(sections, [](const Section& section) {
@@ -16,7 +16,7 @@ void readRanges(Info& info, const File& file, const Choice& choice, bool isQuiet
   std::map<int, Info::Variable*> variables;
   for (Info::Variable& variable : info.variables) variables[variable.number] = &variable;
   const auto fail = [&](const std::string& what) { info.contents.problems.push_back(what); };
-  Scan(file, list, isQuiet)
+  Scan(file, list, common)
       .run(
           sections,
           [&](const ArrayResult& result) {

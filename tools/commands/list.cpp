@@ -73,13 +73,13 @@ class Listing {
     }
     cells.push_back(shownText(row.path));
     table_.row(std::move(cells));
-    if (++count_ % kRowsAtOnce == 0) put(table_.take());
+    if (++count_ % kRowsAtOnce == 0) put(table_.take(width_));
   }
 
   /// Writes the rows that wait, or the end of the JSON object.
   void finish() {
     if (options_.asJson) return put("\n]}\n");
-    if (!table_.empty()) put(table_.take());
+    if (!table_.empty()) put(table_.take(width_));
   }
 
  private:
@@ -105,6 +105,7 @@ class Listing {
 
   const ListOptions& options_;
   TextTable table_;
+  std::size_t width_ = terminalWidth();
   std::uint64_t count_ = 0;
 };
 
@@ -128,7 +129,7 @@ ExitCode listFile(const std::string& path, const ListOptions& options, const Com
 
   // With the result of a read, if ranges are wanted.
   const auto addRow = [&](const ArrayId& array, const ArrayResult* result) {
-    Row row{.path = pathOf(file, array),
+    Row row{.path = placeOf(file, array),
             .kind = array.kind,
             .isFloat = withValueType(array, []<class T>(T) { return std::floating_point<T>; })};
     try {
@@ -155,7 +156,7 @@ ExitCode listFile(const std::string& path, const ListOptions& options, const Com
     fail(list.nameOf(section) + ": " + failure.what());
   };
   if (options.withRanges) {
-    Scan(file, list, common.isQuiet)
+    Scan(file, list, common)
         .run(
             list.sections(), [&](const ArrayResult& result) { addRow(result.id, &result); },
             failSection);

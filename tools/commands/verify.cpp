@@ -26,7 +26,7 @@ class Verification {
   Verification(const File& file, const Contents& contents, const Choice& choice)
       : file_(file), contents_(contents), list_(file, contents, choice) {}
 
-  Tally run(ReadOrder order, std::uint64_t seed, bool isQuiet) {
+  Tally run(ReadOrder order, std::uint64_t seed, const Common& common) {
     for (const std::string& problem : contents_.problems) tally_.faults["metadata"] = {problem};
     // The arrays of such a variable can't be listed; it counts as one.
     tally_.failed += contents_.problems.size();
@@ -34,7 +34,7 @@ class Verification {
     std::mt19937_64 random(seed);
     arrange(sections, order, random);
     // Sections are arranged here, the arrays of each when they are listed.
-    Scan(file_, list_, isQuiet)
+    Scan(file_, list_, common)
         .run(
             sections, [&](const ArrayResult& result) { receive(result); },
             [&](const Section& section, const Error& failure) {
@@ -49,7 +49,7 @@ class Verification {
  private:
   /// Counts an array, or blames the dataset where its failure began.
   void receive(const ArrayResult& result) {
-    const std::string path = pathOf(file_, result.id);
+    const std::string path = placeOf(file_, result.id);
     if (isAbsent(file_, result)) {
       ++tally_.absent;
       return;
@@ -150,7 +150,7 @@ ExitCode verifyFile(const std::string& path, const VerifyOptions& options, const
   const File file = openFile(path, common.open);
   const Contents contents = readContents(file);
   const Choice choice(options.selection, file, contents);
-  const Tally tally = tallyOf(file, contents, choice, options.order, options.seed, common.isQuiet);
+  const Tally tally = tallyOf(file, contents, choice, options.order, options.seed, common);
   if (options.asJson) {
     put(tallyJson(path, tally));
   } else {
@@ -176,8 +176,8 @@ KindTally Tally::sum() const {
 }
 
 Tally tallyOf(const File& file, const Contents& contents, const Choice& choice, ReadOrder order,
-              std::uint64_t seed, bool isQuiet) {
-  return Verification(file, contents, choice).run(order, seed, isQuiet);
+              std::uint64_t seed, const Common& common) {
+  return Verification(file, contents, choice).run(order, seed, common);
 }
 
 Command addVerify(CLI::App& program, const Common& common) {

@@ -39,6 +39,6 @@ struct Tally {
 
 /// Decodes all arrays of a choice. Throws Interrupted. `seed` matters for the random order only.
 [[nodiscard]] Tally tallyOf(const File& file, const Contents& contents, const Choice& choice,
-                            ReadOrder order, std::uint64_t seed, bool isQuiet);
+                            ReadOrder order, std::uint64_t seed, const Common& common);
 
 }  // namespace morvex::tools

@@ -108,6 +108,15 @@ std::string pathOf(const File& file, const ArrayId& array) {
   return path;
 }
 
+std::string placeOf(const File& file, const ArrayId& array) {
+  try {
+    return pathOf(file, array);
+  } catch (const Error&) {
+    return "step " + std::to_string(array.request.step) + ", part " +
+           std::to_string(array.request.part);
+  }
+}
+
 ArraySize sizeOf(const File& file, const ArrayId& array) {
   ArraySize size{.count = 1, .valueBytes = sizeof(float)};
   if (array.kind == ArrayKind::kConstants) return size;

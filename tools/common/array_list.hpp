@@ -33,6 +33,9 @@ struct ArrayId {
 /// Path of the array in the file. Error.
 [[nodiscard]] std::string pathOf(const File& file, const ArrayId& array);
 
+/// The path for messages; step and part of an array whose path is unknown as its sizes are damaged.
+[[nodiscard]] std::string placeOf(const File& file, const ArrayId& array);
+
 struct ArraySize {
   std::uint64_t count = 0;
   std::uint64_t valueBytes = 0;

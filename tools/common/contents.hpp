@@ -13,6 +13,15 @@ struct OpenOptions {
   std::string logFile;  ///< takes the library's messages; they are dropped if it is empty
 };
 
+/// Options that all commands have.
+struct Common {
+  OpenOptions open;
+  bool isQuiet = false;  ///< no progress, and no text that only confirms a success
+
+  /// Whether the program may use threads of its own beside the library's.
+  [[nodiscard]] bool isConcurrent() const noexcept { return open.threads != 1; }
+};
+
 /// Opens a file. Failure kCannotOpen with the reason, kOutputFailed if the log can't be written.
 [[nodiscard]] File openFile(const std::string& path, const OpenOptions& options);
 

@@ -14,11 +14,13 @@ class Scan {
   /// Of a section whose sizes are unknown, so that its arrays can't be listed.
   using SectionFailed = std::function<void(const Section&, const Error&)>;
 
-  /// Both are borrowed.
-  Scan(const File& file, ArrayList& list, bool isQuiet)
-      : file_(file), list_(list), isQuiet_(isQuiet) {}
+  /// All are borrowed.
+  Scan(const File& file, ArrayList& list, const Common& common)
+      : file_(file), list_(list), common_(common) {}
 
-  /// `arrange` may change the order of a section's arrays; it may be empty. Throws Interrupted.
+  /// `receive` and `failed` are called one at a time and in order, maybe by another thread while
+  /// further arrays are listed and read. `arrange` may change the order of a section's arrays; it may
+  /// be empty. Throws Interrupted.
   void run(const std::vector<Section>& sections, const BatchReader::Receive& receive,
            const SectionFailed& failed,
            const std::function<void(std::vector<ArrayId>&)>& arrange = {});
@@ -26,7 +28,7 @@ class Scan {
  private:
   const File& file_;
   ArrayList& list_;
-  bool isQuiet_;
+  const Common& common_;
 };
 
 }  // namespace morvex::tools

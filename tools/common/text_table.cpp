@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <numeric>
 #include <string_view>
+#include <utility>
 
 namespace morvex::tools {
 namespace {
@@ -105,8 +106,8 @@ std::string TextTable::line(const std::vector<std::string>& cells,
   return line + "\n";
 }
 
-std::string TextTable::take() {
-  std::vector<std::size_t> columns = widths(0);  // nothing is cut: such tables end with paths
+std::string TextTable::take(std::size_t width) {
+  std::vector<std::size_t> columns = widths(0);
   std::string text;
   if (taken_.empty()) {
     text = line(headings_, columns);
@@ -114,7 +115,17 @@ std::string TextTable::take() {
     std::ranges::transform(columns, taken_, columns.begin(),
                            [](std::size_t a, std::size_t b) { return std::max(a, b); });
   }
-  for (const auto& cells : rows_) text += line(cells, columns);
+  const std::size_t last = headings_.size() - 1;
+  const std::size_t first =
+      std::accumulate(columns.begin(), columns.end() - 1, 2 * columns.size());  // of the last cell
+  for (auto& cells : rows_) {
+    if (width == 0 || first + widthOf(cells[last]) <= width) {
+      text += line(cells, columns);
+      continue;
+    }
+    const std::string own = "    " + std::exchange(cells[last], "") + "\n";
+    text += line(cells, columns) + own;
+  }
   rows_.clear();  // memory stays bounded, whatever the length of the table
   taken_ = std::move(columns);
   return text;

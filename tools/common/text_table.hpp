@@ -18,7 +18,8 @@ class TextTable {
 
   /// The lines of the rows since the last call; the headings precede the first ones. For tables of
   /// any length: a column is as wide as its widest cell so far, and may become wider at each call.
-  [[nodiscard]] std::string take();
+  /// Nothing is shortened; where `width` is not 0, a last cell beyond it has a line of its own.
+  [[nodiscard]] std::string take(std::size_t width);
 
   /// Each line begins with two blanks and ends with a newline. Where `width` is not 0, columns of
   /// text are shortened until lines fit, as far as that goes.

@@ -66,28 +66,38 @@ std::string kindOf(const morvex_variable& variable) {
   return kKinds.at(isKnown ? static_cast<std::size_t>(variable.type) : 0);
 }
 
-bool hasUndefined(const std::vector<float>& values) {
-  return std::ranges::any_of(values, [](float value) { return std::isnan(value); });
+/// Received bytes as values; batches align their arrays for any type.
+std::span<const float> floatsOf(Bytes bytes) {
+  return {reinterpret_cast<const float*>(bytes.data()), bytes.size() / sizeof(float)};
 }
 
-/// The values, or as many that are no numbers.
-std::vector<float> floatsOrNone(std::optional<Bytes> bytes, std::size_t count) {
-  if (!bytes) return std::vector<float>(count, std::nanf(""));
-  std::vector<float> values(bytes->size() / sizeof(float));
-  std::memcpy(values.data(), bytes->data(), bytes->size());
-  return values;
+bool hasUndefined(std::span<const float> values) {
+  bool isFound =
+      false;  // without an end before the last value: the compiler makes vector code of it
+  for (const float value : values) isFound |= std::isnan(value);
+  return isFound;
 }
 
-/// A section of a variable file: its name and all values of one component after the other. Values
-/// that are no numbers are told to EnSight as undefined.
-void writeSection(FolderFile& file, const std::string& name, std::vector<float> values) {
-  if (hasUndefined(values)) {
-    file.write(line(name + " undef") + bytesOf(kUndefined));
-    std::ranges::replace_if(
-        values, [](float value) { return std::isnan(value); }, kUndefined);
-  } else {
+/// The values, with those that are no numbers undefined; `count` undefined ones if there are none.
+std::vector<float> withUndefined(std::optional<Bytes> bytes, std::size_t count) {
+  if (!bytes) return std::vector<float>(count, kUndefined);
+  const std::span<const float> values = floatsOf(*bytes);
+  std::vector<float> shown(values.begin(), values.end());
+  std::ranges::replace_if(
+      shown, [](float value) { return std::isnan(value); }, kUndefined);
+  return shown;
+}
+
+/// A section of a variable file: its name and all values of one component after the other.
+void writeSection(FolderFile& file, const std::string& name, std::optional<Bytes> bytes,
+                  std::size_t count) {
+  if (bytes && !hasUndefined(floatsOf(*bytes))) {  // as most are
     file.write(line(name));
+    file.write(*bytes);
+    return;
   }
+  file.write(line(name + " undef") + bytesOf(kUndefined));
+  const std::vector<float> values = withUndefined(bytes, count);
   file.write(std::as_bytes(std::span(values)));
 }
 
@@ -98,8 +108,7 @@ void EnSightExport::run() {
   job_.feed.expect(variables.size() + 2);
   exportModel();
   exportParticles();
-  // As a host does when it has read the geometry: what reads of coordinates kept is of no more use.
-  job_.feed.then([this] { check(morvex_finish_geometry(job_.file.handle())); });
+  job_.feed.finishGeometry();
   for (const int number : variables) {
     const morvex_variable& variable = job_.variable(number);
     job_.feed.section();
@@ -270,9 +279,11 @@ void EnSightExport::exportConstant(int number, const std::string& name) {
   const std::string fileName = job_.name + "." + name;
   const std::string text = case_.constant(timeSet, name, values, fileName);
   if (text.empty()) return;
-  FolderFile file(job_.folder, fileName);
-  file.write(text);
-  file.finish();
+  job_.feed.then([=, this] {
+    FolderFile file(job_.folder, fileName);
+    file.write(text);
+    file.finish();
+  });
 }
 
 void EnSightExport::exportParticleVariable(int number) {
@@ -303,9 +314,7 @@ void EnSightExport::exportParticleVariable(int number) {
           const bool isKnown = at && !isDropped(*at, kOfParticles, kWholePart);
           const std::uint64_t count = isKnown ? size : 0;
           // The format has no word for particles without values.
-          std::vector<float> all = floatsOrNone(values, count);
-          std::ranges::replace_if(
-              all, [](float v) { return std::isnan(v); }, kUndefined);
+          std::vector<float> all = withUndefined(values, count);
           // Nobody reads what is beyond the particles, but VTK refuses files of less than 100 bytes.
           all.resize(std::max(all.size(), kLeastMeasured), kUndefined);
           (*out)->write(std::as_bytes(std::span(all)));
@@ -395,7 +404,7 @@ void EnSightExport::addValues(const Out& out, morvex_request asked, const morvex
     job_.feed.array(asked, [=, this](std::optional<Bytes> values) {
       if (isDropped(geometryStep, part, kWholePart)) return;
       (*out)->write(partLines(part));
-      writeSection(**out, section, floatsOrNone(values, count));
+      writeSection(**out, section, values, count);
     });
     return;
   }
@@ -410,7 +419,7 @@ void EnSightExport::addValues(const Out& out, morvex_request asked, const morvex
     job_.feed.array(asked, [=, this](std::optional<Bytes> values) {
       if (isDropped(geometryStep, part, type)) return;
       if (!std::exchange(*hasBegun, true)) (*out)->write(partLines(part));
-      writeSection(**out, typeName(type), floatsOrNone(values, count));
+      writeSection(**out, typeName(type), values, count);
     });
   }
 }

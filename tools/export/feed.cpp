@@ -3,40 +3,31 @@
 #include <utility>
 
 namespace morvex::tools {
-namespace {
 
-/// The path of an array that failed; of one whose sizes are damaged the library knows none.
-std::string placeOf(const File& file, const ArrayId& array, const Error& failure) {
-  if (!failure.path().empty()) return failure.path();
-  try {
-    return pathOf(file, array);
-  } catch (const Error&) {
-    return "step " + std::to_string(array.request.step) + ", part " +
-           std::to_string(array.request.part);
-  }
-}
-
-}  // namespace
-
-Feed::Feed(const File& file, bool isQuiet)
+Feed::Feed(const File& file, const Common& common)
     : file_(file),
-      bar_(isQuiet),
-      reader_(
-          file, [this](const ArrayResult& result) { receive(result); },
-          [this](double part, std::uint64_t bytes) {
-            bar_.show((received_ + part * (asked_ - received_)) / sections_, bytes);
-            return !isInterrupted();
-          }) {}
+      bar_(common.isQuiet),
+      reader_(file, common.isConcurrent(), [this](double place, std::uint64_t bytes) {
+        bar_.show(place / sections_, bytes);
+        return !isInterrupted();
+      }) {}
 
 void Feed::array(const morvex_request& request, Take take) {
-  items_.push_back({.take = std::move(take), .action = {}, .section = asked_});
+  const auto receive = [this, take = std::move(take)](const ArrayResult& result) {
+    if (result.failure) judge(result);
+    take(result.failure ? std::nullopt : std::optional(result.bytes));
+  };
   // The kind matters for constants alone, which are no arrays here.
-  reader_.add({ArrayKind::kCoordinates, request});
+  reader_.add({ArrayKind::kCoordinates, request}, receive, asked_);
 }
 
 void Feed::then(std::function<void()> action) {
-  items_.push_back({.take = {}, .action = std::move(action), .section = asked_});
-  if (items_.size() == 1) runActions();  // nothing is waited for
+  reader_.then(std::move(action));
+}
+
+void Feed::finishGeometry() {
+  reader_.read();
+  check(morvex_finish_geometry(file_.handle()));
 }
 
 void Feed::section() {
@@ -45,37 +36,20 @@ void Feed::section() {
 }
 
 void Feed::finish() {
-  reader_.flush();
+  reader_.finish();
   bar_.clear();
 }
 
 void Feed::lose(const std::string& place, const std::string& reason) {
+  const std::lock_guard guard(lossesLock_);
   losses_.emplace(place, reason);
-}
-
-// Arrays come in the order in which they were asked for, which is that of the items.
-void Feed::receive(const ArrayResult& result) {
-  const Item item = std::move(items_.front());
-  items_.pop_front();
-  received_ = item.section;
-  if (result.failure) judge(result);
-  item.take(result.failure ? std::nullopt : std::optional(result.bytes));
-  runActions();
-}
-
-// An action may ask for more, which adds items at the end of the queue.
-void Feed::runActions() {
-  while (!items_.empty() && items_.front().action) {
-    const auto action = std::move(items_.front().action);
-    items_.pop_front();
-    action();
-  }
 }
 
 void Feed::judge(const ArrayResult& result) {
   if (isAbsent(file_, result)) return;
   const Error& failure = *result.failure;
-  const std::string place = placeOf(file_, result.id, failure);
+  const std::string place =
+      failure.path().empty() ? placeOf(file_, result.id) : std::string(failure.path());
   std::string reason = failure.what();
   if (reason.starts_with(place + ": ")) reason.erase(0, place.size() + 2);
   lose(place, reason);

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <deque>
 #include <functional>
 #include <map>
+#include <mutex>
 #include <optional>
-#include <set>
 #include <span>
 #include <string>
 
@@ -24,47 +23,44 @@ class Feed {
   using Take = std::function<void(std::optional<Bytes>)>;
 
   /// `file` is borrowed.
-  Feed(const File& file, bool isQuiet);
+  Feed(const File& file, const Common& common);
+
+  // Arrays are taken and actions run one at a time and in the order of the calls, by another thread
+  // while further arrays are asked for. So they share with the caller only what neither changes.
 
   /// Asks for an array. What is taken is valid during the call.
   void array(const morvex_request& request, Take take);
   /// Runs an action after all that was asked for before.
   void then(std::function<void()> action);
+  /// Says that no more geometry follows: what reads of coordinates kept is of no more use.
+  void finishGeometry();
   /// Says how many sections follow, for the progress.
   void expect(std::size_t sections) { sections_ = static_cast<double>(sections); }
   /// Begins a section. Throws Interrupted after Ctrl-C.
   void section();
   /// Reads and hands out the rest. Throws Interrupted.
   void finish();
+  /// Hands out nothing more. To be called after a failure, before what takes the arrays goes.
+  void stop() noexcept { reader_.stop(); }
 
-  /// Lists something that can't be exported.
+  /// Lists something that can't be exported. By any thread.
   void lose(const std::string& place, const std::string& reason);
-  /// What can't be exported, with the reasons, by path.
+  /// What can't be exported, with the reasons, by path. After finish().
   [[nodiscard]] const std::map<std::string, std::string>& losses() const noexcept {
     return losses_;
   }
 
  private:
-  struct Item {
-    Take take;                     ///< of an array
-    std::function<void()> action;  ///< else
-    double section = 0.0;
-  };
-
-  void receive(const ArrayResult& result);
-  /// Runs the actions at the head of the queue, up to the next array.
-  void runActions();
   /// Lists a failure, unless the variable has no values there.
   void judge(const ArrayResult& result);
 
   const File& file_;
   ProgressBar bar_;
-  BatchReader reader_;
-  std::deque<Item> items_;
-  std::map<std::string, std::string> losses_;
   double sections_ = 1.0;
-  double asked_ = 0.0;     ///< sections that were begun
-  double received_ = 0.0;  ///< of these, the one of the last array
+  double asked_ = 0.0;  ///< sections that were begun
+  std::mutex lossesLock_;
+  std::map<std::string, std::string> losses_;
+  BatchReader reader_;  ///< last: it ends before what its threads use
 };
 
 }  // namespace morvex::tools

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <set>
 
 #include "common/text_table.hpp"
 
@@ -62,6 +63,20 @@ std::vector<std::string> variableLabels(const std::vector<morvex_variable>& vari
 std::string imaginaryName(const morvex_variable& variable, const std::string& label) {
   const std::string own = cleanText(variable.imaginary_name);
   return own.empty() || own == label ? label + " (imaginary)" : own;
+}
+
+std::vector<std::string> imaginaryLabels(const std::vector<morvex_variable>& variables,
+                                         const std::vector<std::string>& labels) {
+  std::multiset<std::string> all(labels.begin(), labels.end());
+  for (std::size_t i = 0; i < variables.size(); ++i) {
+    if (variables[i].is_complex != 0) all.insert(imaginaryName(variables[i], labels[i]));
+  }
+  std::vector<std::string> names;
+  for (std::size_t i = 0; i < variables.size(); ++i) {
+    const std::string own = imaginaryName(variables[i], labels[i]);
+    names.push_back(all.count(own) > 1 ? labels[i] + " (imaginary)" : own);
+  }
+  return names;
 }
 
 std::string cleanText(std::string_view text) {

@@ -16,6 +16,11 @@ namespace morvex::tools {
 /// Name of the imaginary part of a variable with such a label.
 [[nodiscard]] std::string imaginaryName(const morvex_variable& variable, const std::string& label);
 
+/// Names of the imaginary parts of variables, distinct from each other and from `labels`, which are those
+/// of all variables. For variables that are not complex they have no meaning.
+[[nodiscard]] std::vector<std::string> imaginaryLabels(
+    const std::vector<morvex_variable>& variables, const std::vector<std::string>& labels);
+
 /// The text as UTF-8 in one line: "?" for bytes that are none and for control characters.
 [[nodiscard]] std::string cleanText(std::string_view text);
 

@@ -1,8 +1,8 @@
 #include "export/npz.hpp"
 
-#include <cstring>
 #include <limits>
 #include <memory>
+#include <utility>
 
 #include "export/names.hpp"
 #include "export/stored_cells.hpp"
@@ -17,8 +17,14 @@ constexpr const char* kInt32 = "<i4";
 constexpr const char* kInt64 = "<i8";
 constexpr const char* kByte = "|u1";
 
-/// A name as a step of a path.
+/// A name as a step of a path. Two of them fit the 65535 bytes that a key may have.
 std::string keyOf(std::string name) {
+  std::size_t size = 30'000;
+  if (name.size() > size) {
+    // Before a character, not within one: bytes 10xxxxxx continue it.
+    while (size > 0 && (static_cast<unsigned char>(name[size]) & 0xC0U) == 0x80U) --size;
+    name.resize(size);
+  }
   for (char& letter : name) {
     if (letter == '/' || letter == '\\') letter = '_';
   }
@@ -57,8 +63,7 @@ void NpzExport::run() {
     addArray("particles/coordinates/" + std::to_string(step), kFloat,
              request(MORVEX_PARTICLE_COORDINATES, step), 3);
   }
-  // After the geometry was received, and before any variable is read.
-  job_.feed.then([this] { check(morvex_finish_geometry(job_.file.handle())); });
+  job_.feed.finishGeometry();
   for (const int number : variables) {
     job_.feed.section();
     addVariable(number);
@@ -68,24 +73,32 @@ void NpzExport::run() {
 }
 
 template <class T>
-void NpzExport::addNow(const std::string& key, const char* type, const std::vector<T>& values) {
-  file_.add(key, type, {values.size()}, std::as_bytes(std::span(values)));
+void NpzExport::write(const std::string& key, const char* type, const std::vector<T>& values) {
+  file_.add(key, type, shapeOf(values.size(), 0), std::as_bytes(std::span(values)));
+}
+
+template <class T>
+void NpzExport::addNumbers(const std::string& key, const char* type, std::vector<T> values) {
+  job_.feed.then([=, this, values = std::move(values)] { write(key, type, values); });
+}
+
+void NpzExport::appendMissing(std::size_t count) {
+  const std::vector<float> values(count, std::numeric_limits<float>::quiet_NaN());
+  file_.append(std::as_bytes(std::span(values)));
 }
 
 void NpzExport::addSteps(const std::string& of, int timeset, const std::vector<int>& steps) {
   if (steps.empty()) return;
-  addNow("steps/" + of, kInt32, std::vector<std::int32_t>(steps.begin(), steps.end()));
-  addNow("times/" + of, kFloat, job_.timesOf(timeset, steps));
+  addNumbers("steps/" + of, kInt32, std::vector<std::int32_t>(steps.begin(), steps.end()));
+  addNumbers("times/" + of, kFloat, job_.timesOf(timeset, steps));
 }
 
 void NpzExport::addArray(const std::string& key, const char* type, const morvex_request& request,
                          std::uint64_t columns) {
   morvex_request asked = request;
   asked.layout = MORVEX_INTERLEAVED;
-  // NumPy's name of a type ends with its size in bytes.
-  const std::size_t size = static_cast<std::size_t>(type[2] - '0');
   job_.feed.array(asked, [=, this](std::optional<Bytes> values) {
-    if (values) file_.add(key, type, shapeOf(values->size() / size, columns), *values);
+    if (values) file_.add(key, type, shapeOf(values->size() / valueSize(type), columns), *values);
   });
 }
 
@@ -112,8 +125,8 @@ void NpzExport::addPart(const std::string& label, int part, const morvex_part& i
   addArray(base + "coordinates" + tail, kFloat, request(MORVEX_COORDINATES, step, part), 3);
   if (!hasState) return;
   if (info.is_block != 0) {
-    addNow(base + "extents" + tail, kInt32,
-           std::vector<std::int32_t>(info.extents, info.extents + 3));
+    addNumbers(base + "extents" + tail, kInt32,
+               std::vector<std::int32_t>(info.extents, info.extents + 3));
     return;
   }
   const StoredCellsRef cells = readCells(job_, step, part, info);
@@ -122,12 +135,12 @@ void NpzExport::addPart(const std::string& label, int part, const morvex_part& i
       damaged_.insert({part, stateAt(job_.contents.summary.model, step)});
       return;
     }
-    addNow(base + "offsets" + tail, kInt64, cells->offsets);
-    addNow(base + "connectivity" + tail, kInt64, cells->connectivity);
-    addNow(base + "types" + tail, kByte, cells->types);
+    write(base + "offsets" + tail, kInt64, cells->offsets);
+    write(base + "connectivity" + tail, kInt64, cells->connectivity);
+    write(base + "types" + tail, kByte, cells->types);
     if (!cells->facesPerPolyhedron.empty()) {
-      addNow(base + "faces_per_polyhedron" + tail, kInt32, cells->facesPerPolyhedron);
-      addNow(base + "nodes_per_face" + tail, kInt32, cells->nodesPerFace);
+      write(base + "faces_per_polyhedron" + tail, kInt32, cells->facesPerPolyhedron);
+      write(base + "nodes_per_face" + tail, kInt32, cells->nodesPerFace);
     }
     *cells = {};
   });
@@ -161,7 +174,7 @@ void NpzExport::addVariable(int number) {
   if (variable.is_constant != 0) {
     std::vector<float> values;
     for (const int step : steps) values.push_back(job_.constant(number, step));
-    if (!steps.empty()) addNow("constants/" + label, kFloat, values);
+    if (!steps.empty()) addNumbers("constants/" + label, kFloat, values);
     return;
   }
   for (const int step : steps) {
@@ -199,25 +212,35 @@ void NpzExport::addValues(const std::string& key, int number, int step, int part
   if (!isPerElement) return addArray(key, kFloat, asked, columns);
 
   asked.layout = MORVEX_INTERLEAVED;
-  // Types are received one by one; together they have the order of the cells.
-  const auto all = std::make_shared<std::vector<float>>();
-  const auto isFound = std::make_shared<bool>(false);
-  for (const int type : cellTypes(*info)) {
+  // Types are received one by one; together they have the order of the cells. The array begins with
+  // the first type that has values.
+  struct Progress {
+    bool hasBegun = false;
+    std::size_t missing = 0;  // values before the first type that has some
+  };
+  const auto progress = std::make_shared<Progress>();
+  const std::vector<int> types = cellTypes(*info);
+  std::size_t all = 0;
+  for (const int type : types) all += info->elements[type] * components;
+  const int state = stateAt(job_.contents.summary.model, geometryStep);
+  for (const int type : types) {
     asked.element_type = type;
     const std::size_t count = info->elements[type] * components;
-    const int state = stateAt(job_.contents.summary.model, geometryStep);
     job_.feed.array(asked, [=, this](std::optional<Bytes> values) {
       if (damaged_.contains({part, state})) return;  // with it the numbers of cells are in doubt
-      const std::size_t first = all->size();
-      all->resize(first + count, std::numeric_limits<float>::quiet_NaN());
-      if (!values) return;
-      *isFound = true;
-      std::memcpy(all->data() + first, values->data(), values->size());
+      if (!values && !progress->hasBegun) {
+        progress->missing += count;
+        return;
+      }
+      if (!std::exchange(progress->hasBegun, true)) {
+        file_.begin(key, kFloat, shapeOf(all, columns));
+        appendMissing(progress->missing);
+      }
+      values ? file_.append(*values) : appendMissing(count);
     });
   }
-  job_.feed.then([=, this] {
-    if (*isFound)
-      file_.add(key, kFloat, shapeOf(all->size(), columns), std::as_bytes(std::span(*all)));
+  job_.feed.then([progress, this] {
+    if (progress->hasBegun) file_.end();
   });
 }
 

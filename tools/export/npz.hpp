@@ -33,9 +33,15 @@ class NpzExport {
   /// Asks for an array of the geometry, with `columns` values for each of its rows; 0 for one axis.
   void addArray(const std::string& key, const char* type, const morvex_request& request,
                 std::uint64_t columns = 0);
-  /// Adds what is known without reading an array, one-dimensional.
+  /// Adds numbers that are known without reading an array, one-dimensional.
   template <class T>
-  void addNow(const std::string& key, const char* type, const std::vector<T>& values);
+  void addNumbers(const std::string& key, const char* type, std::vector<T> values);
+  /// Writes numbers to the archive, in the turn of what asked for them.
+  template <class T>
+  void write(const std::string& key, const char* type, const std::vector<T>& values);
+
+  /// Appends NaN to the array that is being written.
+  void appendMissing(std::size_t count);
 
   Job& job_;
   NpzFile file_;

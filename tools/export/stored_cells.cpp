@@ -61,13 +61,15 @@ class Appender {
 
   /// Stored nodes count from 1. Each is checked, as viewers trust what they read.
   std::string appendNodes(const std::vector<std::int32_t>& nodes) {
-    for (const std::int32_t node : nodes) {
-      if (node < 1 || static_cast<std::uint64_t>(node) > partNodes_) {
-        return "a cell refers to a node that the part doesn't have";
-      }
-      cells_.connectivity.push_back(node - 1);
+    const std::size_t first = cells_.connectivity.size();
+    cells_.connectivity.resize(first + nodes.size());
+    bool isValid = true;
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+      const std::int64_t node = nodes[i];
+      isValid = isValid && node >= 1 && static_cast<std::uint64_t>(node) <= partNodes_;
+      cells_.connectivity[first + i] = node - 1;
     }
-    return {};
+    return isValid ? "" : "a cell refers to a node that the part doesn't have";
   }
 
   /// A stored number of nodes; remembers a negative one.

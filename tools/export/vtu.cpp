@@ -18,14 +18,6 @@ constexpr const char* kLong = "Int64";
 constexpr const char* kByte = "UInt8";
 
 template <class T>
-/// A copy: received bytes are valid during the call only and need not be aligned for T.
-std::vector<T> valuesOf(Bytes bytes) {
-  std::vector<T> values(bytes.size() / sizeof(T));
-  std::memcpy(values.data(), bytes.data(), bytes.size());
-  return values;
-}
-
-template <class T>
 std::span<const std::byte> asBytes(const std::vector<T>& values) {
   return std::as_bytes(std::span(values));
 }
@@ -77,13 +69,8 @@ struct VtuExport::Piece {
 };
 
 void VtuExport::run() {
-  labels_ = [&] {
-    std::vector<std::string> names;
-    for (const morvex_variable& variable : job_.contents.variables) {
-      names.push_back(cleanText(variable.name));
-    }
-    return names;
-  }();
+  labels_ = variableLabels(job_.contents.variables);
+  imaginaryLabels_ = imaginaryLabels(job_.contents.variables, labels_);
   const std::vector<float> all = times();
   job_.feed.expect(all.size());
   for (std::size_t i = 0; i < all.size(); ++i) {
@@ -311,7 +298,7 @@ void VtuExport::readValues(const PieceRef& piece, int number, int step, int part
   const bool isPerElement = info != nullptr && locationOn(variable, *info) == MORVEX_PER_ELEMENT;
   std::vector<int> types{0};
   if (isPerElement) types = cellTypes(*info);
-  const std::string& label = labels_[static_cast<std::size_t>(number)];
+  const auto index = static_cast<std::size_t>(number);
   const std::size_t components = componentsOf(variable);
   for (const bool isImaginary : {false, true}) {
     if (isImaginary && variable.is_complex == 0) continue;
@@ -326,10 +313,10 @@ void VtuExport::readValues(const PieceRef& piece, int number, int step, int part
       job_.feed.array(asked, [field, count, piece](std::optional<Bytes> values) {
         if (piece->isDamaged()) return;
         field->isFound = field->isFound || values;
-        const std::vector<float> own =
-            values ? valuesOf<float>(*values)
-                   : std::vector<float>(count, std::numeric_limits<float>::quiet_NaN());
-        field->values.insert(field->values.end(), own.begin(), own.end());
+        const std::size_t first = field->values.size();
+        const std::size_t own = values ? values->size() / sizeof(float) : count;
+        field->values.resize(first + own, std::numeric_limits<float>::quiet_NaN());
+        if (values) std::memcpy(field->values.data() + first, values->data(), values->size());
       });
     }
     // Arrays of a piece are encoded together when it is complete: small ones would keep one thread each.
@@ -337,8 +324,8 @@ void VtuExport::readValues(const PieceRef& piece, int number, int step, int part
       if (!field->isFound) return;
       if (isSymmetric(job_.variable(number))) reorderSymmetric(field->values);
       piece->arrays.push_back({isPerElement ? VtkPlace::kCellData : VtkPlace::kPointData,
-                               isImaginary ? imaginaryName(job_.variable(number), label) : label,
-                               kFloat, components, componentNames(job_.variable(number)), nullptr});
+                               isImaginary ? imaginaryLabels_[index] : labels_[index], kFloat,
+                               components, componentNames(job_.variable(number)), nullptr});
       piece->values.push_back(std::move(field->values));
     });
   }

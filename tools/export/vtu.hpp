@@ -67,10 +67,11 @@ class VtuExport {
 
   Job& job_;
   int threads_;
-  std::vector<std::string> labels_;    ///< Of the variables.
-  std::map<MeshKey, MeshRef> meshes_;  ///< Of the time before and of this one.
-  std::set<MeshKey> used_;             ///< Of this time.
-  std::string collection_;             ///< Lines of the .pvd.
+  std::vector<std::string> labels_;           ///< Of the variables.
+  std::vector<std::string> imaginaryLabels_;  ///< Of their imaginary parts.
+  std::map<MeshKey, MeshRef> meshes_;         ///< Of the time before and of this one.
+  std::set<MeshKey> used_;                    ///< Of this time.
+  std::string collection_;                    ///< Lines of the .pvd.
   std::future<void> writing_;
 };
 
