@@ -30,7 +30,7 @@ try:
 except ImportError:  # a source tree, or an archive of both
     sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../python"))
     import morvex
-from morvex.grids import PARTICLES, Grids, part_labels
+from morvex.grids import PARTICLES, Grids, array_labels, part_labels
 
 _SHOWN_FAILURES = 5  # of an update
 _VALUES_OF_A_BLOCK = 20_000  # that are read in 0.1 ms, about what the objects of a block take
@@ -47,6 +47,7 @@ class MorvexReader(VTKPythonAlgorithmBase):
         self._stamp = None  # of the file that is open
         self._grids = None
         self._numbers = {}  # of parts, by label
+        self._variables = {}  # their numbers, by label
         self._is_offering = False
         self._threads = 0
         self._shared = None  # the last question for a share, and its answer
@@ -131,7 +132,8 @@ class MorvexReader(VTKPythonAlgorithmBase):
         failures = []
         try:
             step = grids.case.steps[index]
-            grids.at(step, self._share(step, piece, pieces), self._switched_on(self._arrays),
+            shown = [self._variables[label] for label in self._switched_on(self._arrays)]
+            grids.at(step, self._share(step, piece, pieces), shown,
                      lambda done, total, _bytes: self._report(done / max(total, 1)), failures,
                      threads=threads, out=vtkMultiBlockDataSet.GetData(information))
         except morvex.Cancelled:
@@ -219,7 +221,8 @@ class MorvexReader(VTKPythonAlgorithmBase):
             self._numbers.setdefault(PARTICLES, PARTICLES)
         self._is_offering = True
         _offer(self._parts, self._numbers)
-        _offer(self._arrays, dict.fromkeys(case.keys()))
+        self._variables = {label: i for i, (label, _) in enumerate(array_labels(case))}
+        _offer(self._arrays, self._variables)
         self._is_offering = False
         return self._grids
 

@@ -88,7 +88,7 @@ class Grids:
             except Error as failure:
                 failed.append(failure)
                 continue
-            value.SetName(_printable(field.name))
+            value.SetName(plan.labels[field.index][0])
             whole.GetFieldData().AddArray(value)
         if failed and failures is None:
             raise failed[0]
@@ -144,9 +144,27 @@ class Grids:
 
 def part_labels(case: Case, step: AnyStep = 0) -> list[str]:
     """Names of the parts, made distinct: a number is added to those that are empty or repeated."""
-    names = [_printable(part.name) for part in case.parts_at(step)]
+    return _distinct([part.name for part in case.parts_at(step)], "part")
+
+
+def array_labels(case: Case) -> list[tuple[str, str]]:
+    """Names of the arrays of each variable, the second one for its imaginary part; made distinct
+    like those of the parts."""
+    labels = _distinct([variable.name for variable in case.variables], "variable")
+    imaginary = []
+    for label, variable in zip(labels, case.variables):
+        own = _printable(variable.imaginary_name)
+        imaginary.append(own if own and own != label else f"{label} (imaginary)")
+    counts = collections.Counter(labels)
+    counts.update(own for own, variable in zip(imaginary, case.variables) if variable.is_complex)
+    return [(label, own if counts[own] <= 1 else f"{label} (imaginary)")
+            for label, own in zip(labels, imaginary)]
+
+
+def _distinct(texts: Iterable[str], what: str) -> list[str]:
+    names = [_printable(text) for text in texts]
     counts = collections.Counter(names)
-    return [name if name and counts[name] == 1 else f"{name} (part {i})".strip()
+    return [name if name and counts[name] == 1 else f"{name} ({what} {i})".strip()
             for i, name in enumerate(names)]
 
 
@@ -190,7 +208,7 @@ class _Cells(_Item):
 class _Values(_Item):
     """An array of a variable; without requests where there are no values."""
 
-    def __init__(self, field: Variable, is_imaginary: bool, part: Optional[Part],
+    def __init__(self, field: Variable, is_imaginary: bool, name: str, part: Optional[Part],
                  step: Optional[int]) -> None:
         def ask(own: int) -> list[Request]:
             try:
@@ -199,11 +217,7 @@ class _Values(_Item):
                 return []
 
         super().__init__(field.index, ask, step)
-        name = field.name
-        if is_imaginary:
-            name = field.imaginary_name
-            name = name if name and name != field.name else f"{field.name} (imaginary)"
-        self._name = _printable(name)
+        self._name = name
         self._is_symmetric = field.type == 3 and field.components == 6
         names = field.component_names
         order = _SYMMETRIC_TENSOR if self._is_symmetric else range(len(names))
@@ -278,6 +292,7 @@ class _Plan:
         self.place = place
         self.constants: list[Variable] = []
         self._case: Case = place[0].case
+        self.labels = before.labels if before else array_labels(self._case)
         self._when = when  # a step that the plan is for
         self._blocks: list[_Block] = []
         self._items: dict[tuple, _Item] = {}
@@ -321,9 +336,11 @@ class _Plan:
     def _values(self, field: Variable, part: Optional[Part]) -> list[_Values]:
         """Items for the values of a variable on a part, None for the particles."""
         own = field.step_of(self._when) if part else None
+        name, imaginary = self.labels[field.index]
         return [self._item((field.index, is_imaginary, part.index if part else None), field.index,
-                           field.step_of, lambda: _Values(field, is_imaginary, part, own))
-                for is_imaginary in (False, True)[:1 + field.is_complex]]
+                           field.step_of,
+                           lambda: _Values(field, is_imaginary, name, part, own))
+                for is_imaginary, name in ((False, name), (True, imaginary))[:1 + field.is_complex]]
 
     def read(self, when: Step, threads: int, progress: Optional[Progress],
              meanwhile: Callable[[], Any]) -> tuple[list[_Block], list[Error]]:

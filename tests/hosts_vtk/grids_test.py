@@ -4,6 +4,7 @@
 import pathlib
 import re
 import sys
+import types
 import unittest
 import unittest.mock
 
@@ -153,6 +154,19 @@ class PlainVtk(unittest.TestCase):
             for found, expected, again in zip(kept, copies, values(first)):
                 np.testing.assert_array_equal(found, expected)
                 np.testing.assert_array_equal(again, expected)
+
+    def test_arrays_have_distinct_names(self):
+        def variable(name, imaginary=""):
+            return types.SimpleNamespace(name=name, imaginary_name=imaginary,
+                                         is_complex=bool(imaginary))
+
+        case = types.SimpleNamespace(variables=[
+            variable("stress"), variable("stress"), variable(""), variable("wave", "phase"),
+            variable("phase"), variable("wind", "wind")])
+        names = [name for names, each in zip(grids.array_labels(case), case.variables)
+                 for name in names[:1 + each.is_complex]]
+        self.assertEqual(names, ["stress (variable 0)", "stress (variable 1)", "(variable 2)",
+                                 "wave", "wave (imaginary)", "phase", "wind", "wind (imaginary)"])
 
     def test_ranks_share_parts_and_processors(self):
         reader = MorvexReader()

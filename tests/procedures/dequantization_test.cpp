@@ -66,7 +66,8 @@ TEST_F(DequantizationTest, AdaptiveTypesTakeTheirStepsFromTheTable) {
 }
 
 TEST_F(DequantizationTest, OutliersReplaceValuesInTheirOrder) {
-  const auto run = [&](std::vector<std::uint64_t> positions, const std::vector<float>& values) {
+  const auto run = [&](const std::vector<std::uint64_t>& positions,
+                       const std::vector<float>& values) {
     const auto procedure = make(0, 1.0);
     procedure->connectInput(0, graph_.source(std::vector<std::int32_t>{1, 2, 3}));
     procedure->connectInput(1, graph_.source(positions));

@@ -96,12 +96,6 @@ void FolderFile::write(std::span<const std::byte> bytes) {
   if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) failAt(place_);
 }
 
-void FolderFile::rewrite(std::uint64_t position, std::string_view text) {
-  if (::fseeko(file_, static_cast<off_t>(position), SEEK_SET) != 0) failAt(place_);
-  write(text);
-  if (::fseeko(file_, 0, SEEK_END) != 0) failAt(place_);
-}
-
 void FolderFile::finish() {
   std::FILE* const closed = std::exchange(file_, nullptr);
   if (std::fclose(closed) != 0) failAt(place_);

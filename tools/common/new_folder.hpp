@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <cstdio>
 #include <span>
 #include <string>
@@ -38,7 +37,7 @@ class NewFolder {
   bool isOwn_;  ///< the folder was made here
 };
 
-/// A file of such a folder.
+/// A file of such a folder, written from its start to its end.
 class FolderFile {
  public:
   FolderFile(NewFolder& folder, const std::string& name);
@@ -49,8 +48,6 @@ class FolderFile {
   /// Failure kOutputFailed.
   void write(std::span<const std::byte> bytes);
   void write(std::string_view text) { write(std::as_bytes(std::span(text))); }
-  /// Replaces what was written at a position; writing goes on at the end. Failure kOutputFailed.
-  void rewrite(std::uint64_t position, std::string_view text);
   /// Closes the file, which reports what could not be written. Failure kOutputFailed.
   void finish();
 

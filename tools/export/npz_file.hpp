@@ -4,8 +4,6 @@
 #include <cstdint>
 #include <span>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "common/new_folder.hpp"
 
@@ -20,7 +18,10 @@ namespace morvex::tools {
 /// are stored as they are, so that writing costs no more than the disk.
 class NpzFile {
  public:
-  NpzFile(NewFolder& folder, const std::string& name) : file_(folder, name) {}
+  NpzFile(NewFolder& folder, const std::string& name);
+  ~NpzFile();
+  NpzFile(const NpzFile&) = delete;
+  NpzFile& operator=(const NpzFile&) = delete;
 
   /// Begins an array under a key, which is given once. `type` is numpy's, for example "<f4". Like all
   /// that follows, Failure kOutputFailed.
@@ -35,18 +36,10 @@ class NpzFile {
   void finish();
 
  private:
-  struct Member {
-    std::string name;
-    std::uint64_t start = 0;  ///< of its header in the file
-    std::uint64_t size = 0;
-    std::uint32_t checksum = 0;
-  };
+  void expect(int code) const;
 
-  void write(std::string_view bytes);
-
-  FolderFile file_;
-  std::uint64_t position_ = 0;
-  std::vector<Member> members_;
+  std::string place_;  ///< for messages
+  void* zip_;
 };
 
 }  // namespace morvex::tools
