@@ -72,8 +72,8 @@ std::span<const float> floatsOf(Bytes bytes) {
 }
 
 bool hasUndefined(std::span<const float> values) {
-  bool isFound =
-      false;  // without an end before the last value: the compiler makes vector code of it
+  // Without an end before the last value: the compiler makes vector code of it.
+  bool isFound = false;
   for (const float value : values) isFound |= std::isnan(value);
   return isFound;
 }
